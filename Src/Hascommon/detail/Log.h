@@ -1,0 +1,58 @@
+// The library's own log lines.
+//
+// Each names its source file, so a line is written in the file whose name it is to carry. Arguments
+// are cast to what the format takes; the compiler checks them.
+#pragma once
+
+#include <Hascommon/Linux/Dlog.h>
+
+namespace hascommon::detail {
+
+constexpr int kLogId = 0;
+constexpr int kLogOrdinary = 4;
+constexpr int kLogHighlighted = 16;
+constexpr const char* kLogTag = "DASH_HLS";
+
+/// The last component of a path, for compilers that do not offer it themselves.
+constexpr const char* fileName(const char* path) {
+    const char* name = path;
+    for (const char* at = path; *at != '\0'; ++at) {
+        if (*at == '/')
+            name = at + 1;
+    }
+    return name;
+}
+
+} // namespace hascommon::detail
+
+#ifdef __FILE_NAME__
+#define HAS_FILE_NAME __FILE_NAME__
+#else
+#define HAS_FILE_NAME ::hascommon::detail::fileName(__FILE__)
+#endif
+
+#define HAS_LOG_PREFIX "%s: %s(%d) > "
+#define HAS_LOG_WHERE HAS_FILE_NAME, static_cast<const char*>(__func__), __LINE__
+
+// A variadic macro may not be called with nothing for its "...", so a line without arguments has a
+// macro of its own; HAS_LOG_PICK chooses between the two. Twelve arguments are the most it counts.
+#define HAS_LOG_TEXT(priority, before, after, format)                                              \
+    __dlog_print(::hascommon::detail::kLogId, priority, ::hascommon::detail::kLogTag,              \
+                 HAS_LOG_PREFIX before format after, HAS_LOG_WHERE)
+#define HAS_LOG_ARGS(priority, before, after, format, ...)                                         \
+    __dlog_print(::hascommon::detail::kLogId, priority, ::hascommon::detail::kLogTag,              \
+                 HAS_LOG_PREFIX before format after, HAS_LOG_WHERE, __VA_ARGS__)
+#define HAS_LOG_PICK(f, a1, a2, a3, a4, a5, a6, a7, a8, a9, a10, a11, a12, name, ...) name
+#define HAS_LOG_LINE(...)                                                                          \
+    HAS_LOG_PICK(__VA_ARGS__, HAS_LOG_ARGS, HAS_LOG_ARGS, HAS_LOG_ARGS, HAS_LOG_ARGS,              \
+                 HAS_LOG_ARGS, HAS_LOG_ARGS, HAS_LOG_ARGS, HAS_LOG_ARGS, HAS_LOG_ARGS,             \
+                 HAS_LOG_ARGS, HAS_LOG_ARGS, HAS_LOG_ARGS, HAS_LOG_TEXT, )
+
+/// An ordinary line: HAS_LOG(format, arguments...).
+#define HAS_LOG(...)                                                                               \
+    HAS_LOG_LINE(__VA_ARGS__)(::hascommon::detail::kLogOrdinary, "", "", __VA_ARGS__)
+
+/// A highlighted error line: bold red on green in the log, at its own priority.
+#define HAS_LOG_HIGHLIGHTED(...)                                                                   \
+    HAS_LOG_LINE(__VA_ARGS__)                                                                      \
+    (::hascommon::detail::kLogHighlighted, "\033[1;31;42m ", "\033[0m ", __VA_ARGS__)

@@ -1,0 +1,111 @@
+/// @file
+/// The HTTP download engine.
+#pragma once
+
+#include <Hasnet/ICurl.h>
+#include <Hasnet/curl_thread_option.h>
+
+#include <memory>
+#include <string>
+
+#include <curl/curl.h>
+
+namespace hascommon {
+
+namespace detail {
+class CurlState;
+}
+
+/// Downloads over one libcurl multi handle; see ICurl for the operations and their threads.
+///
+/// Servers' certificates are not verified unless SetVerifyPeer() asks for it: the platform's
+/// streams come from servers whose certificates its store does not know.
+class HAS_API Curl : public ICurl {
+public:
+    /// @param option      CURL_THREAD_PACED for a loop of `sleepTime`
+    /// @param sleepTime   period of the paced loop in microseconds
+    /// @param cookiePath  the application id that names the cookie files, see CHttpCookie::init()
+    /// @throws std::exception when libcurl has no multi handle to give
+    Curl(curl_thread_option option, int sleepTime, std::string cookiePath);
+
+    /// Stops the engine if Quit() did not, and releases every unit. No callback runs after it.
+    /// Must not be called from inside a callback.
+    ~Curl() override;
+
+    Curl(const Curl&) = delete;
+    Curl& operator=(const Curl&) = delete;
+
+    void Init(ICurlCB* cb, IDownloadEvent* ev) override;
+    void StartLoop() override;
+    void Quit() override;
+    void Reset() override;
+    int BeginDownload(unsigned int key, const std::string& url, bool keepInfo, UnitObject*& unit,
+                      bool flag, void* userData) override;
+    int BeginDownload2(unsigned int key, const std::string& url, const std::string& range,
+                       bool keepInfo, UnitObject*& unit, bool flag, void* userData) override;
+    int BeginDownload3(int infoIndex, UnitObject*& unit, bool flag, void* userData) override;
+    int EndDownload(UnitObject*& unit) override;
+    int Cancel(UnitObject* unit) override;
+    int Pause(UnitObject* unit) override;
+    int Resume(UnitObject* unit) override;
+    bool IsDownloading(UnitObject* unit) override;
+    bool IsPause(UnitObject* unit) override;
+    int RunOnce() override;
+    void* GetData(UnitObject* unit) override;
+    void* SetData(UnitObject* unit, void* userData) override;
+    bool IsIdle() override;
+    unsigned int GetRequestKey() override;
+    unsigned int GetPos(UnitObject* unit) override;
+    unsigned int GetSize(UnitObject* unit) override;
+    UnitObject* GetCompleted(int& code, long& date) override;
+    void SetCookie(const std::string& cookie) override;
+    void SetProxy(const std::string& proxy) override;
+    void SetAgent(const std::string& agent) override;
+    void SetConnTimeout(int seconds) override;
+    void SetLowSpeedTimeout(int seconds) override;
+    void getEngineInfo(unsigned int* info) override;
+    void setEngineInfo(unsigned int* info) override;
+    void LockMutItem() override;
+    void UnlockMutItem() override;
+
+    /// Turns a finished transfer's outcome into the unit's code, counts retries and reports a
+    /// redirect. Called on the transfer thread with the item lock held; a subclass may refine it.
+    ///
+    /// A retried status (403, 404, 500, 503, 504) or a body cut short holds the whole engine for
+    /// 500 ms on purpose: it paces the owner's retries.
+    /// @param curlCode    libcurl's result
+    /// @param httpStatus  the response's status, 0 when there was none
+    /// @param easyIndex   -1, or the part of a split transfer
+    /// @return the unit's code; -1 for a null unit
+    virtual int ResultIf(UnitObject* unit, CURLcode curlCode, long httpStatus, int easyIndex);
+
+    /// Turns the verification of servers' certificates on or off for later requests; off at first.
+    void SetVerifyPeer(bool verify);
+
+    /// Names a file of trusted certificates (PEM) for later requests; empty for libcurl's own.
+    /// Has no effect while verification is off.
+    void SetCaFile(const std::string& path);
+
+    /// Forgets the cookie that SetCookie() set.
+    void clearUsrDefCookie();
+
+    /// What a finished download took; for reports.
+    struct UnitInfo {
+        std::string url;              ///< as requested
+        long httpStatus = 0;          ///< of the last response, 0 when there was none
+        long redirects = 0;           ///< how many were followed
+        long long latency = 0;        ///< from the begin to the first body byte, in ms
+        long long received = 0;       ///< body bytes, not wrapped
+        long long contentLength = -1; ///< -1 when not known
+        int infoIndex = -1;           ///< what BeginDownload3() takes to repeat the request
+    };
+
+    /// Reads what is known of a download so far; any thread may call until EndDownload().
+    /// @return false for a null unit
+    bool GetUnitInfo(UnitObject* unit, UnitInfo& info);
+
+private:
+    std::unique_ptr<detail::CurlState> m_state;
+};
+
+} // namespace hascommon
