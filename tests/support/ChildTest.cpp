@@ -1,6 +1,7 @@
 #include <support/Child.h>
 
 #include <csignal>
+#include <fstream>
 #include <stdexcept>
 
 #include <gtest/gtest.h>
@@ -13,7 +14,8 @@ namespace {
 bool vanishes(pid_t process) {
     const std::string path = "/proc/" + std::to_string(process) + "/cmdline";
     for (int i = 0; i < 2000; ++i) {
-        if (kill(process, 0) != 0 || test::readFile(path).empty())
+        if (kill(process, 0) != 0 ||
+            std::ifstream(path).peek() == std::ifstream::traits_type::eof())
             return true;
         usleep(1000);
     }
