@@ -4,6 +4,7 @@
 
 #include <Hascommon/CCDebugHAS.h>
 #include <Hascommon/CHASDebug.h>
+#include <Hascommon/Datetime.h>
 #include <Hascommon/Export.h>
 #include <Hascommon/Linux/Dlog.h>
 #include <Hascommon/Linux/HasMemory.h>
@@ -11,6 +12,8 @@
 #include <Hascommon/LockGuard.h>
 #include <Hascommon/Mutex.h>
 #include <Hascommon/RecursiveMutex.h>
+#include <Hascommon/SafeString.h>
+#include <Hascommon/StringUtil.h>
 #include <Hascommon/Thread.h>
 #include <Hascommon/ThreadAnnotations.h>
 #include <Hasnet/Curl.h>
