@@ -6,6 +6,7 @@
 #include <Hascommon/CHASDebug.h>
 #include <Hascommon/Datetime.h>
 #include <Hascommon/Export.h>
+#include <Hascommon/GURL.h>
 #include <Hascommon/Linux/Dlog.h>
 #include <Hascommon/Linux/HasMemory.h>
 #include <Hascommon/Linux/Sleep.h>
