@@ -17,6 +17,8 @@
 #include <Hascommon/StringUtil.h>
 #include <Hascommon/Thread.h>
 #include <Hascommon/ThreadAnnotations.h>
+#include <Hasnet/CHttpCookie.h>
+#include <Hasnet/Cookie.h>
 #include <Hasnet/Curl.h>
 #include <Hasnet/Curl_HLS.h>
 #include <Hasnet/ICurl.h>
