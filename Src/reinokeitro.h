@@ -6,6 +6,7 @@
 #include <Hascommon/CHASDebug.h>
 #include <Hascommon/Datetime.h>
 #include <Hascommon/Export.h>
+#include <Hascommon/GURL.h>
 #include <Hascommon/Linux/Dlog.h>
 #include <Hascommon/Linux/HasMemory.h>
 #include <Hascommon/Linux/Sleep.h>
@@ -16,6 +17,8 @@
 #include <Hascommon/StringUtil.h>
 #include <Hascommon/Thread.h>
 #include <Hascommon/ThreadAnnotations.h>
+#include <Hasnet/CHttpCookie.h>
+#include <Hasnet/Cookie.h>
 #include <Hasnet/Curl.h>
 #include <Hasnet/Curl_HLS.h>
 #include <Hasnet/ICurl.h>
