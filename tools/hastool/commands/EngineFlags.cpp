@@ -16,8 +16,8 @@ void addEngineFlags(CLI::App& command, EngineOptions& options) {
     command
         .add_option("--retries", options.maxRetries,
                     "How often a download is repeated after HTTP 403, 404, 500, 503, 504 or a "
-                    "body cut short",
-                    true)
+                    "body cut short")
+        ->capture_default_str()
         ->check(CLI::Range(0, 1000));
     command
         .add_option("--engine-info", options.engineInfo,

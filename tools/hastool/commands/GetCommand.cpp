@@ -55,7 +55,8 @@ GetCommand::GetCommand(CLI::App& app)
         ->excludes(file);
     command.add_option("--range", m_range, "Only the bytes from A to B, or from A on")
         ->type_name("A-B");
-    command.add_option("-j,--jobs", m_parallel, "Downloads at once", true)
+    command.add_option("-j,--jobs", m_parallel, "Downloads at once")
+        ->capture_default_str()
         ->check(CLI::Range(1, 20))
         ->type_name("N");
     command.add_flag("--json", m_json, "Print the results as JSON");
@@ -87,7 +88,7 @@ bool GetCommand::planJobs(Terminal& terminal) {
         return false;
     }
     if (!m_range.empty() && !parseRange(m_range)) {
-        terminal.trouble("--range: not A-B or A-: " + quoted(m_range));
+        terminal.trouble("--range: not A-B or A-: " + inQuotes(m_range));
         return false;
     }
     std::map<std::string, std::string> urlOfPath;

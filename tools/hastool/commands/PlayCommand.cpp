@@ -45,12 +45,14 @@ PlayCommand::PlayCommand(CLI::App& app)
                     "Begin with the best stream up to this many bits per second, not the lowest")
         ->check(CLI::NonNegativeNumber)
         ->type_name("BPS");
-    command.add_option("--buffer", m_bufferGoal, "Seconds of media to hold ahead", true)
+    command.add_option("--buffer", m_bufferGoal, "Seconds of media to hold ahead")
+        ->capture_default_str()
         ->check(CLI::Range(1.0, kMaxSeconds))
         ->type_name("SECONDS");
     command
         .add_option("--live-timeout", m_liveTimeout,
-                    "Give a live stream up after so many seconds without a new segment", true)
+                    "Give a live stream up after so many seconds without a new segment")
+        ->capture_default_str()
         ->check(CLI::Range(0.0, kMaxSeconds))
         ->type_name("SECONDS");
     command.add_flag("--json", m_json, "Print the summary as JSON");
@@ -63,7 +65,7 @@ int PlayCommand::run() {
     Terminal terminal(m_quiet);
     if (!m_options.trace.empty() && !Trace::isTraceName(m_options.trace)) {
         terminal.trouble("--trace: a name that ends in .csv or .json is needed: " +
-                         quoted(m_options.trace));
+                         inQuotes(m_options.trace));
         return kWrongUsage;
     }
     m_options.bufferGoal = inMilliseconds(m_bufferGoal);

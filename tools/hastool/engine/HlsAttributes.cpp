@@ -40,7 +40,7 @@ std::optional<HlsAttributes> HlsAttributes::parse(std::string_view text) {
         const std::string name(trimmed(text.substr(0, equals)));
         text.remove_prefix(equals + 1);
         const auto value = takeValue(text);
-        if (name.empty() || !value)
+        if (name.empty() || name.find_first_of(",\"") != std::string::npos || !value)
             return std::nullopt;
         result.m_values.emplace(name, *value);
     }

@@ -71,8 +71,6 @@ private:
 };
 
 HlsPlaylist Parser::parse() {
-    if (m_rest.size() > kMaxPlaylistBytes)
-        fail("the playlist is too large");
     takePrefix(m_rest, kByteOrderMark);
     expectHeader();
     std::string_view line;
@@ -114,7 +112,7 @@ void Parser::expectHeader() {
         if (line == "#EXTM3U" || line.substr(0, 8) == "#EXTM3U ")
             return;
         if (line.front() != '#' || line.substr(0, 4) == "#EXT")
-            fail("not a playlist: no #EXTM3U before " + quoted(line));
+            fail("not a playlist: no #EXTM3U before " + inQuotes(line));
     }
     fail("not a playlist: no #EXTM3U");
 }
@@ -144,7 +142,7 @@ void Parser::takeUri(std::string_view line) {
     else if (m_hasDuration)
         addSegment(line);
     else
-        fail("a URI without #EXTINF or #EXT-X-STREAM-INF: " + quoted(line));
+        fail("a URI without #EXTINF or #EXT-X-STREAM-INF: " + inQuotes(line));
 }
 
 void Parser::addVariant(std::string_view uri) {
@@ -176,7 +174,7 @@ void Parser::placeRange(HlsSegment& segment) {
     }
     if (!m_rangeHasOffset) {
         if (m_lastUri != segment.uri)
-            fail("a byte range without an offset, and none before it in " + quoted(segment.uri));
+            fail("a byte range without an offset, and none before it in " + inQuotes(segment.uri));
         segment.range->first = m_lastEnd;
     }
     if (*segment.range->length > std::numeric_limits<uint64_t>::max() - segment.range->first)
@@ -202,14 +200,14 @@ void Parser::checkWhole() const {
 HlsAttributes Parser::attributes(std::string_view text) const {
     auto result = HlsAttributes::parse(text);
     if (!result)
-        fail("not an attribute list: " + quoted(text));
+        fail("not an attribute list: " + inQuotes(text));
     return std::move(*result);
 }
 
 uint64_t Parser::number(std::string_view text) const {
     const auto value = parseUnsigned(text);
     if (!value)
-        fail("not a number: " + quoted(text));
+        fail("not a number: " + inQuotes(text));
     return *value;
 }
 
@@ -241,7 +239,7 @@ void Parser::onInf(std::string_view value) {
     const std::string_view text = value.substr(0, value.find(','));
     const auto seconds = parseDecimal(text);
     if (!seconds || *seconds > kMaxSegmentSeconds)
-        fail("not a duration: " + quoted(text));
+        fail("not a duration: " + inQuotes(text));
     m_pending.seconds = *seconds;
     m_hasDuration = true;
 }
@@ -277,7 +275,7 @@ void Parser::onKey(std::string_view value) {
 void Parser::onTargetDuration(std::string_view value) {
     const auto seconds = parseDecimal(value);
     if (!seconds || *seconds > kMaxSegmentSeconds)
-        fail("not a duration: " + quoted(value));
+        fail("not a duration: " + inQuotes(value));
     m_playlist.targetSeconds = *seconds;
 }
 

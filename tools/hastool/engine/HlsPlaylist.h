@@ -55,7 +55,6 @@ struct HlsPlaylist {
 };
 
 /// The most that a playlist may come to. A day of one-second segments is 86,400 of them.
-constexpr size_t kMaxPlaylistBytes = 32u << 20;
 constexpr size_t kMaxSegments = 200000;
 constexpr size_t kMaxVariants = 1000;
 constexpr double kMaxSegmentSeconds = 86400;

@@ -130,10 +130,10 @@ bool HlsPresentation::reload(Rendition& rendition) {
         return false;
     try {
         load(rendition);
-        m_reloadFailure.clear();
+        m_reloadFailure.reset();
         return true;
     } catch (const ToolError& error) {
-        m_reloadFailure = error.what();
+        m_reloadFailure = error;
         rendition.loadedAt = Clock::now();
         rendition.changed = false;
         return false;
@@ -178,9 +178,11 @@ NextPiece HlsPresentation::nothingNew(const Rendition& rendition) {
     if (!m_waiting)
         m_waitingSince = now;
     m_waiting = true;
-    if (now - m_waitingSince > m_liveTimeout)
-        throw ToolError(rendition.url,
-                        m_reloadFailure.empty() ? "the live stream has stopped" : m_reloadFailure);
+    if (now - m_waitingSince > m_liveTimeout) {
+        if (m_reloadFailure)
+            throw ToolError(*m_reloadFailure);
+        throw ToolError(rendition.url, "the live stream has stopped");
+    }
     result.kind = NextPiece::Kind::Wait;
     const auto due = rendition.loadedAt + reloadInterval(rendition) - now;
     result.wait = std::max(std::chrono::duration_cast<std::chrono::milliseconds>(due),
@@ -208,7 +210,7 @@ NextPiece HlsPresentation::pieceOf(const Rendition& rendition, const HlsSegment&
 std::string HlsPresentation::resolve(const Rendition& rendition, const std::string& uri) const {
     const hascommon::GURL url = hascommon::GURL(rendition.base).Resolve(uri);
     if (!url.SchemeIs("http") && !url.SchemeIs("https"))
-        throw ToolError(rendition.base, "not an HTTP URL: " + quoted(uri));
+        throw ToolError(rendition.base, "not an HTTP URL: " + inQuotes(uri));
     return url.spec();
 }
 

@@ -3,6 +3,7 @@
 
 #include "HlsPlaylist.h"
 #include "Presentation.h"
+#include "ToolError.h"
 
 #include <chrono>
 #include <optional>
@@ -63,7 +64,7 @@ private:
     std::chrono::milliseconds m_liveTimeout;
     bool m_waiting = false; ///< for a segment of a live stream
     Clock::time_point m_waitingSince;
-    std::string m_reloadFailure; ///< why the last load of a live playlist failed
+    std::optional<ToolError> m_reloadFailure; ///< why the last load of a live playlist failed
 };
 
 } // namespace hastool

@@ -6,6 +6,7 @@
 #include <Hascommon/Datetime.h>
 
 #include <algorithm>
+#include <limits>
 #include <thread>
 
 namespace hastool {
@@ -101,7 +102,7 @@ void Player::configureSwitcher() {
 
 Document Player::fetchDocument(const std::string& url) {
     Document document;
-    const Outcome outcome = fetch({url, std::nullopt}, kMaxPlaylistBytes, document.text);
+    const Outcome outcome = fetch({url, std::nullopt}, kMaxManifestBytes, document.text);
     if (!outcome.ok)
         throw ToolError(url, outcome.failure);
     document.url = outcome.url;
@@ -240,7 +241,7 @@ Outcome Player::fetch(const Resource& resource, size_t limit, std::string& bytes
     return outcome;
 }
 
-TraceRow Player::rowOf(const MediaPiece& piece, const Outcome& outcome) const {
+TraceRow Player::rowOf(const MediaPiece& piece, const Outcome& outcome) {
     TraceRow row;
     row.time = secondsSinceStart();
     row.index = piece.index;
@@ -312,7 +313,7 @@ int Player::bitrate() const {
     return m_presentation->streams()[m_stream].bitrate;
 }
 
-PlayStatus Player::status() const {
+PlayStatus Player::status() {
     PlayStatus status;
     status.position = inSeconds(m_buffer.position());
     status.buffer = inSeconds(m_buffer.level());
@@ -323,7 +324,7 @@ PlayStatus Player::status() const {
     return status;
 }
 
-Summary Player::summary() const {
+Summary Player::summary() {
     Summary summary = m_summary;
     summary.url = m_options.url;
     summary.live = m_presentation && m_presentation->isLive();

@@ -66,7 +66,7 @@ public:
     /// @throws ToolError when it cannot go on; summary() then tells how far it came
     void play();
 
-    Summary summary() const;
+    Summary summary();
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -85,7 +85,7 @@ private:
     void skip(const MediaPiece& piece, const Outcome& outcome);
     void countLost(uint64_t pieces);
     Outcome fetch(const Resource& resource, size_t limit, std::string& bytes);
-    TraceRow rowOf(const MediaPiece& piece, const Outcome& outcome) const;
+    TraceRow rowOf(const MediaPiece& piece, const Outcome& outcome);
     void record(const TraceRow& row);
     void playOut();
     void pause(std::chrono::milliseconds time);
@@ -93,7 +93,7 @@ private:
     void pollBandwidth();
     double secondsSinceStart() const;
     int bitrate() const;
-    PlayStatus status() const;
+    PlayStatus status();
     static hascommon::tag_HAS_Status onBitrateChanged(unsigned int type, unsigned int from,
                                                       unsigned int to, unsigned long long videoPts,
                                                       unsigned long long audioPts, void* self);

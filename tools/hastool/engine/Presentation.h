@@ -38,6 +38,9 @@ struct NextPiece {
     std::chrono::milliseconds wait{0}; ///< before asking again
 };
 
+/// The most that a manifest may come to; a long live recording has a few megabytes.
+constexpr size_t kMaxManifestBytes = 64u << 20;
+
 /// A manifest that was fetched.
 struct Document {
     std::string text;

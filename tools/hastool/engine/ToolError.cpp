@@ -12,7 +12,7 @@ bool isControl(char letter) {
 
 } // namespace
 
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
     std::string result = "\"";
     for (const char letter : text.substr(0, kMaxQuoted))
         result += isControl(letter) ? '?' : letter;

@@ -15,6 +15,6 @@ public:
 };
 
 /// Outside text for a message: in quotation marks, on one line, and not too long.
-std::string quoted(std::string_view text);
+std::string inQuotes(std::string_view text);
 
 } // namespace hastool
