@@ -2,6 +2,8 @@
 /// Every public header of the library.
 #pragma once
 
+#include <Hascommon/BitstreamBuilder.h>
+#include <Hascommon/BitstreamReader.h>
 #include <Hascommon/CCDebugHAS.h>
 #include <Hascommon/CHASDebug.h>
 #include <Hascommon/Export.h>
@@ -10,6 +12,7 @@
 #include <Hascommon/Linux/Sleep.h>
 #include <Hascommon/LockGuard.h>
 #include <Hascommon/Mutex.h>
+#include <Hascommon/Packet.h>
 #include <Hascommon/RecursiveMutex.h>
 #include <Hascommon/Thread.h>
 #include <Hascommon/ThreadAnnotations.h>
