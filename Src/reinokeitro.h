@@ -22,3 +22,6 @@
 #include <Hasnet/ICurlCB.h>
 #include <Hasnet/IDownloadEvent.h>
 #include <Hasnet/curl_thread_option.h>
+#include <Hasutil/H264HeaderParser.h>
+#include <Hasutil/H264SequenceSetParse.h>
+#include <Hasutil/H264_SyntaxReader.h>

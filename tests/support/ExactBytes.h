@@ -32,6 +32,11 @@ public:
         std::copy(bytes.begin(), bytes.end(), data());
     }
 
+    template<typename Iterator>
+    static ExactBytes of(Iterator first, Iterator last) {
+        return ExactBytes(std::vector<unsigned char>(first, last));
+    }
+
     unsigned char* data() const { return m_bytes.get(); }
     size_t size() const { return m_size; }
     int intSize() const { return static_cast<int>(m_size); }
