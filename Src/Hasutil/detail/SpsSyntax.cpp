@@ -18,9 +18,19 @@ bool dropUE(H264_SyntaxReader& reader) {
     return reader.ReadUE(value) == 0;
 }
 
-bool dropSE(H264_SyntaxReader& reader) {
+/// A count beyond the data ends with the data.
+bool dropSE(H264_SyntaxReader& reader, unsigned int count) {
     int value = 0;
-    return reader.ReadSE(value) == 0;
+    for (unsigned int i = 0; i < count; ++i) {
+        if (reader.ReadSE(value) != 0)
+            return false;
+    }
+    return true;
+}
+
+bool dropBitDepths(H264_SyntaxReader& reader) {
+    const bool luma = dropUE(reader);
+    return luma && dropUE(reader);
 }
 
 /// Both write the field only once the element was read whole.
@@ -58,8 +68,7 @@ bool readChromaElements(H264_SyntaxReader& reader) {
         return false;
     if (chromaFormat == kChroma444 && !dropU(reader, 1)) // separate_colour_plane_flag
         return false;
-    // bit_depth_luma_minus8, bit_depth_chroma_minus8, qpprime_y_zero_transform_bypass_flag
-    if (!dropUE(reader) || !dropUE(reader) || !dropU(reader, 1))
+    if (!dropBitDepths(reader) || !dropU(reader, 1)) // qpprime_y_zero_transform_bypass_flag
         return false;
     unsigned int matrix = 0; // seq_scaling_matrix_present_flag
     return readFlag(reader, matrix) && (matrix == 0 || readScalingMatrix(reader));
@@ -70,13 +79,7 @@ bool readPicOrderCycle(H264_SyntaxReader& reader, H264SequenceSetParse& sps) {
         return false;
     unsigned int cycle = 0; // num_ref_frames_in_pic_order_cnt_cycle
     // offset_for_non_ref_pic, offset_for_top_to_bottom_field
-    if (!dropSE(reader) || !dropSE(reader) || !readField(reader, cycle))
-        return false;
-    for (unsigned int i = 0; i < cycle; ++i) { // a count beyond the data ends with the data
-        if (!dropSE(reader))
-            return false;
-    }
-    return true;
+    return dropSE(reader, 2) && readField(reader, cycle) && dropSE(reader, cycle);
 }
 
 bool readPicOrder(H264_SyntaxReader& reader, H264SequenceSetParse& sps) {
@@ -114,7 +117,7 @@ bool readSequenceSet(H264_SyntaxReader& reader, H264SequenceSetParse& sps) {
     unsigned int profile = 0;
     if (reader.ReadU(8, profile) != 0)
         return false;
-    if (!dropU(reader, 4) || !dropU(reader, 4) || !dropU(reader, 8)) // constraints, zeros, level
+    if (!dropU(reader, 16)) // four constraint flags, four reserved bits, level_idc
         return false;
     if (!readField(reader, sps.seq_parameter_set_id))
         return false;
