@@ -22,6 +22,10 @@
 #include <Hasnet/ICurlCB.h>
 #include <Hasnet/IDownloadEvent.h>
 #include <Hasnet/curl_thread_option.h>
+#include <Hasutil/CArray.h>
 #include <Hasutil/H264HeaderParser.h>
 #include <Hasutil/H264SequenceSetParse.h>
 #include <Hasutil/H264_SyntaxReader.h>
+#include <Hasutil/IPacketProcessor.h>
+#include <Hasutil/StreamType.h>
+#include <Hasutil/TsProcessData.h>
