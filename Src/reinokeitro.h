@@ -23,9 +23,13 @@
 #include <Hasnet/IDownloadEvent.h>
 #include <Hasnet/curl_thread_option.h>
 #include <Hasutil/CArray.h>
+#include <Hasutil/CTSPacketBuffer.h>
 #include <Hasutil/H264HeaderParser.h>
 #include <Hasutil/H264SequenceSetParse.h>
 #include <Hasutil/H264_SyntaxReader.h>
+#include <Hasutil/IArrayBuffer.h>
+#include <Hasutil/IOutputBuffer.h>
 #include <Hasutil/IPacketProcessor.h>
 #include <Hasutil/StreamType.h>
+#include <Hasutil/StringBuffer.h>
 #include <Hasutil/TsProcessData.h>
