@@ -1,16 +1,18 @@
 #include <Hasutil/TsProcessData.h>
 
+#include <cstddef>
+
 namespace hascommon {
 
 namespace {
 
 constexpr short kFree = -1;
-constexpr int kEntries = 100;
+constexpr std::size_t kEntries = 100;
 constexpr int kHomeSlots = 64;
 
 /// The entries above the home slots take what finds its own slot and all behind it taken.
-int homeSlot(int pid) {
-    return (pid ^ (pid >> 6)) & (kHomeSlots - 1);
+std::size_t homeSlot(int pid) {
+    return static_cast<std::size_t>((pid ^ (pid >> 6)) & (kHomeSlots - 1));
 }
 
 bool fitsTheTable(int pid) {
@@ -33,7 +35,7 @@ TsProcessData::~TsProcessData() = default;
 TsProcessData::EsInfo* TsProcessData::GetEsInfo(int pid) {
     if (!fitsTheTable(pid))
         return nullptr;
-    for (int i = homeSlot(pid); i < kEntries; ++i) {
+    for (std::size_t i = homeSlot(pid); i < kEntries; ++i) {
         if (m_entries[i].key == pid)
             return &m_entries[i].info;
     }
@@ -43,7 +45,7 @@ TsProcessData::EsInfo* TsProcessData::GetEsInfo(int pid) {
 TsProcessData::EsInfo* TsProcessData::PutEsInfo(int pid) {
     if (!fitsTheTable(pid))
         return nullptr;
-    for (int i = homeSlot(pid); i < kEntries; ++i) {
+    for (std::size_t i = homeSlot(pid); i < kEntries; ++i) {
         Entry& entry = m_entries[i];
         if (entry.key == kFree) {
             entry.key = static_cast<short>(pid);
