@@ -6,7 +6,9 @@
 #include <Hascommon/BitstreamReader.h>
 #include <Hascommon/CCDebugHAS.h>
 #include <Hascommon/CHASDebug.h>
+#include <Hascommon/Datetime.h>
 #include <Hascommon/Export.h>
+#include <Hascommon/GURL.h>
 #include <Hascommon/Linux/Dlog.h>
 #include <Hascommon/Linux/HasMemory.h>
 #include <Hascommon/Linux/Sleep.h>
@@ -14,8 +16,12 @@
 #include <Hascommon/Mutex.h>
 #include <Hascommon/Packet.h>
 #include <Hascommon/RecursiveMutex.h>
+#include <Hascommon/SafeString.h>
+#include <Hascommon/StringUtil.h>
 #include <Hascommon/Thread.h>
 #include <Hascommon/ThreadAnnotations.h>
+#include <Hasnet/CHttpCookie.h>
+#include <Hasnet/Cookie.h>
 #include <Hasnet/Curl.h>
 #include <Hasnet/Curl_HLS.h>
 #include <Hasnet/ICurl.h>

@@ -104,7 +104,75 @@ public:
     /// @return false for a null unit
     bool GetUnitInfo(UnitObject* unit, UnitInfo& info);
 
+    /// EndDownload(), Resume() and Cancel() for a caller that holds the item lock. While
+    /// EndDownload_unlock() waits, the lock is given up.
+    int EndDownload_unlock(UnitObject*& unit);
+    int Resume_unlock(UnitObject* unit);
+    int Cancel_unlock(UnitObject* unit);
+
+    /// One turn of the transfer thread: a pass and its pause.
+    /// @param engine  the Curl
+    /// @return false to end the thread
+    static bool Loop(void* engine);
+
+protected:
+    /// Stops the engine as Quit() does, without saving cookies. The destructor of a subclass that
+    /// overrides ResultIf() calls it, before the override is gone.
+    void Stop();
+
+    /// Adds a line to the headers of every later request until Quit().
+    /// @return false when there was no memory; no extra lines are sent then
+    bool AddHeaderLine(const std::string& line);
+
+    /// Remembers the text of SetCookie().
+    void KeepUserCookie(const std::string& cookie);
+
 private:
+    // Beginning a request.
+    int BeginDownloadImpl(const std::string& url, const std::string& range, bool keepInfo,
+                          UnitObject*& unit, bool flag, void* userData);
+    bool ReqBody(UnitObject* unit, unsigned int key);
+    void SetBodyEasyDownloadOPT(UnitObject* unit);
+    void GiveBack(UnitObject* unit);
+
+    // A pass.
+    int Process();
+    void ApplyRequests();
+    void AddBegun(UnitObject* unit);
+    void ApplyPause(UnitObject* unit);
+    void RunTransfers();
+    int PerformAll();
+    int WaitForTraffic(int timeoutMs);
+    bool MayGoOn(int running) const;
+    int ReapOne();
+    int Complete(UnitObject* unit);
+    int CompleteHeld();
+    void EndAll();
+    void TakeOff(UnitObject* unit);
+    void FinishReset();
+    bool DrainReset();
+
+    // Bytes and headers, on their way from libcurl to the owner.
+    static size_t EasyDownloadCB(char* data, size_t size, size_t nmemb, void* unit);
+    static size_t HeaderCB(char* data, size_t size, size_t nmemb, void* unit);
+    static int ProgressCB(void* unit, double dltotal, double dlnow, double ultotal, double ulnow);
+    int OnBodyDownload(UnitObject* unit, unsigned char* data, unsigned int size, int easyIndex,
+                       int part);
+    void KeepForLater(UnitObject* unit, const unsigned char* data, unsigned int size);
+    void CountArrival(UnitObject* unit, unsigned int size);
+    void DeliverHeld(UnitObject* unit);
+    void CallTransfer(UnitObject* unit, int code, unsigned char* data, unsigned int size, int part);
+    void OnHeaderDownload(UnitObject* unit, const char* line, unsigned int length);
+    void OnHeadersEnd(UnitObject* unit);
+    void ProcessGetInfo(UnitObject* unit, int easyIndex);
+
+    // Outcomes.
+    void ApplyRetryRules(UnitObject* unit, int curlCode, long httpStatus);
+    void ReportRedirect(UnitObject* unit, long httpStatus);
+
+    int Collect(UnitObject* unit);
+    void WaitStep(unsigned int ms);
+
     std::unique_ptr<detail::CurlState> m_state;
 };
 

@@ -1,0 +1,333 @@
+// How the download engine drives libcurl: only here, in a pass, are its handles used.
+#include <Hasnet/Curl.h>
+
+#include <Hascommon/Datetime.h>
+#include <Hascommon/Linux/Sleep.h>
+#include <Hasnet/detail/CurlState.h>
+#include <Hasnet/detail/Low32.h>
+#include <Hasnet/detail/ResultCode.h>
+#include <Hasnet/detail/TransferLimits.h>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace hascommon {
+
+using detail::CurlState;
+using detail::UnitState;
+using ItemGuard = LockGuard<detail::ItemLock>;
+using OptionsGuard = LockGuard<Mutex>;
+
+namespace {
+
+/// Waiting for traffic, at the longest.
+constexpr int kSelectMs = 300;
+/// A pass that has traffic goes on as long as this before it reaps and lets the loop take a turn.
+constexpr std::chrono::milliseconds kBurst{20};
+constexpr unsigned int kEndWaitMs = 3;
+constexpr unsigned int kPlainLoopSleepUs = 1000;
+/// A loop without a period does not spin while there is nothing to do.
+constexpr unsigned int kIdleSleepUs = 1000;
+
+/// Marks that a pass stands on this thread's stack.
+class PassMark {
+public:
+    explicit PassMark(CurlState& state)
+        : m_state(state) {
+        m_state.passThread = std::this_thread::get_id();
+    }
+    ~PassMark() { m_state.passThread = std::thread::id(); }
+    PassMark(const PassMark&) = delete;
+    PassMark& operator=(const PassMark&) = delete;
+
+private:
+    CurlState& m_state;
+};
+
+} // namespace
+
+bool Curl::Loop(void* engine) {
+    auto& self = *static_cast<Curl*>(engine);
+    CurlState& s = *self.m_state;
+    if (s.threadOption == CURL_THREAD_PACED) {
+        // From start to end on purpose: the difference wraps once a pass took a millisecond, and
+        // that turn does not sleep.
+        const unsigned int start = detail::low32(has_getTime());
+        self.RunOnce();
+        const unsigned int spent = (start - detail::low32(has_getTime())) * 1000U;
+        const auto period = static_cast<unsigned int>(std::max(s.sleepTime, 0));
+        if (spent < period)
+            s.wake.SleepUs(period - spent);
+        else if (period == 0 && self.IsIdle())
+            s.wake.SleepUs(kIdleSleepUs);
+    } else {
+        self.RunOnce();
+        s.wake.SleepUs(kPlainLoopSleepUs);
+    }
+    if (!s.quit)
+        return true;
+    s.looping = false;
+    return false;
+}
+
+void Curl::Stop() {
+    CurlState& s = *m_state;
+    s.quit = true;
+    s.SetClosed(true);
+    s.wake.Signal();
+    if (s.InPass())
+        return; // The pass ends the units when it is done.
+    {
+        const LockGuard<Mutex> guard(s.threadMutex);
+        s.thread.Join(nullptr);
+        s.looping = false;
+    }
+    const ItemGuard lock(s.itemLock);
+    while (s.PassRuns())
+        WaitStep(kEndWaitMs); // Another thread of the owner's is in RunOnce().
+    EndAll();
+}
+
+void Curl::EndAll() {
+    CurlState& s = *m_state;
+    s.itemLock.AssertHeld();
+    s.TakeBegun();
+    for (const auto& slot : s.units) {
+        UnitObject* unit = slot.get();
+        unit->itemLock.AssertHeld();
+        TakeOff(unit);
+        unit->pauseBuffer.clear();
+        const UnitState state = unit->state.Get();
+        if (!unit->InUse() || state == UnitState::Completed || state == UnitState::Preparing)
+            continue;
+        unit->code = detail::kCodeCancelled;
+        if (unit->state.Change(UnitState::Completed))
+            s.completed.push_back(unit);
+    }
+    const OptionsGuard guard(s.optionsMutex);
+    s.options.headerList.reset();
+}
+
+void Curl::TakeOff(UnitObject* unit) {
+    CurlState& s = *m_state;
+    s.itemLock.AssertHeld();
+    unit->itemLock.AssertHeld();
+    if (!std::exchange(unit->inMulti, false))
+        return;
+    s.multi->RemoveHandle(*unit->easy);
+    --s.handles;
+}
+
+int Curl::RunOnce() {
+    return Process();
+}
+
+int Curl::Process() {
+    CurlState& s = *m_state;
+    const ItemGuard lock(s.itemLock);
+    if (s.PassRuns())
+        return 0; // One stands on another thread's stack, or below this callback.
+    int result = 0;
+    if (!s.quit) {
+        const PassMark mark(s);
+        s.wake.Drain();
+        RunTransfers();
+        result = CompleteHeld() != 0 ? 1 : ReapOne();
+    }
+    if (s.quit)
+        EndAll();
+    if (s.resetByPass && DrainReset()) {
+        s.resetByPass = false;
+        FinishReset();
+    }
+    return result;
+}
+
+void Curl::RunTransfers() {
+    CurlState& s = *m_state;
+    s.itemLock.AssertHeld();
+    int running = PerformAll();
+    // No wait while a finished transfer is still to be reaped.
+    if (running <= 0 || WaitForTraffic(running < s.handles ? 0 : kSelectMs) < 0)
+        return;
+    const auto until = std::chrono::steady_clock::now() + kBurst;
+    do {
+        running = PerformAll();
+    } while (MayGoOn(running) && std::chrono::steady_clock::now() < until && WaitForTraffic(0) > 0);
+}
+
+int Curl::PerformAll() {
+    CurlState& s = *m_state;
+    s.itemLock.AssertHeld();
+    ApplyRequests();
+    int running = 0;
+    while (s.multi->Perform(running)) {
+    }
+    return running;
+}
+
+bool Curl::MayGoOn(int running) const {
+    const CurlState& s = *m_state;
+    s.itemLock.AssertHeld();
+    // A finished transfer, a waiting owner or the end of the engine ends the pass.
+    return running > 0 && running == s.handles && !s.itemLock.HasWaiters() && !s.quit;
+}
+
+int Curl::WaitForTraffic(int timeoutMs) {
+    CurlState& s = *m_state;
+    s.itemLock.AssertHeld();
+    fd_set read;
+    fd_set write;
+    fd_set except;
+    FD_ZERO(&read);
+    FD_ZERO(&write);
+    FD_ZERO(&except);
+    int maxFd = -1;
+    s.multi->FDSet(&read, &write, &except, &maxFd);
+    const int wakeFd = s.wake.Descriptor();
+    if (maxFd < 0 || s.highSockets || wakeFd < 0 || wakeFd >= FD_SETSIZE)
+        return s.multi->Poll(wakeFd, timeoutMs);
+    long timer = -1; // libcurl's own next deadline, which select does not know.
+    curl_multi_timeout(s.multi->GetHandle(), &timer);
+    if (timer >= 0 && timer < timeoutMs)
+        timeoutMs = static_cast<int>(timer);
+    FD_SET(wakeFd, &read);
+    timeval timeout{0, static_cast<suseconds_t>(timeoutMs) * 1000};
+    return s.multi->Select(std::max(maxFd, wakeFd) + 1, &read, &write, &except, &timeout);
+}
+
+void Curl::ApplyRequests() {
+    CurlState& s = *m_state;
+    for (UnitObject* unit : s.TakeBegun())
+        AddBegun(unit);
+    for (const auto& unit : s.units)
+        ApplyPause(unit.get());
+}
+
+void Curl::ApplyPause(UnitObject* unit) {
+    unit->itemLock.AssertHeld();
+    if (!unit->inMulti)
+        return;
+    const bool pause = unit->IsPaused();
+    if (std::exchange(unit->limitsDue, false)) {
+        if (pause)
+            detail::setPausedLimits(*unit->easy);
+        else
+            detail::setResumedLimits(*unit->easy, unit->pausedTotal);
+    }
+    if (pause == unit->curlPaused)
+        return;
+    if (pause) {
+        // Fails until there is a connection; the next pass tries again.
+        unit->curlPaused = unit->easy->Pause();
+        return;
+    }
+    unit->curlPaused = false;
+    if (!unit->easy->Resume() && unit->state.Change(UnitState::Paused))
+        unit->curlPaused = true;
+}
+
+int Curl::CompleteHeld() {
+    CurlState& s = *m_state;
+    int completed = 0;
+    for (const auto& slot : s.units) {
+        UnitObject* unit = slot.get();
+        unit->itemLock.AssertHeld();
+        const bool settled = !unit->InUse() || unit->IsCompleted();
+        if (completed == 0 && unit->finished && !settled)
+            completed = Complete(unit);
+    }
+    return completed;
+}
+
+int Curl::Complete(UnitObject* unit) {
+    CurlState& s = *m_state;
+    s.itemLock.AssertHeld();
+    unit->itemLock.AssertHeld();
+    if (s.resetting) {
+        if (unit->code == detail::kCodeOk)
+            unit->code = detail::kCodeCancelled;
+        unit->state.Change(UnitState::Completed);
+        EndDownload_unlock(unit);
+        return 0;
+    }
+    DeliverHeld(unit);
+    if (!unit->pauseBuffer.empty() && unit->IsPaused())
+        return 0; // It completes once the owner has resumed it and taken the bytes.
+    if (unit->IsAborted())
+        unit->code = detail::kCodeCancelled;
+    unit->pauseBuffer.clear();
+    if (!unit->state.Change(UnitState::Completed))
+        return 0;
+    s.completed.push_back(unit);
+    return 1;
+}
+
+int Curl::Collect(UnitObject* unit) {
+    CurlState& s = *m_state;
+    if (!unit->InUse() || unit->endRequested.exchange(true))
+        return 0;
+    const unsigned int generation = unit->generation;
+    const bool mayWait =
+        !s.InPass() && (unit->queued || unit->beginner != std::this_thread::get_id());
+    while (unit->InUse() && unit->generation == generation && !unit->IsCompleted()) {
+        if (!mayWait) {
+            unit->endRequested = false;
+            return -1;
+        }
+        WaitStep(kEndWaitMs);
+    }
+    const ItemGuard lock(s.itemLock);
+    const int code = unit->code;
+    // A reset may have freed the slot meanwhile, and a new request taken it.
+    if (unit->generation == generation && unit->state.Change(UnitState::Ended))
+        s.Forget(unit);
+    return code;
+}
+
+void Curl::WaitStep(unsigned int ms) HAS_NO_THREAD_SAFETY_ANALYSIS {
+    CurlState& s = *m_state;
+    if (!s.looping && !s.PassRuns() && !s.quit) {
+        RunOnce();
+        return;
+    }
+    // A caller that holds the lock lets the pass have it meanwhile.
+    const unsigned int depth = s.itemLock.ReleaseAll();
+    has_sleep_ms(ms);
+    s.itemLock.Reacquire(depth);
+}
+
+bool Curl::DrainReset() {
+    CurlState& s = *m_state;
+    const ItemGuard lock(s.itemLock);
+    bool drained = true;
+    for (const auto& slot : s.units) {
+        UnitObject* unit = slot.get();
+        if (unit->IsCompleted())
+            EndDownload_unlock(unit);
+        // A request that is still being begun finds its key stale and frees its slot itself.
+        drained = drained && (!unit->InUse() || !unit->queued);
+    }
+    return drained;
+}
+
+void Curl::GiveBack(UnitObject* unit) {
+    const ItemGuard lock(m_state->itemLock);
+    m_state->Forget(unit);
+    if (!unit->state.Change(UnitState::Free))
+        unit->state.Change(UnitState::Ended);
+}
+
+void Curl::StartLoop() {
+    const LockGuard<Mutex> guard(m_state->threadMutex);
+    m_state->SetClosed(false);
+    m_state->quit = false;
+    if (m_state->looping)
+        return;
+    m_state->thread.Join(nullptr);
+    m_state->looping = true;
+    m_state->looping = m_state->thread.Create(Loop, this);
+}
+
+} // namespace hascommon

@@ -1,0 +1,7 @@
+#include <Hasnet/ICurl.h>
+
+namespace hascommon {
+
+ICurl::~ICurl() = default;
+
+} // namespace hascommon

@@ -1,0 +1,7 @@
+#include <Hasnet/ICurlCB.h>
+
+namespace hascommon {
+
+ICurlCB::~ICurlCB() = default;
+
+} // namespace hascommon

@@ -1,0 +1,7 @@
+#include <Hasnet/ICurlEasy.h>
+
+namespace hascommon {
+
+ICurlEasy::~ICurlEasy() = default;
+
+} // namespace hascommon

@@ -1,0 +1,7 @@
+#include <Hasnet/ICurlFactory.h>
+
+namespace hascommon {
+
+ICurlFactory::~ICurlFactory() = default;
+
+} // namespace hascommon

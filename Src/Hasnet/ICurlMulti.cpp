@@ -1,0 +1,7 @@
+#include <Hasnet/ICurlMulti.h>
+
+namespace hascommon {
+
+ICurlMulti::~ICurlMulti() = default;
+
+} // namespace hascommon

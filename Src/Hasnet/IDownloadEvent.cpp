@@ -1,0 +1,7 @@
+#include <Hasnet/IDownloadEvent.h>
+
+namespace hascommon {
+
+IDownloadEvent::~IDownloadEvent() = default;
+
+} // namespace hascommon

@@ -1,0 +1,124 @@
+#include <Hasnet/detail/EasyOptions.h>
+
+#include <Hascommon/GURL.h>
+#include <Hasnet/detail/TransferLimits.h>
+
+#include <openssl/evp.h>
+#include <sys/select.h>
+#include <sys/socket.h>
+
+namespace hascommon::detail {
+namespace {
+
+constexpr unsigned int kHbbtvEngine = 5;
+constexpr const char* kHbbtvAgent = "Hbbtv/1.2.1";
+constexpr const char* kDefaultAgent = "quenlishas-agent/1.1";
+/// A redirect loop has to end; browsers give up after about as many.
+constexpr long kMaxRedirects = 30;
+
+template<typename Function>
+const void* asFunction(Function* function) {
+    return reinterpret_cast<const void*>(function);
+}
+
+/// Opens a socket as libcurl would itself, and tells when select cannot wait for it.
+curl_socket_t openSocket(void* highSockets, curlsocktype, curl_sockaddr* address) {
+    const int fd = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    if (fd >= FD_SETSIZE)
+        *static_cast<std::atomic<bool>*>(highSockets) = true;
+    return fd;
+}
+
+void setTarget(ICurlEasy& easy, const EasyRequest& request) {
+    if (!request.options->proxy.empty())
+        easy.SetOpt(CURLOPT_PROXY, request.options->proxy.c_str());
+    easy.SetOpt(CURLOPT_URL, request.info.url.c_str());
+    if (!request.info.range.empty())
+        easy.SetOpt(CURLOPT_RANGE, request.info.range.c_str());
+    if (!request.cookie.empty())
+        easy.SetOpt(CURLOPT_COOKIE, request.cookie.c_str());
+    if (request.options->headerList)
+        easy.SetOpt(CURLOPT_HTTPHEADER, request.options->headerList.get());
+}
+
+void setFixed(ICurlEasy& easy, const EasyRequest& request, const EasyCallbacks& callbacks) {
+    easy.SetOpt(CURLOPT_FAILONERROR, asOption(1));
+    easy.SetOpt(CURLOPT_WRITEFUNCTION, asFunction(callbacks.write));
+    easy.SetOpt(CURLOPT_WRITEDATA, request.unit);
+    easy.SetOpt(CURLOPT_HEADERFUNCTION, asFunction(callbacks.header));
+    easy.SetOpt(CURLOPT_HEADERDATA, request.unit);
+    easy.SetOpt(CURLOPT_FOLLOWLOCATION, asOption(1));
+    easy.SetOpt(CURLOPT_HEADER, asOption(0));
+    easy.SetOpt(CURLOPT_NOBODY, asOption(0));
+    easy.SetOpt(CURLOPT_ERRORBUFFER, request.errorBuffer);
+    easy.SetOpt(CURLOPT_PRIVATE, request.unit);
+    easy.SetOpt(CURLOPT_NOSIGNAL, asOption(1));
+    easy.SetOpt(CURLOPT_NOPROGRESS, asOption(0));
+    easy.SetOpt(CURLOPT_PROGRESSFUNCTION, asFunction(callbacks.progress));
+    easy.SetOpt(CURLOPT_PROGRESSDATA, request.unit);
+    easy.SetOpt(CURLOPT_ACCEPT_ENCODING, "");
+    easy.SetOpt(CURLOPT_FILETIME, asOption(1));
+}
+
+void setCondition(ICurlEasy& easy, const UrlInfo& info) {
+    if (!info.keepInfo || info.fileTime == 0)
+        return;
+    easy.SetOpt(CURLOPT_TIMECONDITION, asOption(CURL_TIMECOND_IFMODSINCE));
+    easy.SetOpt(CURLOPT_TIMEVALUE, asOption(info.fileTime));
+}
+
+void setAgent(ICurlEasy& easy, const EasyRequest& request) {
+    const std::string& agent = request.options->agent;
+    if (request.engineInfo == kHbbtvEngine)
+        easy.SetOpt(CURLOPT_USERAGENT, kHbbtvAgent);
+    else
+        easy.SetOpt(CURLOPT_USERAGENT, agent.empty() ? kDefaultAgent : agent.c_str());
+}
+
+/// What keeps a server, or a proxy on the way, from leading the engine astray.
+void setBounds(ICurlEasy& easy, const EasyRequest& request) {
+    easy.SetOpt(CURLOPT_PROTOCOLS_STR, "http,https");
+    easy.SetOpt(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    easy.SetOpt(CURLOPT_MAXREDIRS, asOption(kMaxRedirects));
+    // A proxy's answer to CONNECT is not the server's: no cookie or date is taken from it.
+    easy.SetOpt(CURLOPT_SUPPRESS_CONNECT_HEADERS, asOption(1));
+    easy.SetOpt(CURLOPT_OPENSOCKETFUNCTION, asFunction(openSocket));
+    easy.SetOpt(CURLOPT_OPENSOCKETDATA, request.highSockets);
+}
+
+} // namespace
+
+void setOptions(ICurlEasy& easy, const EasyRequest& request, const EasyCallbacks& callbacks) {
+    easy.Reset();
+    setTarget(easy, request);
+    setFixed(easy, request, callbacks);
+    setCondition(easy, request.info);
+    setAgent(easy, request);
+    OPENSSL_add_all_algorithms_noconf();
+    easy.SetOpt(CURLOPT_SSL_VERIFYPEER, asOption(request.options->verifyPeer ? 1 : 0));
+    if (!request.options->caFile.empty())
+        easy.SetOpt(CURLOPT_CAINFO, request.options->caFile.c_str());
+    setBounds(easy, request);
+}
+
+std::string answeringUrl(ICurlEasy& easy) {
+    char* url = nullptr;
+    easy.GetInfo(CURLINFO_EFFECTIVE_URL, &url);
+    return url != nullptr ? url : "";
+}
+
+std::string absoluteLocation(const std::string& answering, const std::string& location) {
+    if (GURL(location).is_valid())
+        return location;
+    const GURL resolved = GURL(answering).Resolve(location);
+    return resolved.is_valid() ? resolved.spec() : "";
+}
+
+unsigned long long toBytes(double count) {
+    constexpr double kMost = 9.0e18;
+    if (!(count > 0))
+        return 0;
+    return static_cast<unsigned long long>(count < kMost ? count : kMost);
+}
+
+} // namespace hascommon::detail

@@ -1,0 +1,45 @@
+// How a request is set up on its libcurl handle.
+#pragma once
+
+#include <Hasnet/ICurlEasy.h>
+#include <Hasnet/detail/CurlState.h>
+
+#include <atomic>
+#include <string>
+
+namespace hascommon::detail {
+
+/// libcurl's callbacks; each gets the unit as its user pointer.
+struct EasyCallbacks {
+    size_t (*write)(char*, size_t, size_t, void*);
+    size_t (*header)(char*, size_t, size_t, void*);
+    int (*progress)(void*, double, double, double, double);
+};
+
+/// One request, as far as libcurl is told of it. What is pointed to outlives the transfer, but for
+/// `options`, which libcurl copies from.
+struct EasyRequest {
+    const RequestOptions* options = nullptr;
+    UrlInfo info;
+    std::string cookie;
+    unsigned int engineInfo = 0;
+    char* errorBuffer = nullptr;
+    void* unit = nullptr;
+    /// Set when libcurl opens a socket that select cannot wait for.
+    std::atomic<bool>* highSockets = nullptr;
+};
+
+/// Sets the handle back and gives it all options of the request.
+void setOptions(ICurlEasy& easy, const EasyRequest& request, const EasyCallbacks& callbacks);
+
+/// The URL that is just being answered: the request's own, or that of the redirect being followed.
+std::string answeringUrl(ICurlEasy& easy);
+
+/// A Location header's value as an absolute URL: as it is when it is one, else resolved against the
+/// URL that answered (RFC 9110, section 10.2.2); empty when it cannot be resolved.
+std::string absoluteLocation(const std::string& answering, const std::string& location);
+
+/// libcurl's byte counts come as doubles; what is no count gives 0.
+unsigned long long toBytes(double count);
+
+} // namespace hascommon::detail

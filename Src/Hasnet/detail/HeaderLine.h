@@ -1,0 +1,18 @@
+// One response header line.
+#pragma once
+
+#include <string>
+
+namespace hascommon::detail {
+
+/// Whether the line's field name is `name`, in whatever case: HTTP/2 hands names over in lower case
+/// (RFC 9113, section 8.2.1).
+bool hasFieldName(const std::string& line, const char* name);
+
+/// What stands behind the first colon, without the white space around it.
+std::string fieldValue(const std::string& line);
+
+/// Whether the line ends a response's headers.
+bool endsHeaders(const std::string& line);
+
+} // namespace hascommon::detail

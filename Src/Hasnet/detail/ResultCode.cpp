@@ -1,0 +1,58 @@
+#include <Hasnet/detail/ResultCode.h>
+
+namespace hascommon::detail {
+
+int codeOf(CURLcode result, long httpStatus) {
+    // By number: libcurl renames and retires these constants, the numbers stay.
+    switch (static_cast<int>(result)) {
+    case 0:
+        return kCodeOk;
+    case 5:
+        return kCodeProxyNotResolved;
+    case 6:
+        return kCodeHostNotResolved;
+    case 7:
+        return kCodeNoConnection;
+    case 9:
+    case 35:
+    case 51:
+    case 53:
+    case 54:
+        return kCodeTlsError;
+    case 18:
+        return kCodePartial;
+    case 22:
+    case 34:
+    case 47:
+    case 52:
+        return kCodeHttpError;
+    case 28:
+        return kCodeTimeout;
+    case 42:
+        return kCodeCancelled;
+    case 55:
+        return kCodeSendError;
+    case 56:
+        return kCodeReceiveError;
+    default:
+        break;
+    }
+    // A server may send any number as its status; the sum is brought back to 32 bits.
+    const long long code = -1000LL * httpStatus - static_cast<int>(result) - 100;
+    return static_cast<int>(static_cast<unsigned int>(static_cast<unsigned long long>(code)));
+}
+
+bool isRetriedStatus(long httpStatus) {
+    switch (httpStatus) {
+    case 403:
+    case 404:
+    case 500:
+    case 503:
+    case 504:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace hascommon::detail

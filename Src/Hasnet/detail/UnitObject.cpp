@@ -1,0 +1,42 @@
+#include <Hasnet/detail/UnitObject.h>
+
+namespace hascommon {
+
+void UnitObject::Prepare(const std::string& newUrl, int index, bool newFlag, void* newUserData,
+                         long long now) HAS_NO_THREAD_SAFETY_ANALYSIS {
+    constexpr int kCodeThatKeepsRetries = 10;
+    if (code != kCodeThatKeepsRetries)
+        retries = 0;
+    code = 0;
+    url = newUrl;
+    infoIndex = index;
+    flag = newFlag;
+    userData = newUserData;
+    beginner = std::this_thread::get_id();
+    received = 0;
+    contentLength = 0;
+    httpStatus = 0;
+    redirects = 0;
+    beginTime = now;
+    lastRxTime = now;
+    latency = 0;
+    resumeTime = 0;
+    pauseStart = 0;
+    pausedTotal = 0;
+    skipBytes = 0;
+    notPausable = false;
+    queued = false;
+    endRequested = false;
+    cancelMark = false;
+    ++generation;
+    pauseBuffer.clear();
+    location.clear();
+    hopLocation.clear();
+    inMulti = false;
+    curlPaused = false;
+    limitsDue = false;
+    finished = false;
+    errorBuffer.fill('\0');
+}
+
+} // namespace hascommon

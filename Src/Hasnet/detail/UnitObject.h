@@ -1,0 +1,108 @@
+// One download.
+#pragma once
+
+#include <Hasnet/ICurlFactory.h>
+#include <Hasnet/detail/HeaderList.h>
+#include <Hasnet/detail/ItemLock.h>
+#include <Hasnet/detail/UnitState.h>
+
+#include <array>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace hascommon {
+
+class Curl;
+
+/// A slot of the unit table and the request that holds it.
+///
+/// Three threads may meet here: the one that begins the request, the one that runs the pass, and
+/// any other of the owner's. Fields are therefore either written before the request is handed to
+/// the pass and only read after, or atomics, or guarded by the item lock, or the pass's own.
+class UnitObject {
+public:
+    using EasyPointer = std::unique_ptr<ICurlEasy, std::function<void(ICurlEasy*)>>;
+
+    UnitObject(int unitSlot, Curl& owner, detail::ItemLock& lock)
+        : slot(unitSlot)
+        , engine(owner)
+        , itemLock(lock) {}
+    UnitObject(const UnitObject&) = delete;
+    UnitObject& operator=(const UnitObject&) = delete;
+
+    const int slot;
+    Curl& engine;
+    detail::ItemLock& itemLock;
+    detail::UnitStateMachine state;
+
+    // Written before the request is handed to the pass.
+    int infoIndex = 0;
+    std::string url;
+    EasyPointer easy; ///< the pass's alone while it is in the multi handle
+    detail::HeaderList headers;
+    std::thread::id beginner;
+    bool flag = false;
+
+    /// The host the slot is bound to: -1 before its first use, 0 for none.
+    std::atomic<int> hostIndex{-1};
+    /// Body bytes of this attempt. Counted in full; GetPos() tells the low 32 bits.
+    std::atomic<unsigned long long> received{0};
+    /// 0 until known.
+    std::atomic<unsigned long long> contentLength{0};
+    std::atomic<int> retries{0};
+    std::atomic<int> code{0};
+    std::atomic<long> httpStatus{0};
+    std::atomic<long> redirects{0};
+    std::atomic<long long> beginTime{0};
+    std::atomic<long long> latency{0};
+    std::atomic<long long> lastRxTime{0};
+    std::atomic<long long> resumeTime{0};
+    std::atomic<void*> userData{nullptr};
+    /// A unit that its owner may not pause; nothing in the engine asks for it yet.
+    std::atomic<bool> notPausable{false};
+    /// The request is in the hands of the pass.
+    std::atomic<bool> queued{false};
+    /// Somebody collects the unit, or has.
+    std::atomic<bool> endRequested{false};
+    /// The owner has cancelled it; cleared when the transfer's outcome is settled.
+    std::atomic<bool> cancelMark{false};
+    /// Counts the requests that the slot has served.
+    std::atomic<unsigned int> generation{0};
+
+    /// Body that arrived while the unit was paused.
+    std::vector<unsigned char> pauseBuffer HAS_GUARDED_BY(itemLock);
+    long long pauseStart HAS_GUARDED_BY(itemLock) = 0;
+    long long pausedTotal HAS_GUARDED_BY(itemLock) = 0;
+    /// Body bytes that the owner has from an earlier attempt.
+    unsigned long long skipBytes HAS_GUARDED_BY(itemLock) = 0;
+    /// Where the last redirect led, absolute.
+    std::string location HAS_GUARDED_BY(itemLock);
+    /// Where the response whose headers are coming in redirects to.
+    std::string hopLocation HAS_GUARDED_BY(itemLock);
+
+    // The pass's own view of its libcurl handle.
+    bool inMulti HAS_GUARDED_BY(itemLock) = false;
+    bool curlPaused HAS_GUARDED_BY(itemLock) = false;
+    /// The transfer's time limits are due to be set for a pause or a resume.
+    bool limitsDue HAS_GUARDED_BY(itemLock) = false;
+    /// libcurl is done with the transfer; the unit completes once its owner has all bytes.
+    bool finished HAS_GUARDED_BY(itemLock) = false;
+
+    std::array<char, CURL_ERROR_SIZE> errorBuffer{};
+
+    bool IsPaused() const { return state.Is(detail::UnitState::Paused); }
+    bool IsAborted() const { return state.Is(detail::UnitState::Aborted); }
+    bool IsCompleted() const { return state.Is(detail::UnitState::Completed); }
+    bool InUse() const { return state.InUse(); }
+
+    /// Clears what the request before has left; the slot is in state Preparing, so that no other
+    /// thread looks at it and no lock is needed.
+    void Prepare(const std::string& newUrl, int index, bool newFlag, void* newUserData,
+                 long long now) HAS_NO_THREAD_SAFETY_ANALYSIS;
+};
+
+} // namespace hascommon
