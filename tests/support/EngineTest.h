@@ -15,7 +15,7 @@
 namespace test {
 
 /// An engine that never sleeps between passes, its owner and an origin.
-template <typename Engine>
+template<typename Engine>
 class EngineTestOf : public ::testing::Test {
 protected:
     using Unit = hascommon::UnitObject;
