@@ -73,8 +73,8 @@ bool Curl::Loop(void* engine) {
 
 void Curl::Stop() {
     CurlState& s = *m_state;
+    s.SetClosed(true); // First: what ends the units finds nobody handing over another.
     s.quit = true;
-    s.SetClosed(true);
     s.wake.Signal();
     if (s.InPass())
         return; // The pass ends the units when it is done.
@@ -330,8 +330,8 @@ void Curl::GiveBack(UnitObject* unit) {
 
 void Curl::StartLoop() {
     const LockGuard<Mutex> guard(m_state->threadMutex);
-    m_state->SetClosed(false);
     m_state->quit = false;
+    m_state->SetClosed(false);
     if (m_state->looping)
         return;
     m_state->thread.Join(nullptr);
