@@ -268,6 +268,13 @@ int Curl::Complete(UnitObject* unit) {
     return 1;
 }
 
+void Curl::LetOwnersIn() HAS_NO_THREAD_SAFETY_ANALYSIS {
+    detail::ItemLock& lock = m_state->itemLock;
+    // Free at every depth for a moment: whoever waits comes first.
+    if (lock.HasWaiters())
+        lock.Reacquire(lock.ReleaseAll());
+}
+
 int Curl::Collect(UnitObject* unit) {
     CurlState& s = *m_state;
     if (!unit->InUse() || unit->endRequested.exchange(true))
