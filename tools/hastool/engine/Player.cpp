@@ -345,7 +345,7 @@ hascommon::tag_HAS_Status Player::onBitrateChanged(unsigned int, unsigned int fr
                                                    unsigned long long, unsigned long long,
                                                    void* self) {
     static_cast<Player*>(self)->m_observer.onSwitch(static_cast<int>(from), static_cast<int>(to));
-    return hascommon::tag_HAS_Status(1);
+    return hascommon::HAS_STATUS_SUCCESS;
 }
 
 } // namespace hastool
