@@ -2,6 +2,8 @@
 /// Every public header of the library.
 #pragma once
 
+#include <Hascommon/BitstreamBuilder.h>
+#include <Hascommon/BitstreamReader.h>
 #include <Hascommon/CCDebugHAS.h>
 #include <Hascommon/CHASDebug.h>
 #include <Hascommon/Datetime.h>
@@ -12,6 +14,7 @@
 #include <Hascommon/Linux/Sleep.h>
 #include <Hascommon/LockGuard.h>
 #include <Hascommon/Mutex.h>
+#include <Hascommon/Packet.h>
 #include <Hascommon/RecursiveMutex.h>
 #include <Hascommon/SafeString.h>
 #include <Hascommon/StringUtil.h>
@@ -20,15 +23,33 @@
 #include <Hasnet/AdaptiveSegSwitcher.h>
 #include <Hasnet/BandwidthChecker.h>
 #include <Hasnet/CHttpCookie.h>
+#include <Hasnet/ConcreateCurlFactory.h>
 #include <Hasnet/Cookie.h>
 #include <Hasnet/Curl.h>
+#include <Hasnet/CurlEasy.h>
+#include <Hasnet/CurlMsg.h>
+#include <Hasnet/CurlMulti.h>
 #include <Hasnet/Curl_HLS.h>
 #include <Hasnet/IBandwidthChecker.h>
 #include <Hasnet/IBitrateSwitcher.h>
 #include <Hasnet/ICurl.h>
 #include <Hasnet/ICurlCB.h>
+#include <Hasnet/ICurlEasy.h>
+#include <Hasnet/ICurlFactory.h>
+#include <Hasnet/ICurlMulti.h>
 #include <Hasnet/IDownloadEvent.h>
 #include <Hasnet/LatencyCall.h>
 #include <Hasnet/bitrateParam_t.h>
 #include <Hasnet/curl_thread_option.h>
+#include <Hasutil/CArray.h>
 #include <Hasutil/CPlayerSupport.h>
+#include <Hasutil/CTSPacketBuffer.h>
+#include <Hasutil/H264HeaderParser.h>
+#include <Hasutil/H264SequenceSetParse.h>
+#include <Hasutil/H264_SyntaxReader.h>
+#include <Hasutil/IArrayBuffer.h>
+#include <Hasutil/IOutputBuffer.h>
+#include <Hasutil/IPacketProcessor.h>
+#include <Hasutil/StreamType.h>
+#include <Hasutil/StringBuffer.h>
+#include <Hasutil/TsProcessData.h>

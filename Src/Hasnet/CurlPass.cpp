@@ -133,7 +133,8 @@ int Curl::Process() {
         const PassMark mark(s);
         s.wake.Drain();
         RunTransfers();
-        result = CompleteHeld() != 0 ? 1 : ReapOne();
+        if (!s.quit) // Else what it has cut off is not reaped as a failure.
+            result = CompleteHeld() != 0 ? 1 : ReapOne();
     }
     if (s.quit)
         EndAll();
@@ -245,7 +246,7 @@ int Curl::Complete(UnitObject* unit) {
     CurlState& s = *m_state;
     s.itemLock.AssertHeld();
     unit->itemLock.AssertHeld();
-    if (s.resetting) {
+    if (unit->resetMark) {
         if (unit->code == detail::kCodeOk)
             unit->code = detail::kCodeCancelled;
         unit->state.Change(UnitState::Completed);
@@ -304,6 +305,8 @@ bool Curl::DrainReset() {
     bool drained = true;
     for (const auto& slot : s.units) {
         UnitObject* unit = slot.get();
+        if (!unit->resetMark)
+            continue; // Begun after the reset.
         if (unit->IsCompleted())
             EndDownload_unlock(unit);
         // A request that is still being begun finds its key stale and frees its slot itself.

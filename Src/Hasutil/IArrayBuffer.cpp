@@ -1,0 +1,7 @@
+#include <Hasutil/IArrayBuffer.h>
+
+namespace hascommon {
+
+IArrayBuffer::~IArrayBuffer() = default;
+
+} // namespace hascommon

@@ -1,0 +1,37 @@
+/// @file
+/// What downloaded segment data is staged in: the consumer's side.
+#pragma once
+
+#include <Hasutil/IOutputBuffer.h>
+
+#include <string>
+
+namespace hascommon {
+
+/// A buffer that bytes are taken out of in the order in which they came.
+///
+/// Embedders may implement it. Its virtual operations keep this order for good.
+class HAS_API IArrayBuffer : public IOutputBuffer {
+public:
+    ~IArrayBuffer() override;
+
+    /// Drops the oldest element, where the buffer has elements.
+    virtual void PopFront() = 0;
+
+    /// Takes the oldest `size` bytes out, all or none.
+    /// @param out  room for them, or null to drop them unread
+    /// @return whether there were that many
+    virtual bool PopFront(unsigned int size, void* out) = 0;
+
+    /// Copies the oldest element to `out` and leaves it in the buffer.
+    /// @return false where there is none, or the buffer has no elements
+    virtual bool GetFront(void* out) = 0;
+
+    /// Drops everything.
+    virtual void Clear() = 0;
+
+    /// @return a copy of all bytes, where the buffer hands them out as text
+    virtual std::string GetString() = 0;
+};
+
+} // namespace hascommon

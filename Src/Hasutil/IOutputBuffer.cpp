@@ -1,0 +1,7 @@
+#include <Hasutil/IOutputBuffer.h>
+
+namespace hascommon {
+
+IOutputBuffer::~IOutputBuffer() = default;
+
+} // namespace hascommon
