@@ -344,7 +344,9 @@ Summary Player::summary() {
 hascommon::tag_HAS_Status Player::onBitrateChanged(unsigned int, unsigned int from, unsigned int to,
                                                    unsigned long long, unsigned long long,
                                                    void* self) {
-    static_cast<Player*>(self)->m_observer.onSwitch(static_cast<int>(from), static_cast<int>(to));
+    auto* const player = static_cast<Player*>(self);
+    player->m_observer.onSwitch(player->secondsSinceStart(), static_cast<int>(from),
+                                static_cast<int>(to));
     return hascommon::HAS_STATUS_SUCCESS;
 }
 
