@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -73,7 +74,7 @@ inline bool isUnambiguous(const std::string& line, long long now) {
     const std::string prefix = "#HttpOnly_";
     if (domain.compare(0, prefix.size(), prefix) == 0)
         domain.erase(0, prefix.size());
-    if (!domain.empty() && domain[0] == '.')
+    if (!domain.empty() && domain[0] == '.' && fields[1] == "true")
         domain.erase(0, 1);
     if (domain.empty() || domain.find_first_of(".# ") == 0)
         return false;
@@ -81,6 +82,31 @@ inline bool isUnambiguous(const std::string& line, long long now) {
         return false;
     const long long expires = strtoll(fields[4].c_str(), nullptr, 10);
     return fields[2] != "true" && fields[2] != "false" && (expires == 0 || expires > now + 60);
+}
+
+/// What makes two lines the same cookie when they are read. A cookie without a path is written with
+/// "/", so two cookies of a jar can become one.
+inline std::string identity(const std::string& line) {
+    std::vector<std::string> fields = split(line, '\t');
+    fields.resize(7);
+    if (fields[0].compare(0, 10, "#HttpOnly_") == 0)
+        fields[0].erase(0, 10);
+    if (!fields[0].empty() && fields[0][0] == '.')
+        fields[0].erase(0, 1);
+    const std::string path = hascommon::CHttpCookie::sanitize_cookie_path(fields[2].c_str());
+    std::string key = fields[0] + '\t' + path + '\t' + fields[5];
+    for (char& c : key)
+        c = hascommon::CHttpCookie::shiftToUpper(c);
+    return key;
+}
+
+inline bool areUnambiguous(const std::vector<std::string>& lines, long long now) {
+    std::set<std::string> identities;
+    for (const std::string& line : lines) {
+        if (!isUnambiguous(line, now) || !identities.insert(identity(line)).second)
+            return false;
+    }
+    return true;
 }
 
 /// Saves the jar, loads the file into another and saves that: both files must be the same.
@@ -97,10 +123,8 @@ inline void checkRoundTrip(hascommon::CHttpCookie& jar, bool sessionOnly) {
         return;
     std::vector<std::string> lines = split(saved.substr(header + 2), '\n');
     lines.pop_back();
-    for (const std::string& line : lines) {
-        if (!isUnambiguous(line, jar.getPseudoUTC()))
-            return;
-    }
+    if (!areUnambiguous(lines, jar.getPseudoUTC()))
+        return;
     hascommon::CHttpCookie again;
     again.readInCookieJar(first);
     again.flushOutCookieJar(second, sessionOnly);

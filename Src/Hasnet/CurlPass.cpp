@@ -96,8 +96,10 @@ void Curl::EndAll() {
     for (const auto& slot : s.units) {
         UnitObject* unit = slot.get();
         unit->itemLock.AssertHeld();
-        TakeOff(unit);
-        unit->pauseBuffer.clear();
+        if (unit->queued) {
+            TakeOff(unit);
+            unit->pauseBuffer.clear();
+        }
         const UnitState state = unit->state.Get();
         if (!unit->InUse() || state == UnitState::Completed || state == UnitState::Preparing)
             continue;
@@ -208,7 +210,7 @@ void Curl::ApplyRequests() {
 
 void Curl::ApplyPause(UnitObject* unit) {
     unit->itemLock.AssertHeld();
-    if (!unit->inMulti)
+    if (!unit->queued || !unit->inMulti)
         return;
     const bool pause = unit->IsPaused();
     if (std::exchange(unit->limitsDue, false)) {
@@ -235,8 +237,9 @@ int Curl::CompleteHeld() {
     for (const auto& slot : s.units) {
         UnitObject* unit = slot.get();
         unit->itemLock.AssertHeld();
-        const bool settled = !unit->InUse() || unit->IsCompleted();
-        if (completed == 0 && unit->finished && !settled)
+        // A slot that is being set up for its next request is not the pass's to look at.
+        const bool mine = unit->queued && !unit->IsCompleted();
+        if (completed == 0 && mine && unit->finished)
             completed = Complete(unit);
     }
     return completed;
@@ -282,8 +285,11 @@ int Curl::Collect(UnitObject* unit) {
     const ItemGuard lock(s.itemLock);
     const int code = unit->code;
     // A reset may have freed the slot meanwhile, and a new request taken it.
-    if (unit->generation == generation && unit->state.Change(UnitState::Ended))
+    if (unit->generation == generation && unit->IsCompleted()) {
         s.Forget(unit);
+        unit->queued = false;
+        unit->state.Change(UnitState::Ended);
+    }
     return code;
 }
 

@@ -28,7 +28,6 @@ tag_HAS_Status notifyEx(Ex ex, void* user, Args... args) {
 } // namespace
 
 CPlayerSupport::CPlayerSupport() = default;
-CPlayerSupport::~CPlayerSupport() = default;
 
 void CPlayerSupport::SetAdvertisementCallback(AdCallback cb) {
     m_adCallback = cb;

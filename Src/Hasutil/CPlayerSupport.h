@@ -70,7 +70,6 @@ public:
                                                           void* user);
 
     CPlayerSupport();
-    ~CPlayerSupport();
     CPlayerSupport(const CPlayerSupport&) = delete;
     CPlayerSupport& operator=(const CPlayerSupport&) = delete;
 

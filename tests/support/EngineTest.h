@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <thread>
@@ -61,7 +62,7 @@ protected:
     TrafficRecorder traffic;
     std::unique_ptr<Engine> engine;
     std::string lastBody;
-    int lastResult = 0;
+    std::atomic<int> lastResult{0};
 };
 
 using EngineTest = EngineTestOf<hascommon::Curl>;

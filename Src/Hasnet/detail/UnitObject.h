@@ -64,7 +64,8 @@ public:
     std::atomic<void*> userData{nullptr};
     /// A unit that its owner may not pause; nothing in the engine asks for it yet.
     std::atomic<bool> notPausable{false};
-    /// The request is in the hands of the pass.
+    /// The request is in the hands of the pass, which looks at no other's guarded fields: set when
+    /// the request is handed over, cleared under the item lock when it is collected.
     std::atomic<bool> queued{false};
     /// Somebody collects the unit, or has.
     std::atomic<bool> endRequested{false};
