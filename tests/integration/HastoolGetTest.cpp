@@ -215,6 +215,18 @@ TEST_F(HastoolGet, VerifiesServersWhereAsked) {
     EXPECT_FALSE(exists("c"));
 }
 
+TEST_F(HastoolGet, ShowsItsProgressInPlaceOnATerminal) {
+    m_origin.on("/a", Reply().body(pattern(100000)).dripped(5000, 30ms));
+    const std::string command =
+        std::string(HASTOOL_PATH) + " get " + m_origin.url("/a") + " -o " + file("a");
+    const Child::Result result =
+        test::run({"script", "-qec", command, "/dev/null"}, {"TERM=xterm", "no_proxy=127.0.0.1"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_NE(result.out.find("\r\033[K0 of 1 done, "), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find(" %, "), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find("\r\033[K  code  status"), std::string::npos) << result.out;
+}
+
 TEST_F(HastoolGet, LogsTheLibraryWhereAsked) {
     m_origin.on("/a", Reply().body("x"));
     const auto command = test::hastoolCommand({"get", m_origin.url("/a"), "-o", file("a"), "-q"});

@@ -107,27 +107,27 @@ TEST_F(HastoolPlay, PlaysAMediaPlaylistByItself) {
 }
 
 TEST_F(HastoolPlay, SwitchesDownAndUpInTransportStreams) {
-    serve(MediaLadder::Format::TransportStream, 44, kBitrates);
-    shape([](int segment) { return segment < 8 || segment > 11 ? 600000 : 60000; });
+    serve(MediaLadder::Format::TransportStream, 48, kBitrates);
+    shape([](int segment) { return segment < 10 || segment > 12 ? 400000 : 60000; });
     const json trace = play({"--fast", "-o", file("o.ts"), master()});
     EXPECT_GE(count(trace, "up"), 2) << trace.dump(1);
     EXPECT_GE(count(trace, "down"), 1) << trace.dump(1);
     EXPECT_EQ(m_summary["switches_up"], count(trace, "up"));
     EXPECT_EQ(m_summary["switches_down"], count(trace, "down"));
     EXPECT_NE(m_err.find("  up from 145 kbit/s to 310 kbit/s\n"), std::string::npos) << m_err;
-    EXPECT_EQ(trace.size(), 22U);
+    EXPECT_EQ(trace.size(), 24U);
     EXPECT_EQ(decodeErrors(file("o.ts")), "");
-    EXPECT_EQ(test::decodedSeconds(file("o.ts")), 44);
+    EXPECT_EQ(test::decodedSeconds(file("o.ts")), 48);
 }
 
 TEST_F(HastoolPlay, SwitchesDownAndUpInFragmentedMp4) {
-    serve(MediaLadder::Format::FragmentedMp4, 44, kBitrates);
-    shape([](int segment) { return segment < 8 || segment > 11 ? 600000 : 60000; });
+    serve(MediaLadder::Format::FragmentedMp4, 48, kBitrates);
+    shape([](int segment) { return segment < 10 || segment > 12 ? 400000 : 60000; });
     const json trace = play({"--fast", "-o", file("o.mp4"), master()});
     EXPECT_GE(count(trace, "up"), 2) << trace.dump(1);
     EXPECT_GE(count(trace, "down"), 1) << trace.dump(1);
     EXPECT_EQ(decodeErrors(file("o.mp4")), "");
-    EXPECT_EQ(test::decodedSeconds(file("o.mp4")), 44);
+    EXPECT_EQ(test::decodedSeconds(file("o.mp4")), 48);
 }
 
 TEST_F(HastoolPlay, DrainsInRealTime) {
