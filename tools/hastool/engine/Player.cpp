@@ -344,8 +344,10 @@ Summary Player::summary() {
 hascommon::tag_HAS_Status Player::onBitrateChanged(unsigned int, unsigned int from, unsigned int to,
                                                    unsigned long long, unsigned long long,
                                                    void* self) {
-    static_cast<Player*>(self)->m_observer.onSwitch(static_cast<int>(from), static_cast<int>(to));
-    return hascommon::tag_HAS_Status(1);
+    auto* const player = static_cast<Player*>(self);
+    player->m_observer.onSwitch(player->secondsSinceStart(), static_cast<int>(from),
+                                static_cast<int>(to));
+    return hascommon::HAS_STATUS_SUCCESS;
 }
 
 } // namespace hastool
