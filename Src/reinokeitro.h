@@ -29,6 +29,7 @@
 #include <Hasnet/IDownloadEvent.h>
 #include <Hasnet/curl_thread_option.h>
 #include <Hasutil/CArray.h>
+#include <Hasutil/CBbtsParser.h>
 #include <Hasutil/CTSPacketBuffer.h>
 #include <Hasutil/H264HeaderParser.h>
 #include <Hasutil/H264SequenceSetParse.h>
