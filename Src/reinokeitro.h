@@ -34,6 +34,7 @@
 #include <Hasutil/H264HeaderParser.h>
 #include <Hasutil/H264SequenceSetParse.h>
 #include <Hasutil/H264_SyntaxReader.h>
+#include <Hasutil/HssXPathReader.h>
 #include <Hasutil/IArrayBuffer.h>
 #include <Hasutil/IOutputBuffer.h>
 #include <Hasutil/IPacketProcessor.h>
