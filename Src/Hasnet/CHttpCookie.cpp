@@ -231,8 +231,8 @@ void CHttpCookie::delUsrDefCookie() {
 std::string CHttpCookie::getCookieFromPool(std::string url) {
     HAS_LOG("getCookieFromPool start >>>");
     const GURL request(url);
-    const std::string host = request.host();
-    const std::string path = request.path();
+    const std::string& host = request.host();
+    const std::string& path = request.path();
     const bool secure = request.SchemeIs("https");
     const long long now = getPseudoUTC();
     std::string text;

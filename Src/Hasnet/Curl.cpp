@@ -92,10 +92,11 @@ void Curl::Reset() {
     {
         const ItemGuard lock(s.itemLock);
         s.NextKey();
-        s.resetting = true;
         for (const auto& unit : s.units) {
-            if (unit->InUse())
-                Cancel_unlock(unit.get());
+            if (!unit->InUse())
+                continue;
+            unit->resetMark = true;
+            Cancel_unlock(unit.get());
         }
         s.resetByPass = s.InPass();
         if (s.resetByPass)
@@ -107,7 +108,6 @@ void Curl::Reset() {
 }
 
 void Curl::FinishReset() {
-    m_state->resetting = false;
     HAS_LOG("<< Reset");
     HAS_LOG("The end of Curl::Reset");
 }
@@ -286,8 +286,11 @@ int Curl::ReapOne() {
     unit->itemLock.AssertHeld();
     // A cancelled transfer may have come to its end before it noticed, without all its bytes having
     // reached the owner: it is cancelled all the same.
-    if (s.resetting || unit->IsAborted())
+    if (unit->resetMark || unit->IsAborted())
         result = CURLE_ABORTED_BY_CALLBACK;
+    // libcurl takes a connection that closes within the headers for an empty body.
+    if (result == CURLE_OK && unit->inHeaders)
+        result = CURLE_PARTIAL_FILE;
     if (result != CURLE_OK)
         HAS_LOG("errorbuf : %s", unit->errorBuffer.data());
     long status = 0;
@@ -446,12 +449,15 @@ void Curl::OnHeaderDownload(UnitObject* unit, const char* text, unsigned int len
         const GURL url(detail::answeringUrl(*unit->easy));
         s.cookieJar.addCookieToPool(detail::fieldValue(line), url.host(), url.path());
     }
+    if (detail::startsHeaders(line))
+        unit->inHeaders = true;
     if (detail::endsHeaders(line))
         OnHeadersEnd(unit);
 }
 
 void Curl::OnHeadersEnd(UnitObject* unit) {
     unit->itemLock.AssertHeld();
+    unit->inHeaders = false;
     const std::string next = std::exchange(unit->hopLocation, {});
     long status = 0;
     unit->easy->GetInfoWithLong(CURLINFO_RESPONSE_CODE, &status);

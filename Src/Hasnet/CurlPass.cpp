@@ -96,8 +96,10 @@ void Curl::EndAll() {
     for (const auto& slot : s.units) {
         UnitObject* unit = slot.get();
         unit->itemLock.AssertHeld();
-        TakeOff(unit);
-        unit->pauseBuffer.clear();
+        if (unit->queued) {
+            TakeOff(unit);
+            unit->pauseBuffer.clear();
+        }
         const UnitState state = unit->state.Get();
         if (!unit->InUse() || state == UnitState::Completed || state == UnitState::Preparing)
             continue;
@@ -133,7 +135,8 @@ int Curl::Process() {
         const PassMark mark(s);
         s.wake.Drain();
         RunTransfers();
-        result = CompleteHeld() != 0 ? 1 : ReapOne();
+        if (!s.quit) // Else what it has cut off is not reaped as a failure.
+            result = CompleteHeld() != 0 ? 1 : ReapOne();
     }
     if (s.quit)
         EndAll();
@@ -207,7 +210,7 @@ void Curl::ApplyRequests() {
 
 void Curl::ApplyPause(UnitObject* unit) {
     unit->itemLock.AssertHeld();
-    if (!unit->inMulti)
+    if (!unit->queued || !unit->inMulti)
         return;
     const bool pause = unit->IsPaused();
     if (std::exchange(unit->limitsDue, false)) {
@@ -234,8 +237,9 @@ int Curl::CompleteHeld() {
     for (const auto& slot : s.units) {
         UnitObject* unit = slot.get();
         unit->itemLock.AssertHeld();
-        const bool settled = !unit->InUse() || unit->IsCompleted();
-        if (completed == 0 && unit->finished && !settled)
+        // A slot that is being set up for its next request is not the pass's to look at.
+        const bool mine = unit->queued && !unit->IsCompleted();
+        if (completed == 0 && mine && unit->finished)
             completed = Complete(unit);
     }
     return completed;
@@ -245,7 +249,7 @@ int Curl::Complete(UnitObject* unit) {
     CurlState& s = *m_state;
     s.itemLock.AssertHeld();
     unit->itemLock.AssertHeld();
-    if (s.resetting) {
+    if (unit->resetMark) {
         if (unit->code == detail::kCodeOk)
             unit->code = detail::kCodeCancelled;
         unit->state.Change(UnitState::Completed);
@@ -281,8 +285,11 @@ int Curl::Collect(UnitObject* unit) {
     const ItemGuard lock(s.itemLock);
     const int code = unit->code;
     // A reset may have freed the slot meanwhile, and a new request taken it.
-    if (unit->generation == generation && unit->state.Change(UnitState::Ended))
+    if (unit->generation == generation && unit->IsCompleted()) {
         s.Forget(unit);
+        unit->queued = false;
+        unit->state.Change(UnitState::Ended);
+    }
     return code;
 }
 
@@ -304,6 +311,8 @@ bool Curl::DrainReset() {
     bool drained = true;
     for (const auto& slot : s.units) {
         UnitObject* unit = slot.get();
+        if (!unit->resetMark)
+            continue; // Begun after the reset.
         if (unit->IsCompleted())
             EndDownload_unlock(unit);
         // A request that is still being begun finds its key stale and frees its slot itself.

@@ -62,8 +62,12 @@ TEST(CookieScale, LookupsDoNotGrowWithTheJar) {
         CHttpCookie jar;
         jar.readInCookieJar(folder.file("scale.txt"));
         return bestOfThree([&] {
-            for (int i = 0; i < 200; ++i)
-                jar.getCookieFromPool("http://host" + std::to_string(i) + ".example.com/");
+            for (int i = 0; i < 200; ++i) {
+                const std::string name = std::to_string(i);
+                const std::string host = "host" + name + ".example" + std::to_string(i % 7);
+                EXPECT_EQ(jar.getCookieFromPool("http://" + host + ".com/p" + name),
+                          "name" + name + "=value;");
+            }
         });
     };
     EXPECT_LT(timeOfLookups(50000), 20 * timeOfLookups(500));

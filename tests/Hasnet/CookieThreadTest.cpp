@@ -16,6 +16,7 @@ constexpr int kRounds = 200;
 
 TEST(CookieThreads, ResponsesAndRequestsShareTheJar) {
     const CookieFolder folder("threads");
+    CookieFolder::write(folder.file("more.txt"), "h.com\tfalse\t/m\tfalse\t0\tm\t1\n");
     CHttpCookie jar;
     jar.init(folder.appId());
     std::thread responses([&] {
@@ -28,7 +29,7 @@ TEST(CookieThreads, ResponsesAndRequestsShareTheJar) {
     std::thread files([&] {
         for (int i = 0; i < kRounds / 20; ++i) {
             jar.saveCookieFile();
-            jar.readInCookieJar(folder.sessionFile());
+            jar.readInCookieJar(folder.file("more.txt"));
         }
     });
     for (int i = 0; i < kRounds; ++i) {

@@ -32,9 +32,7 @@ protected:
 
 TEST_F(CurlRequestTest, ConstructionAndDestructionLog) {
     LogCapture log;
-    {
-        Curl curl(hascommon::CURL_THREAD_PACED, 5000, test::unusedAppId());
-    }
+    { Curl curl(hascommon::CURL_THREAD_PACED, 5000, test::unusedAppId()); }
     EXPECT_EQ(log.count("Constructor starts.\n"), 1);
     EXPECT_EQ(log.count("curl sleep time  5000\n"), 1);
     EXPECT_EQ(log.count("Destructor starts.\n"), 1);
@@ -158,15 +156,15 @@ TEST_F(CurlRequestTest, BeginLogsTheUrlHighlightedWithAndWithoutRange) {
     EXPECT_EQ(fetch(origin.url("/a"), "0-1"), 0);
     EXPECT_EQ(fetchPath("/a"), 0);
     const std::string url = origin.url("/a");
-    const test::LogLine ranged = log.find(test::highlighted(
-        " Curl::BeginDownloadImpl() with URL = " + url + ", range=0-1\n "));
+    const test::LogLine ranged = log.find(
+        test::highlighted(" Curl::BeginDownloadImpl() with URL = " + url + ", range=0-1\n "));
     EXPECT_EQ(ranged.priority, 16);
     EXPECT_EQ(ranged.function, "BeginDownloadImpl");
-    EXPECT_TRUE(log.contains(
-        test::highlighted(" Curl::BeginDownloadImpl() with URL = " + url + "\n ")));
-    for (const char* line : {"Curl::BeginDownload2() starts.", "Curl::ReqBody() starts.",
-                             "!!!!!acceptrange!!!!!\n", "<< Curl::ReqBody",
-                             "The end of Curl::BeginDownload2()"})
+    EXPECT_TRUE(
+        log.contains(test::highlighted(" Curl::BeginDownloadImpl() with URL = " + url + "\n ")));
+    for (const char* line :
+         {"Curl::BeginDownload2() starts.", "Curl::ReqBody() starts.", "!!!!!acceptrange!!!!!\n",
+          "<< Curl::ReqBody", "The end of Curl::BeginDownload2()"})
         EXPECT_EQ(log.count(line), 2) << line;
     EXPECT_THAT(log.messages("Curl.cpp"), Contains(HasSubstr("ReqBody updatetime 0x")));
 }

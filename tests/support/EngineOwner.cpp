@@ -21,8 +21,7 @@ void EngineOwner::OnDownloadBegin(UnitObject* unit) {
 
 int EngineOwner::OnDataReceived(UnitObject* unit, int, unsigned char* data, unsigned int size) {
     ++m_offers;
-    const int answer =
-        onData ? onData(unit, std::string(reinterpret_cast<char*>(data), size)) : 0;
+    const int answer = onData ? onData(unit, std::string(reinterpret_cast<char*>(data), size)) : 0;
     if (answer != 0)
         return answer;
     m_bytes += size;

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <thread>
@@ -15,7 +16,7 @@
 namespace test {
 
 /// An engine that never sleeps between passes, its owner and an origin.
-template <typename Engine>
+template<typename Engine>
 class EngineTestOf : public ::testing::Test {
 protected:
     using Unit = hascommon::UnitObject;
@@ -61,7 +62,7 @@ protected:
     TrafficRecorder traffic;
     std::unique_ptr<Engine> engine;
     std::string lastBody;
-    int lastResult = 0;
+    std::atomic<int> lastResult{0};
 };
 
 using EngineTest = EngineTestOf<hascommon::Curl>;

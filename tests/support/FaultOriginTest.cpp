@@ -42,7 +42,7 @@ TEST(FaultOrigin, ServesABodyAndRecordsTheRequest) {
     origin.on("/a", Reply().body(pattern(100000)).header("X-Extra", "1").setCookie("k=v"));
     const Fetched got = fetch(origin.url("/a?q=1"));
     EXPECT_EQ(got.status, 200);
-    EXPECT_EQ(got.body, pattern(100000).all());
+    EXPECT_TRUE(got.body == pattern(100000).all());
     EXPECT_TRUE(has(got, "Content-Length: 100000\r\n"));
     EXPECT_TRUE(has(got, "X-Extra: 1\r\n") && has(got, "Set-Cookie: k=v\r\n"));
     const std::vector<Request> seen = origin.requests("/a");
@@ -90,10 +90,10 @@ TEST(FaultOrigin, AnswersRanges) {
     origin.on("/r", Reply().body(pattern(1000)));
     const Fetched middle = fetch(origin.url("/r"), range("100-199"));
     EXPECT_EQ(middle.status, 206);
-    EXPECT_EQ(middle.body, pattern(1000).part(100, 100));
+    EXPECT_TRUE(middle.body == pattern(1000).part(100, 100));
     EXPECT_TRUE(has(middle, "Content-Range: bytes 100-199/1000\r\n"));
-    EXPECT_EQ(fetch(origin.url("/r"), range("990-")).body, pattern(1000).part(990, 10));
-    EXPECT_EQ(fetch(origin.url("/r"), range("-7")).body, pattern(1000).part(993, 7));
+    EXPECT_TRUE(fetch(origin.url("/r"), range("990-")).body == pattern(1000).part(990, 10));
+    EXPECT_TRUE(fetch(origin.url("/r"), range("-7")).body == pattern(1000).part(993, 7));
     EXPECT_EQ(fetch(origin.url("/r"), range("1000-")).status, 416);
     origin.on("/w", Reply().body("whole").withoutRanges());
     EXPECT_EQ(fetch(origin.url("/w"), range("1-2")).status, 200);
@@ -121,10 +121,10 @@ TEST(FaultOrigin, SendsChunkedUnboundedEmptyAndCompressedBodies) {
     origin.on("/empty", Reply());
     origin.on("/204", Reply().status(204));
     origin.on("/gzip", Reply().body(std::string(100000, 'z')).gzip());
-    EXPECT_EQ(fetch(origin.url("/chunked")).body, pattern(50000).all());
+    EXPECT_TRUE(fetch(origin.url("/chunked")).body == pattern(50000).all());
     EXPECT_EQ(fetch(origin.url("/chunked-empty")).code, CURLE_OK);
     const Fetched eof = fetch(origin.url("/eof"));
-    EXPECT_EQ(eof.body, pattern(5000).all());
+    EXPECT_TRUE(eof.body == pattern(5000).all());
     EXPECT_FALSE(has(eof, "Content-Length"));
     EXPECT_TRUE(has(fetch(origin.url("/empty")), "Content-Length: 0\r\n"));
     EXPECT_EQ(fetch(origin.url("/204")).status, 204);
@@ -182,7 +182,7 @@ TEST(FaultOrigin, ClosesAtEveryStage) {
     EXPECT_EQ(fetch(origin.url("/2")).code, CURLE_PARTIAL_FILE);
     const Fetched cut = fetch(origin.url("/3"));
     EXPECT_EQ(cut.code, CURLE_PARTIAL_FILE);
-    EXPECT_EQ(cut.body, pattern(100000).part(0, 40000));
+    EXPECT_TRUE(cut.body == pattern(100000).part(0, 40000));
 }
 
 TEST(FaultOrigin, ResetsAtEveryStage) {
@@ -194,7 +194,7 @@ TEST(FaultOrigin, ResetsAtEveryStage) {
     origin.on("/3", Reply(whole).resetAt(Stage::InBody, 40000));
     for (const char* path : {"/0", "/1", "/2", "/3"})
         EXPECT_EQ(fetch(origin.url(path)).code, CURLE_RECV_ERROR) << path;
-    EXPECT_EQ(fetch(origin.url("/3")).body, pattern(100000).part(0, 40000));
+    EXPECT_TRUE(fetch(origin.url("/3")).body == pattern(100000).part(0, 40000));
 }
 
 TEST(FaultOrigin, StallsUntilReleasedOrForATime) {
@@ -205,7 +205,7 @@ TEST(FaultOrigin, StallsUntilReleasedOrForATime) {
     ASSERT_TRUE(origin.waitForRequests("/held", 1));
     EXPECT_EQ(held.wait_for(50ms), std::future_status::timeout);
     origin.release("/held");
-    EXPECT_EQ(held.get().body, pattern(1000).all());
+    EXPECT_TRUE(held.get().body == pattern(1000).all());
     const auto begin = steady_clock::now();
     EXPECT_EQ(fetch(origin.url("/short")).body, "s");
     EXPECT_GE(steady_clock::now() - begin, 60ms);

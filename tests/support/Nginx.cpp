@@ -45,6 +45,7 @@ http {
         ssl_certificate_key @DIR@/key.pem;
         root @DIR@/root;
         limit_rate $limit;
+        @CHUNK@
         location = /-/generation { return 200 "@GENERATION@"; access_log off; }
     }
 }
@@ -106,6 +107,8 @@ void Nginx::writeConfig() const {
     replace(text, "@PORT@", std::to_string(m_port));
     replace(text, "@TLSPORT@", std::to_string(m_tlsPort));
     replace(text, "@RATE@", std::to_string(m_rate));
+    // Without it the first second's worth of bytes goes out at once.
+    replace(text, "@CHUNK@", m_rate > 0 ? "sendfile_max_chunk 8k;" : "");
     replace(text, "@GENERATION@", std::to_string(m_generation));
     m_dir.write("nginx.conf", text);
 }

@@ -34,13 +34,13 @@ test::Nginx* NginxTest::s_server = nullptr;
 
 TEST_F(NginxTest, ServesOverHttp11WithRanges) {
     const Fetched whole = fetch(s_server->url("/body.bin"));
-    EXPECT_EQ(whole.body, pattern(300000).all());
+    EXPECT_TRUE(whole.body == pattern(300000).all());
     EXPECT_EQ(whole.httpVersion, CURL_HTTP_VERSION_1_1);
     const Fetched part = fetch(s_server->url("/body.bin"), [](CURL* easy) {
         curl_easy_setopt(easy, CURLOPT_RANGE, "1000-1999");
     });
     EXPECT_EQ(part.status, 206);
-    EXPECT_EQ(part.body, pattern(300000).part(1000, 1000));
+    EXPECT_TRUE(part.body == pattern(300000).part(1000, 1000));
 }
 
 TEST_F(NginxTest, ServesOverTlsAndHttp2WithACertificateToTrust) {
@@ -49,7 +49,7 @@ TEST_F(NginxTest, ServesOverTlsAndHttp2WithACertificateToTrust) {
     };
     const Fetched got = fetch(s_server->tlsUrl("/body.bin"), trusting);
     EXPECT_EQ(got.code, CURLE_OK);
-    EXPECT_EQ(got.body, pattern(300000).all());
+    EXPECT_TRUE(got.body == pattern(300000).all());
     EXPECT_EQ(got.httpVersion, CURL_HTTP_VERSION_2_0);
     EXPECT_EQ(fetch(s_server->tlsUrl("/body.bin")).code, CURLE_PEER_FAILED_VERIFICATION);
 }

@@ -26,7 +26,8 @@ CookiePtr makeCookie() {
 }
 
 bool store(char*& field, std::string_view text) {
-    char* const copy = strndup(text.data(), text.size());
+    // An empty view may have no data at all.
+    char* const copy = text.empty() ? strdup("") : strndup(text.data(), text.size());
     if (copy == nullptr)
         return false;
     free(field);

@@ -49,7 +49,6 @@ public:
     std::atomic<ICurlCB*> cb{nullptr};
     std::atomic<IDownloadEvent*> ev{nullptr};
     std::atomic<bool> quit{false};
-    std::atomic<bool> resetting{false};
     std::atomic<bool> looping{false};
     std::atomic<unsigned int> requestKey{0};
     std::atomic<unsigned int> engineInfo{0};

@@ -23,6 +23,10 @@ std::string fieldValue(const std::string& line) {
     return line.substr(first, line.find_last_not_of(kBlank) - first + 1);
 }
 
+bool startsHeaders(const std::string& line) {
+    return line.compare(0, 5, "HTTP/") == 0;
+}
+
 bool endsHeaders(const std::string& line) {
     return line == "\r\n" || line == "\n";
 }

@@ -12,6 +12,9 @@ bool hasFieldName(const std::string& line, const char* name);
 /// What stands behind the first colon, without the white space around it.
 std::string fieldValue(const std::string& line);
 
+/// Whether the line is a response's status line.
+bool startsHeaders(const std::string& line);
+
 /// Whether the line ends a response's headers.
 bool endsHeaders(const std::string& line);
 

@@ -26,8 +26,8 @@ void setPausedLimits(ICurlEasy& easy) {
 }
 
 void setResumedLimits(ICurlEasy& easy, long long pausedMs) {
-    // libcurl counts milliseconds in a long, and refuses what would not fit.
-    constexpr long long kMost = LONG_MAX / 1000 - kTotalTime;
+    // libcurl counts milliseconds in 31 bits, and refuses what would not fit.
+    constexpr long long kMost = INT_MAX / 1000 - kTotalTime;
     const long paused = static_cast<long>(std::min(pausedMs / 1000, kMost));
     set(easy, kLowSpeedLimit, kLowSpeedTime, paused + kTotalTime, paused + kConnectTime);
 }

@@ -28,10 +28,12 @@ void UnitObject::Prepare(const std::string& newUrl, int index, bool newFlag, voi
     queued = false;
     endRequested = false;
     cancelMark = false;
+    resetMark = false;
     ++generation;
     pauseBuffer.clear();
     location.clear();
     hopLocation.clear();
+    inHeaders = false;
     inMulti = false;
     curlPaused = false;
     limitsDue = false;

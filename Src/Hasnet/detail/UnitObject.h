@@ -64,12 +64,15 @@ public:
     std::atomic<void*> userData{nullptr};
     /// A unit that its owner may not pause; nothing in the engine asks for it yet.
     std::atomic<bool> notPausable{false};
-    /// The request is in the hands of the pass.
+    /// The request is in the hands of the pass, which looks at no other's guarded fields: set when
+    /// the request is handed over, cleared under the item lock when it is collected.
     std::atomic<bool> queued{false};
     /// Somebody collects the unit, or has.
     std::atomic<bool> endRequested{false};
     /// The owner has cancelled it; cleared when the transfer's outcome is settled.
     std::atomic<bool> cancelMark{false};
+    /// A Reset() is getting rid of it.
+    std::atomic<bool> resetMark{false};
     /// Counts the requests that the slot has served.
     std::atomic<unsigned int> generation{0};
 
@@ -83,6 +86,9 @@ public:
     std::string location HAS_GUARDED_BY(itemLock);
     /// Where the response whose headers are coming in redirects to.
     std::string hopLocation HAS_GUARDED_BY(itemLock);
+
+    /// A response's headers have begun and not ended.
+    bool inHeaders HAS_GUARDED_BY(itemLock) = false;
 
     // The pass's own view of its libcurl handle.
     bool inMulti HAS_GUARDED_BY(itemLock) = false;

@@ -79,12 +79,24 @@ TEST_F(EasyOptionsTest, PlainRequestSetsTheFixedOptionsInOrder) {
     set();
     EXPECT_EQ(m_easy.resets, 1);
     const std::vector<CURLoption> expected{
-        CURLOPT_URL,          CURLOPT_FAILONERROR,      CURLOPT_WRITEFUNCTION,
-        CURLOPT_WRITEDATA,    CURLOPT_HEADERFUNCTION,   CURLOPT_HEADERDATA,
-        CURLOPT_FOLLOWLOCATION, CURLOPT_HEADER,         CURLOPT_NOBODY,
-        CURLOPT_ERRORBUFFER,  CURLOPT_PRIVATE,          CURLOPT_NOSIGNAL,
-        CURLOPT_NOPROGRESS,   CURLOPT_PROGRESSFUNCTION, CURLOPT_PROGRESSDATA,
-        CURLOPT_ACCEPT_ENCODING, CURLOPT_FILETIME,      CURLOPT_USERAGENT,
+        CURLOPT_URL,
+        CURLOPT_FAILONERROR,
+        CURLOPT_WRITEFUNCTION,
+        CURLOPT_WRITEDATA,
+        CURLOPT_HEADERFUNCTION,
+        CURLOPT_HEADERDATA,
+        CURLOPT_FOLLOWLOCATION,
+        CURLOPT_HEADER,
+        CURLOPT_NOBODY,
+        CURLOPT_ERRORBUFFER,
+        CURLOPT_PRIVATE,
+        CURLOPT_NOSIGNAL,
+        CURLOPT_NOPROGRESS,
+        CURLOPT_PROGRESSFUNCTION,
+        CURLOPT_PROGRESSDATA,
+        CURLOPT_ACCEPT_ENCODING,
+        CURLOPT_FILETIME,
+        CURLOPT_USERAGENT,
         CURLOPT_SSL_VERIFYPEER,
     };
     ASSERT_GE(m_easy.order.size(), expected.size());
@@ -96,14 +108,14 @@ TEST_F(EasyOptionsTest, PlainRequestSetsTheFixedOptionsInOrder) {
 
 TEST_F(EasyOptionsTest, FixedValues) {
     set();
-    for (const CURLoption one : {CURLOPT_FAILONERROR, CURLOPT_FOLLOWLOCATION, CURLOPT_NOSIGNAL,
-                                 CURLOPT_FILETIME})
+    for (const CURLoption one :
+         {CURLOPT_FAILONERROR, CURLOPT_FOLLOWLOCATION, CURLOPT_NOSIGNAL, CURLOPT_FILETIME})
         EXPECT_EQ(m_easy.number(one), 1) << one;
-    for (const CURLoption zero : {CURLOPT_HEADER, CURLOPT_NOBODY, CURLOPT_NOPROGRESS,
-                                  CURLOPT_SSL_VERIFYPEER})
+    for (const CURLoption zero :
+         {CURLOPT_HEADER, CURLOPT_NOBODY, CURLOPT_NOPROGRESS, CURLOPT_SSL_VERIFYPEER})
         EXPECT_EQ(m_easy.number(zero), 0) << zero;
-    for (const CURLoption unit : {CURLOPT_WRITEDATA, CURLOPT_HEADERDATA, CURLOPT_PRIVATE,
-                                  CURLOPT_PROGRESSDATA})
+    for (const CURLoption unit :
+         {CURLOPT_WRITEDATA, CURLOPT_HEADERDATA, CURLOPT_PRIVATE, CURLOPT_PROGRESSDATA})
         EXPECT_EQ(m_easy.values.at(unit), this) << unit;
     EXPECT_EQ(m_easy.values.at(CURLOPT_ERRORBUFFER), m_errors);
     EXPECT_EQ(m_easy.text(CURLOPT_ACCEPT_ENCODING), "");
@@ -117,8 +129,8 @@ TEST_F(EasyOptionsTest, FixedValues) {
 TEST_F(EasyOptionsTest, NoTimeLimitIsSet) {
     m_options.agent = "x";
     set();
-    for (const CURLoption limit : {CURLOPT_TIMEOUT, CURLOPT_CONNECTTIMEOUT,
-                                   CURLOPT_LOW_SPEED_LIMIT, CURLOPT_LOW_SPEED_TIME})
+    for (const CURLoption limit :
+         {CURLOPT_TIMEOUT, CURLOPT_CONNECTTIMEOUT, CURLOPT_LOW_SPEED_LIMIT, CURLOPT_LOW_SPEED_TIME})
         EXPECT_FALSE(m_easy.has(limit)) << limit;
 }
 

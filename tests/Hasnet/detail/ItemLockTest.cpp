@@ -11,7 +11,7 @@ namespace {
 using hascommon::detail::ItemLock;
 
 /// Runs on another thread and waits for it.
-template <typename Function>
+template<typename Function>
 void elsewhere(Function function) {
     std::thread(function).join();
 }

@@ -110,16 +110,15 @@ TEST_P(ResultCodeTest, LibcurlResultGivesTheUnitCode) {
     EXPECT_EQ(codeOf(static_cast<CURLcode>(GetParam().curlCode), 404), GetParam().code);
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, ResultCodeTest,
-                         ::testing::Values(ResultRow{0, 0}, ResultRow{5, -16}, ResultRow{6, -17},
-                                           ResultRow{7, -18}, ResultRow{9, -25}, ResultRow{35, -25},
-                                           ResultRow{51, -25}, ResultRow{53, -25},
-                                           ResultRow{54, -25}, ResultRow{18, -26},
-                                           ResultRow{22, -23}, ResultRow{34, -23},
-                                           ResultRow{47, -23}, ResultRow{52, -23},
-                                           ResultRow{28, -53}, ResultRow{42, -12},
-                                           ResultRow{55, -19}, ResultRow{56, -20}),
-                         [](const auto& row) { return "Curl" + std::to_string(row.param.curlCode); });
+INSTANTIATE_TEST_SUITE_P(
+    Table, ResultCodeTest,
+    ::testing::Values(ResultRow{0, 0}, ResultRow{5, -16}, ResultRow{6, -17}, ResultRow{7, -18},
+                      ResultRow{9, -25}, ResultRow{35, -25}, ResultRow{51, -25}, ResultRow{53, -25},
+                      ResultRow{54, -25}, ResultRow{18, -26}, ResultRow{22, -23},
+                      ResultRow{34, -23}, ResultRow{47, -23}, ResultRow{52, -23},
+                      ResultRow{28, -53}, ResultRow{42, -12}, ResultRow{55, -19},
+                      ResultRow{56, -20}),
+    [](const auto& row) { return "Curl" + std::to_string(row.param.curlCode); });
 
 TEST(ResultCode, AnyOtherResultCarriesStatusAndResult) {
     EXPECT_EQ(codeOf(static_cast<CURLcode>(60), 0), -160);
@@ -165,6 +164,13 @@ TEST(HeaderLine, ValueIsWhatStandsBehindTheColonWithoutBlanks) {
     EXPECT_EQ(fieldValue("A: \r\n"), "");
     EXPECT_EQ(fieldValue("no colon"), "");
     EXPECT_EQ(fieldValue(""), "");
+}
+
+TEST(HeaderLine, StatusLineStartsTheHeaders) {
+    EXPECT_TRUE(startsHeaders("HTTP/1.1 200 OK\r\n"));
+    EXPECT_TRUE(startsHeaders("HTTP/2 204\r\n"));
+    EXPECT_FALSE(startsHeaders("X-Trailer: HTTP/\r\n"));
+    EXPECT_FALSE(startsHeaders("HTTP"));
 }
 
 TEST(HeaderLine, EmptyLineEndsTheHeaders) {

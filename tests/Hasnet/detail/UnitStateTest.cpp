@@ -13,20 +13,20 @@ using hascommon::detail::UnitState;
 using hascommon::detail::UnitStateMachine;
 
 const std::set<std::pair<UnitState, UnitState>> kLegal{
-    {UnitState::Free, UnitState::Preparing},      // a request takes the slot
-    {UnitState::Ended, UnitState::Preparing},     // ... or takes it again
-    {UnitState::Preparing, UnitState::Running},   // the owner is told of it
-    {UnitState::Preparing, UnitState::Free},      // libcurl has no handle
-    {UnitState::Running, UnitState::Free},        // the request was refused
-    {UnitState::Running, UnitState::Paused},      // Pause
-    {UnitState::Running, UnitState::Aborted},     // Cancel
-    {UnitState::Running, UnitState::Completed},   // the transfer ended
-    {UnitState::Paused, UnitState::Running},      // Resume
-    {UnitState::Paused, UnitState::Completed},    // the transfer failed while it was paused
-    {UnitState::Paused, UnitState::Free},         // refused after the owner had paused it
-    {UnitState::Aborted, UnitState::Completed},   // the transfer noticed
-    {UnitState::Aborted, UnitState::Free},        // refused after the owner had cancelled it
-    {UnitState::Completed, UnitState::Ended},     // the owner collected it
+    {UnitState::Free, UnitState::Preparing},    // a request takes the slot
+    {UnitState::Ended, UnitState::Preparing},   // ... or takes it again
+    {UnitState::Preparing, UnitState::Running}, // the owner is told of it
+    {UnitState::Preparing, UnitState::Free},    // libcurl has no handle
+    {UnitState::Running, UnitState::Free},      // the request was refused
+    {UnitState::Running, UnitState::Paused},    // Pause
+    {UnitState::Running, UnitState::Aborted},   // Cancel
+    {UnitState::Running, UnitState::Completed}, // the transfer ended
+    {UnitState::Paused, UnitState::Running},    // Resume
+    {UnitState::Paused, UnitState::Completed},  // the transfer failed while it was paused
+    {UnitState::Paused, UnitState::Free},       // refused after the owner had paused it
+    {UnitState::Aborted, UnitState::Completed}, // the transfer noticed
+    {UnitState::Aborted, UnitState::Free},      // refused after the owner had cancelled it
+    {UnitState::Completed, UnitState::Ended},   // the owner collected it
 };
 
 TEST(UnitState, ExactlyTheListedChangesAreLegal) {

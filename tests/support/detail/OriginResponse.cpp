@@ -10,6 +10,8 @@
 #include <sys/stat.h>
 #include <zlib.h>
 
+#include <strings.h>
+
 namespace test::detail {
 namespace {
 
@@ -132,7 +134,11 @@ void OriginResponse::applyRange(const std::string& range) {
 
 void OriginResponse::writeHead(const ReplyPlan& plan) {
     m_head = "HTTP/1.1 " + std::to_string(m_status) + " Scripted\r\n";
-    add(plan, "Date", httpDate(time(nullptr)));
+    const bool ownDate = std::none_of(m_headers.begin(), m_headers.end(), [](const auto& header) {
+        return strcasecmp(header.first.c_str(), "Date") == 0;
+    });
+    if (ownDate)
+        add(plan, "Date", httpDate(time(nullptr)));
     for (const auto& [name, value] : m_headers)
         add(plan, name, value);
     if (plan.ranges && m_status < 300)

@@ -1,0 +1,7 @@
+#include <Hasnet/IBandwidthChecker.h>
+
+namespace hascommon {
+
+IBandwidthChecker::~IBandwidthChecker() = default;
+
+} // namespace hascommon

@@ -1,0 +1,7 @@
+#include <Hasnet/IBitrateSwitcher.h>
+
+namespace hascommon {
+
+IBitrateSwitcher::~IBitrateSwitcher() = default;
+
+} // namespace hascommon

@@ -1,0 +1,227 @@
+// What goes out with a request and what response headers do.
+#include <support/EngineTest.h>
+#include <support/LogCapture.h>
+#include <support/Nginx.h>
+#include <support/Proxy.h>
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace std::chrono_literals;
+using hascommon::UnitObject;
+using test::EngineTest;
+using test::eventually;
+using test::Reply;
+using test::Stage;
+
+class CurlOptionsTest : public EngineTest {
+protected:
+    CurlOptionsTest() { origin.on("/a", Reply().body("hello")); }
+
+    test::Request sent(const std::string& path) { return origin.requests(path).back(); }
+};
+
+TEST_F(CurlOptionsTest, PlainRequestCarriesAgentAndEncodings) {
+    EXPECT_EQ(fetchPath("/a"), 0);
+    EXPECT_EQ(sent("/a").method, "GET");
+    EXPECT_EQ(sent("/a").header("User-Agent"), "quenlishas-agent/1.1");
+    EXPECT_NE(sent("/a").header("Accept-Encoding").find("gzip"), std::string::npos);
+    EXPECT_EQ(sent("/a").header("Range"), "");
+    EXPECT_EQ(sent("/a").header("Cookie"), "");
+    EXPECT_EQ(sent("/a").header("If-Modified-Since"), "");
+}
+
+TEST_F(CurlOptionsTest, AgentIsTheOnesSetAndHbbtvWithEngineWordFive) {
+    engine->SetAgent("own/1");
+    EXPECT_EQ(fetchPath("/a"), 0);
+    EXPECT_EQ(sent("/a").header("User-Agent"), "own/1");
+    unsigned int word = 5;
+    engine->setEngineInfo(&word);
+    EXPECT_EQ(fetchPath("/a"), 0);
+    EXPECT_EQ(sent("/a").header("User-Agent"), "Hbbtv/1.2.1");
+    word = 6;
+    engine->setEngineInfo(&word);
+    engine->SetAgent("");
+    EXPECT_EQ(fetchPath("/a"), 0);
+    EXPECT_EQ(sent("/a").header("User-Agent"), "quenlishas-agent/1.1");
+}
+
+TEST_F(CurlOptionsTest, StoredTimeOutsAreNotApplied) {
+    engine->SetConnTimeout(1);
+    engine->SetLowSpeedTimeout(1);
+    origin.on("/slow", Reply().body("x").delayed(1200ms));
+    EXPECT_EQ(fetchPath("/slow"), 0);
+}
+
+TEST_F(CurlOptionsTest, SetCookieComesBackInTheNextRequest) {
+    origin.on("/set", Reply().body("x").setCookie("a=1; Path=/"));
+    EXPECT_EQ(fetchPath("/set"), 0);
+    EXPECT_EQ(fetchPath("/a"), 0);
+    EXPECT_EQ(sent("/a").header("Cookie"), "a=1;");
+}
+
+TEST_F(CurlOptionsTest, LowerCaseSetCookieIsTheSameHeader) {
+    origin.on("/set", Reply().body("x").setCookie("a=1; Path=/").lowerCaseNames());
+    EXPECT_EQ(fetchPath("/set"), 0);
+    EXPECT_EQ(fetchPath("/a"), 0);
+    EXPECT_EQ(sent("/a").header("Cookie"), "a=1;");
+}
+
+TEST_F(CurlOptionsTest, UserCookieGoesOutUntilItIsCleared) {
+    engine->SetCookie("u=1");
+    EXPECT_EQ(fetchPath("/a"), 0);
+    EXPECT_EQ(sent("/a").header("Cookie"), "u=1");
+    engine->SetCookie("");
+    EXPECT_EQ(fetchPath("/a"), 0);
+    EXPECT_EQ(sent("/a").header("Cookie"), "u=1");
+    engine->clearUsrDefCookie();
+    EXPECT_EQ(fetchPath("/a"), 0);
+    EXPECT_EQ(sent("/a").header("Cookie"), "");
+}
+
+TEST_F(CurlOptionsTest, CookieOfARedirectBelongsToTheHopThatSetIt) {
+    origin.on("/1", Reply().redirect(origin.url("/2", "localhost")).setCookie("one=1; Path=/"));
+    origin.on("/2", Reply().redirect(origin.url("/3")).setCookie("two=2; Path=/"));
+    origin.on("/3", Reply().body("x"));
+    EXPECT_EQ(fetchPath("/1"), 0);
+    EXPECT_EQ(sent("/1").header("Cookie"), "");
+    EXPECT_EQ(sent("/2").header("Cookie"), "");
+    EXPECT_EQ(sent("/3").header("Cookie"), "one=1;");
+    EXPECT_EQ(fetch(origin.url("/a", "localhost")), 0);
+    EXPECT_EQ(sent("/a").header("Cookie"), "two=2;");
+}
+
+TEST_F(CurlOptionsTest, NoServerSetsACookieForAnother) {
+    origin.on("/1", Reply().redirect(origin.url("/2", "localhost")));
+    origin.on("/2", Reply().body("x").setCookie("evil=1; Domain=127.0.0.1; Path=/"));
+    EXPECT_EQ(fetchPath("/1"), 0);
+    EXPECT_EQ(fetchPath("/a"), 0);
+    EXPECT_EQ(sent("/a").header("Cookie"), "");
+}
+
+TEST_F(CurlOptionsTest, CookieOfTheFirstHostDoesNotGoToTheRedirectsTarget) {
+    origin.on("/set", Reply().body("x").setCookie("secret=1; Path=/"));
+    EXPECT_EQ(fetchPath("/set"), 0);
+    origin.on("/1", Reply().redirect(origin.url("/a", "localhost")));
+    EXPECT_EQ(fetchPath("/1"), 0);
+    EXPECT_EQ(sent("/1").header("Cookie"), "secret=1;");
+    EXPECT_EQ(sent("/a").header("Cookie"), "");
+}
+
+TEST_F(CurlOptionsTest, CookieWithoutAPathGetsTheAnsweringRequestsFolder) {
+    origin.on("/dir/1", Reply().body("x").setCookie("a=1"));
+    origin.on("/dir/2", Reply().body("x"));
+    EXPECT_EQ(fetchPath("/dir/1"), 0);
+    EXPECT_EQ(fetchPath("/dir/2"), 0);
+    EXPECT_EQ(sent("/dir/2").header("Cookie"), "a=1;");
+    EXPECT_EQ(fetchPath("/a"), 0);
+    EXPECT_EQ(sent("/a").header("Cookie"), "");
+}
+
+TEST_F(CurlOptionsTest, DateIsTakenFromTheFirstResponseAndInAnyCase) {
+    origin.on(
+        "/1",
+        Reply().redirect("/2").header("date", "Sun, 06 Nov 1994 08:49:37 GMT").lowerCaseNames());
+    origin.on("/2", Reply().body("x").header("Date", "Mon, 07 Nov 1994 08:49:37 GMT"));
+    UnitObject* unit = beginPath("/1");
+    while (engine->RunOnce() == 0) {
+    }
+    int code = 0;
+    long date = 0;
+    EXPECT_EQ(engine->GetCompleted(code, date), unit);
+    EXPECT_EQ(date, 784111777);
+}
+
+TEST_F(CurlOptionsTest, DateThatIsTooShortOrNoneIsNotTaken) {
+    for (const char* value : {"1994", "nonsense nonsense"}) {
+        origin.on("/d", Reply().body("x").header("Date", value));
+        UnitObject* unit = beginPath("/d");
+        while (engine->RunOnce() == 0) {
+        }
+        int code = 0;
+        long date = -1;
+        EXPECT_EQ(engine->GetCompleted(code, date), unit);
+        EXPECT_EQ(date, 0) << value;
+        engine->EndDownload(unit);
+    }
+}
+
+TEST_F(CurlOptionsTest, RepeatedKeptRequestIsNotConditionalSoThatARetryGetsItsBody) {
+    origin.on("/k", Reply().body("x").lastModified(784111777));
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(fetch(origin.url("/k"), "", true), 0);
+        EXPECT_EQ(sent("/k").header("If-Modified-Since"), "");
+        EXPECT_EQ(lastBody, "x");
+    }
+}
+
+TEST_F(CurlOptionsTest, KeptRequestWithAKnownFileTimeIsConditional) {
+    // The entry is shared: while the second request begins, the first one learns the time.
+    origin.on("/k", Reply().body("xy").lastModified(784111777).stalledAt(Stage::InBody, 1));
+    engine->StartLoop();
+    UnitObject* first = begin(origin.url("/k"), "", true);
+    ASSERT_TRUE(eventually([&] { return engine->GetPos(first) == 1; }));
+    owner.onBegin = [&](UnitObject*) {
+        origin.release("/k");
+        EXPECT_TRUE(eventually([&] { return engine->GetPos(first) == 2; }));
+    };
+    UnitObject* second = begin(origin.url("/k"), "", true);
+    EXPECT_EQ(engine->EndDownload(first), 0);
+    EXPECT_EQ(engine->EndDownload(second), 0);
+    EXPECT_EQ(sent("/k").header("If-Modified-Since"), "Sun, 06 Nov 1994 08:49:37 GMT");
+    EXPECT_EQ(owner.body(second), "");
+    hascommon::Curl::UnitInfo info;
+    EXPECT_TRUE(engine->GetUnitInfo(second, info));
+    EXPECT_EQ(info.httpStatus, 304);
+}
+
+TEST_F(CurlOptionsTest, RealProxyCarriesTheRequest) {
+    test::Proxy proxy;
+    engine->SetProxy(proxy.url());
+    EXPECT_EQ(fetchPath("/a"), 0);
+    EXPECT_EQ(lastBody, "hello");
+    EXPECT_EQ(proxy.requests(), 1);
+    engine->SetProxy("");
+    EXPECT_EQ(fetchPath("/a"), 0);
+    EXPECT_EQ(proxy.requests(), 1);
+}
+
+TEST_F(CurlOptionsTest, RealServerOverTlsWithHttp2AndWithoutVerification) {
+    test::Nginx nginx;
+    nginx.write("a.txt", "over tls");
+    EXPECT_EQ(fetch(nginx.tlsUrl("/a.txt")), 0);
+    EXPECT_EQ(lastBody, "over tls");
+    EXPECT_TRUE(
+        eventually([&] { return nginx.accessLog().find("HTTP/2.0") != std::string::npos; }));
+}
+
+TEST_F(CurlOptionsTest, VerificationRefusesAnUnknownCertificateAndTakesANamedOne) {
+    test::Nginx nginx;
+    nginx.write("a.txt", "over tls");
+    engine->SetVerifyPeer(true);
+    test::LogCapture log;
+    EXPECT_EQ(fetch(nginx.tlsUrl("/a.txt")), -20);
+    EXPECT_THAT(log.messages("Curl.cpp"), ::testing::Contains(::testing::HasSubstr("Curl(60)")));
+    engine->SetCaFile(nginx.caFile());
+    EXPECT_EQ(fetch(nginx.tlsUrl("/a.txt")), 0);
+    engine->SetVerifyPeer(false);
+    engine->SetCaFile("");
+    EXPECT_EQ(fetch(nginx.tlsUrl("/a.txt")), 0);
+}
+
+TEST_F(CurlOptionsTest, RealServersRangesGzipAndConditions) {
+    test::Nginx nginx;
+    const std::string text = test::pattern(50000).all();
+    nginx.write("a.bin", text);
+    nginx.write("a.txt", std::string(50000, 'a'));
+    EXPECT_EQ(fetch(nginx.url("/a.bin"), "100-199"), 0);
+    EXPECT_EQ(lastBody, text.substr(100, 100));
+    EXPECT_EQ(fetch(nginx.url("/a.bin"), "49990-"), 0);
+    EXPECT_EQ(lastBody, text.substr(49990));
+    EXPECT_EQ(fetch(nginx.url("/a.bin"), "99999-"), -20);
+    EXPECT_EQ(fetch(nginx.url("/a.txt")), 0);
+    EXPECT_EQ(lastBody, std::string(50000, 'a'));
+}
+
+} // namespace

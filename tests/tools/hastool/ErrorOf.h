@@ -1,0 +1,21 @@
+// The message that a failing action throws.
+#pragma once
+
+#include <hastool/engine/ToolError.h>
+
+#include <string>
+
+namespace test {
+
+/// The text of the ToolError that the action throws; empty when it throws none.
+template<typename Action>
+std::string errorOf(const Action& action) {
+    try {
+        action();
+    } catch (const hastool::ToolError& error) {
+        return error.what();
+    }
+    return {};
+}
+
+} // namespace test

@@ -1,0 +1,56 @@
+// Playlists from the field.
+#include <hastool/engine/HlsPlaylist.h>
+#include <support/TempDir.h>
+
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+using hastool::HlsPlaylist;
+
+namespace {
+
+HlsPlaylist parse(const std::string& name) {
+    const std::string path = std::string(HAS_SAMPLES_DIR) + "/manifests/hls/" + name;
+    return hastool::parseHlsPlaylist(test::readFile(path), name);
+}
+
+} // namespace
+
+TEST(HlsSamples, AllParse) {
+    int count = 0;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(HAS_SAMPLES_DIR "/manifests/hls")) {
+        EXPECT_NO_THROW(parse(entry.path().filename().string())) << entry.path();
+        ++count;
+    }
+    EXPECT_GE(count, 5);
+}
+
+TEST(HlsSamples, MastersGiveTheirVariants) {
+    const HlsPlaylist plain = parse("grafov_master.m3u8");
+    ASSERT_EQ(plain.variants.size(), 5U);
+    EXPECT_EQ(plain.variants[4].bandwidth, 1500000);
+    EXPECT_EQ(plain.variants[4].uri, "chunklist-b1500000.m3u8");
+    const HlsPlaylist odd = parse("vhs_main.m3u8");
+    ASSERT_EQ(odd.variants.size(), 4U);
+    EXPECT_EQ(odd.variants[1].bandwidth, 40000);
+    EXPECT_EQ(odd.variants[3].resolution, "960x540");
+}
+
+TEST(HlsSamples, ByteRangesAndTheMapAreRead) {
+    const HlsPlaylist playlist = parse("m3u8-parser_fmp4.m3u8");
+    EXPECT_TRUE(playlist.ended);
+    ASSERT_GE(playlist.segments.size(), 2U);
+    EXPECT_EQ(playlist.segments[0].map->range, (hastool::ByteRange{0, 720}));
+    EXPECT_EQ(playlist.segments[1].range, (hastool::ByteRange{5667230, 5861577}));
+}
+
+TEST(HlsSamples, KeysAreToldApart) {
+    const HlsPlaylist playlist = parse("vhs_encrypted.m3u8");
+    ASSERT_EQ(playlist.segments.size(), 6U);
+    EXPECT_EQ(playlist.mediaSequence, 7794U);
+    EXPECT_EQ(playlist.segments[0].key->uri, "https://priv.example.com/key.php?r=52");
+    EXPECT_EQ(playlist.segments[4].key->iv, "0x00000000000000000000014BB69D61E4");
+    EXPECT_EQ(playlist.segments[5].key, nullptr);
+}

@@ -1,0 +1,84 @@
+#include "ErrorOf.h"
+
+#include <hastool/engine/Trace.h>
+#include <support/TempDir.h>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+using hastool::Trace;
+using hastool::TraceRow;
+using test::readFile;
+
+namespace {
+
+TraceRow row() {
+    TraceRow row;
+    row.time = 1.5;
+    row.index = 7;
+    row.stream = 1;
+    row.bitrate = 800000;
+    row.bytes = 200000;
+    row.duration = 2;
+    row.download = 0.25;
+    row.firstByte = 0.004;
+    row.bandwidth = 4000000;
+    row.mean = 3000000;
+    row.buffer = 5.5;
+    row.change = "up";
+    row.stalls = 1;
+    row.stallTime = 0.75;
+    row.retries = 2;
+    return row;
+}
+
+} // namespace
+
+TEST(Trace, WritesCsvRowByRow) {
+    const test::TempDir dir;
+    Trace trace(dir.file("t.csv"));
+    trace.add(row());
+    EXPECT_EQ(readFile(dir.file("t.csv")),
+              "time_s,index,stream,bitrate_bps,bytes,duration_s,download_s,first_byte_s,"
+              "bandwidth_bps,mean_bps,buffer_s,switch,stalls,stall_s,retries,skipped\n"
+              "1.500,7,1,800000,200000,2.000,0.250,0.004,4000000,3000000,5.500,up,1,0.750,2,0\n");
+}
+
+TEST(Trace, WritesAJsonListOfTheSameNames) {
+    const test::TempDir dir;
+    {
+        Trace trace(dir.file("t.json"));
+        trace.add(row());
+        TraceRow second = row();
+        second.skipped = true;
+        second.change = "";
+        trace.add(second);
+    }
+    const auto list = nlohmann::json::parse(readFile(dir.file("t.json")));
+    ASSERT_EQ(list.size(), 2U);
+    EXPECT_EQ(list[0].size(), 16U);
+    EXPECT_EQ(list[0]["time_s"], 1.5);
+    EXPECT_EQ(list[0]["index"], 7);
+    EXPECT_EQ(list[0]["bitrate_bps"], 800000);
+    EXPECT_EQ(list[0]["switch"], "up");
+    EXPECT_EQ(list[0]["skipped"], false);
+    EXPECT_EQ(list[1]["switch"], "");
+    EXPECT_EQ(list[1]["skipped"], true);
+}
+
+TEST(Trace, IsAListAlsoWithoutARow) {
+    const test::TempDir dir;
+    { const Trace trace(dir.file("t.json")); }
+    EXPECT_TRUE(nlohmann::json::parse(readFile(dir.file("t.json"))).empty());
+}
+
+TEST(Trace, KnowsItsNames) {
+    EXPECT_TRUE(Trace::isTraceName("a.csv") && Trace::isTraceName("b/a.json"));
+    EXPECT_FALSE(Trace::isTraceName("a.txt") || Trace::isTraceName(".csv") ||
+                 Trace::isTraceName("csv"));
+}
+
+TEST(Trace, SaysWhatCannotBeWritten) {
+    EXPECT_EQ(test::errorOf([] { Trace("/none/t.csv"); }),
+              "/none/t.csv: cannot be written: No such file or directory");
+}

@@ -1,0 +1,28 @@
+#include "EngineFlags.h"
+
+namespace hastool {
+
+void addEngineFlags(CLI::App& command, EngineOptions& options) {
+    command
+        .add_option("--cookie-dir", options.cookieId,
+                    "Application id whose cookie files are read and kept")
+        ->type_name("ID");
+    command.add_option("--agent", options.agent, "User agent of the requests")->type_name("TEXT");
+    command.add_option("--proxy", options.proxy, "Proxy, as in http://host:port")->type_name("URL");
+    command
+        .add_option("--cacert", options.caFile, "Verify servers against these certificates (PEM)")
+        ->type_name("FILE")
+        ->check(CLI::ExistingFile);
+    command
+        .add_option("--retries", options.maxRetries,
+                    "How often a download is repeated after HTTP 403, 404, 500, 503, 504 or a "
+                    "body cut short")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 1000));
+    command
+        .add_option("--engine-info", options.engineInfo,
+                    "The engine's information word; 5 requests as an HbbTV device")
+        ->type_name("N");
+}
+
+} // namespace hastool

@@ -1,0 +1,239 @@
+#include "GetCommand.h"
+
+#include "../engine/Interrupt.h"
+#include "../engine/ToolError.h"
+#include "EngineFlags.h"
+#include "ExitCode.h"
+#include "FileName.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <thread>
+
+#include <nlohmann/json.hpp>
+
+namespace hastool {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr milliseconds kLiveProgress{200};
+constexpr milliseconds kPlainProgress{5000};
+
+constexpr char kExamples[] = R"(Examples:
+  hastool get http://host/video.ts
+  hastool get -o part.bin --range 0-1023 http://host/video.ts
+  hastool get -O segments -j 20 http://host/{1,2,3}.ts
+  hastool get --json http://host/a http://host/b > report.json)";
+
+double rateOf(uint64_t bytes, milliseconds time) {
+    return time.count() == 0
+               ? 0
+               : static_cast<double>(bytes) * 8000 / static_cast<double>(time.count());
+}
+
+std::string percentText(uint64_t received, uint64_t expected) {
+    if (expected == 0)
+        return "";
+    const uint64_t percent = std::min<uint64_t>(100, received * 100 / expected);
+    return ", " + std::to_string(percent) + " %";
+}
+
+} // namespace
+
+GetCommand::GetCommand(CLI::App& app)
+    : m_command(app.add_subcommand("get", "Download URLs into files")) {
+    CLI::App& command = *m_command;
+    command.add_option("URL", m_urls, "What to download")->required();
+    auto* const file =
+        command.add_option("-o,--output", m_file, "File for a single URL")->type_name("FILE");
+    command.add_option("-O,--output-dir", m_folder, "Folder for files named after their URLs")
+        ->type_name("DIR")
+        ->excludes(file);
+    command.add_option("--range", m_range, "Only the bytes from A to B, or from A on")
+        ->type_name("A-B");
+    command.add_option("-j,--jobs", m_parallel, "Downloads at once")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 20))
+        ->type_name("N");
+    command.add_flag("--json", m_json, "Print the results as JSON");
+    command.add_flag("-q,--quiet", m_quiet, "Show no progress");
+    addEngineFlags(command, m_engine);
+    command.footer(kExamples);
+}
+
+int GetCommand::run() {
+    Terminal terminal(m_quiet);
+    if (!planJobs(terminal))
+        return kWrongUsage;
+    {
+        Downloader downloader(m_engine);
+        downloader.setParallel(m_parallel);
+        runJobs(downloader, terminal);
+    }
+    terminal.clear();
+    if (m_json)
+        printJson();
+    else
+        printTable();
+    return reportFailures(terminal) ? kFailed : kDone;
+}
+
+bool GetCommand::planJobs(Terminal& terminal) {
+    if (!m_file.empty() && m_urls.size() > 1) {
+        terminal.trouble("-o takes one URL; use -O for several");
+        return false;
+    }
+    if (!m_range.empty() && !parseRange(m_range)) {
+        terminal.trouble("--range: not A-B or A-: " + inQuotes(m_range));
+        return false;
+    }
+    std::map<std::string, std::string> urlOfPath;
+    for (const std::string& url : m_urls) {
+        Job job;
+        job.url = url;
+        job.path = pathOf(url);
+        const auto [other, isNew] = urlOfPath.emplace(job.path, url);
+        if (!isNew) {
+            terminal.trouble(url + " and " + other->second + " would both become " + job.path);
+            return false;
+        }
+        m_jobs.push_back(std::move(job));
+    }
+    return true;
+}
+
+std::string GetCommand::pathOf(const std::string& url) const {
+    if (!m_file.empty())
+        return m_file;
+    return (std::filesystem::path(m_folder) / fileNameOf(url)).string();
+}
+
+void GetCommand::runJobs(Downloader& downloader, Terminal& terminal) {
+    if (!m_folder.empty()) {
+        std::error_code error;
+        std::filesystem::create_directories(m_folder, error);
+        if (error)
+            throw ToolError(m_folder, "cannot be made: " + error.message());
+    }
+    for (Job& job : m_jobs) {
+        job.file = std::make_unique<OutputFile>(job.path, OutputFile::Mode::Replace);
+        job.id = downloader.add({job.url, parseRange(m_range)}, *job.file);
+    }
+    m_lastProgress = steady_clock::now();
+    bool cancelled = false;
+    bool isRunning = true;
+    while (isRunning) {
+        isRunning = downloader.pump();
+        for (Job& job : m_jobs)
+            collect(downloader, job, terminal);
+        showProgress(downloader, terminal);
+        if (isInterrupted() && !cancelled) {
+            downloader.cancelAll();
+            cancelled = true;
+        }
+        std::this_thread::sleep_for(kPumpInterval);
+    }
+}
+
+void GetCommand::collect(Downloader& downloader, Job& job, Terminal& terminal) {
+    if (job.outcome || downloader.outcome(job.id) == nullptr)
+        return;
+    job.outcome = *downloader.outcome(job.id);
+    if (job.outcome->ok)
+        job.file->commit();
+    job.file.reset();
+    const Outcome& outcome = *job.outcome;
+    if (!terminal.isLive() && outcome.ok)
+        terminal.line(job.path + ": " + sizeText(static_cast<double>(outcome.bytes)) + ", " +
+                      rateText(rateOf(outcome.bytes, outcome.time)));
+}
+
+bool GetCommand::isProgressDue(const Terminal& terminal) {
+    return steady_clock::now() - m_lastProgress >=
+           (terminal.isLive() ? kLiveProgress : kPlainProgress);
+}
+
+void GetCommand::showProgress(const Downloader& downloader, Terminal& terminal) {
+    if (!isProgressDue(terminal))
+        return;
+    uint64_t received = 0;
+    uint64_t expected = 0;
+    bool areAllKnown = true;
+    size_t done = 0;
+    for (const Job& job : m_jobs) {
+        received += downloader.received(job.id);
+        expected += downloader.expected(job.id);
+        areAllKnown = areAllKnown && downloader.expected(job.id) > 0;
+        done += job.outcome ? 1 : 0;
+    }
+    const auto now = steady_clock::now();
+    const auto passed = std::chrono::duration_cast<milliseconds>(now - m_lastProgress);
+    const std::string text = std::to_string(done) + " of " + std::to_string(m_jobs.size()) +
+                             " done, " + sizeText(static_cast<double>(received)) +
+                             percentText(received, areAllKnown ? expected : 0) + ", " +
+                             rateText(rateOf(received - m_lastBytes, passed));
+    m_lastProgress = now;
+    m_lastBytes = received;
+    if (terminal.isLive())
+        terminal.live(text);
+    else
+        terminal.line(text);
+}
+
+bool GetCommand::reportFailures(Terminal& terminal) const {
+    bool failed = false;
+    for (const Job& job : m_jobs) {
+        if (job.outcome->ok)
+            continue;
+        failed = true;
+        terminal.trouble(job.url + ": " + job.outcome->failure);
+    }
+    return failed;
+}
+
+void GetCommand::printTable() const {
+    constexpr size_t kNumber = 12;
+    constexpr size_t kSmall = 8;
+    std::printf("%s\n",
+                "  code  status       bytes        rate  first byte  redirects  retries  file");
+    for (const Job& job : m_jobs) {
+        const Outcome& it = *job.outcome;
+        const std::string row = padded(std::to_string(it.code), 6, true) +
+                                padded(std::to_string(it.httpStatus), kSmall, true) +
+                                padded(std::to_string(it.bytes), kNumber, true) +
+                                padded(rateText(rateOf(it.bytes, it.time)), kNumber + 2, true) +
+                                padded(std::to_string(it.latency.count()) + " ms", kNumber, true) +
+                                padded(std::to_string(it.redirects), kNumber - 1, true) +
+                                padded(std::to_string(it.retries), kSmall + 1, true) + "  " +
+                                job.path;
+        std::printf("%s\n", row.c_str());
+    }
+}
+
+void GetCommand::printJson() const {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const Job& job : m_jobs) {
+        const Outcome& it = *job.outcome;
+        list.push_back({{"url", job.url},
+                        {"file", job.path},
+                        {"ok", it.ok},
+                        {"code", it.code},
+                        {"status", it.httpStatus},
+                        {"bytes", it.bytes},
+                        {"time_ms", it.time.count()},
+                        {"rate_bps", static_cast<uint64_t>(rateOf(it.bytes, it.time))},
+                        {"first_byte_ms", it.latency.count()},
+                        {"redirects", it.redirects},
+                        {"retries", it.retries},
+                        {"final_url", it.url},
+                        {"error", it.failure}});
+    }
+    constexpr auto kReplace = nlohmann::ordered_json::error_handler_t::replace;
+    std::printf("%s\n", list.dump(2, ' ', false, kReplace).c_str());
+}
+
+} // namespace hastool

@@ -1,0 +1,35 @@
+// hastool play
+#pragma once
+
+#include "../engine/Player.h"
+#include "../ui/Terminal.h"
+
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+namespace hastool {
+
+/// Plays a presentation without a screen.
+class PlayCommand {
+public:
+    /// Adds the command and its options.
+    explicit PlayCommand(CLI::App& app);
+
+    /// Whether the command line asked for it.
+    bool isChosen() const { return m_command->parsed(); }
+    /// Runs it. @return the exit status. @throws ToolError
+    int run();
+
+private:
+    void report(const Summary& summary) const;
+
+    CLI::App* m_command;
+    PlayOptions m_options;
+    double m_bufferGoal = 30;
+    double m_liveTimeout = 60;
+    bool m_json = false;
+    bool m_quiet = false;
+};
+
+} // namespace hastool

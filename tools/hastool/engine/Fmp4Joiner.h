@@ -1,0 +1,41 @@
+// Fragments of several initialisations in one file.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace hastool {
+
+/// Makes the fragments of several MP4 initialisations (ISO/IEC 14496-12, 14496-15) playable in one
+/// file.
+///
+/// A reader takes a file's first initialisation for all of it, and with it the H.264 parameter
+/// sets, which differ between qualities. Once a second initialisation has come up, the parameter
+/// sets of each fragment's own one are therefore put before its first picture. What cannot be
+/// understood stays as it is.
+class Fmp4Joiner {
+public:
+    /// Sets the initialisation of the fragments that follow.
+    void setInit(std::string_view init);
+    /// A media segment, as it is to be written.
+    std::string adapt(std::string segment) const;
+
+private:
+    /// The H.264 track of an initialisation.
+    struct Video {
+        uint32_t track = 0;
+        unsigned lengthSize = 0;   ///< bytes before each NAL unit that tell its length
+        std::string parameterSets; ///< NAL units with their lengths
+    };
+
+    static std::optional<Video> findVideo(std::string_view init);
+    static std::optional<Video> readConfiguration(std::string_view box);
+
+    int m_inits = 0;
+    std::optional<Video> m_first;
+    std::optional<Video> m_video; ///< of the current initialisation
+};
+
+} // namespace hastool

@@ -1,0 +1,25 @@
+// Attribute lists of HLS tags (RFC 8216, section 4.2).
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace hastool {
+
+/// NAME=value,NAME="value",... with blanks allowed around the names.
+class HlsAttributes {
+public:
+    /// @return nothing when the text is no attribute list
+    static std::optional<HlsAttributes> parse(std::string_view text);
+
+    bool has(const std::string& name) const { return m_values.count(name) > 0; }
+    /// The value without its quotation marks; empty when there is none.
+    std::string get(const std::string& name) const;
+
+private:
+    std::map<std::string, std::string> m_values;
+};
+
+} // namespace hastool

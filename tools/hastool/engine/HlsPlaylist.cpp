@@ -1,0 +1,296 @@
+#include "HlsPlaylist.h"
+
+#include "HlsAttributes.h"
+#include "Number.h"
+#include "ToolError.h"
+
+#include <algorithm>
+#include <limits>
+#include <map>
+#include <utility>
+
+namespace hastool {
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+bool takePrefix(std::string_view& text, std::string_view prefix) {
+    if (text.substr(0, prefix.size()) != prefix)
+        return false;
+    text.remove_prefix(prefix.size());
+    return true;
+}
+
+/// Goes through a playlist line by line and keeps what a tag says about the segments behind it.
+class Parser {
+public:
+    Parser(std::string_view text, const std::string& url)
+        : m_rest(text)
+        , m_url(url) {}
+
+    HlsPlaylist parse();
+
+private:
+    using TagHandler = void (Parser::*)(std::string_view value);
+
+    [[noreturn]] void fail(const std::string& what) const;
+    bool nextLine(std::string_view& line);
+    void expectHeader();
+    void takeTag(std::string_view line);
+    void takeUri(std::string_view line);
+    void addVariant(std::string_view uri);
+    void addSegment(std::string_view uri);
+    void placeRange(HlsSegment& segment);
+    void checkWhole() const;
+
+    HlsAttributes attributes(std::string_view text) const;
+    uint64_t number(std::string_view text) const;
+    ByteRange range(std::string_view text, bool& hasOffset) const;
+
+    void onStreamInf(std::string_view value);
+    void onInf(std::string_view value);
+    void onByteRange(std::string_view value);
+    void onMap(std::string_view value);
+    void onKey(std::string_view value);
+    void onTargetDuration(std::string_view value);
+    void onMediaSequence(std::string_view value);
+    void onDiscontinuity(std::string_view) { m_pending.discontinuity = true; }
+    void onGap(std::string_view) { m_pending.gap = true; }
+    void onEndList(std::string_view) { m_playlist.ended = true; }
+
+    std::string_view m_rest;
+    const std::string& m_url;
+    size_t m_line = 0;
+    HlsPlaylist m_playlist;
+    HlsSegment m_pending; ///< of the next URI
+    bool m_hasDuration = false;
+    bool m_rangeHasOffset = false;
+    std::optional<HlsVariant> m_variant; ///< of the next URI
+    std::string m_lastUri;               ///< whose bytes end at m_lastEnd
+    uint64_t m_lastEnd = 0;
+};
+
+HlsPlaylist Parser::parse() {
+    takePrefix(m_rest, kByteOrderMark);
+    expectHeader();
+    std::string_view line;
+    while (nextLine(line)) {
+        if (line.front() == '#')
+            takeTag(line);
+        else
+            takeUri(line);
+    }
+    checkWhole();
+    return std::exchange(m_playlist, {});
+}
+
+void Parser::fail(const std::string& what) const {
+    throw ToolError(m_line == 0 ? m_url : m_url + ":" + std::to_string(m_line), what);
+}
+
+/// The next line that is not blank, without the blanks around it.
+bool Parser::nextLine(std::string_view& line) {
+    constexpr std::string_view kBlanks = " \t\r";
+    while (!m_rest.empty()) {
+        const size_t end = std::min(m_rest.find('\n'), m_rest.size());
+        line = m_rest.substr(0, end);
+        m_rest.remove_prefix(std::min(end + 1, m_rest.size()));
+        ++m_line;
+        const size_t first = line.find_first_not_of(kBlanks);
+        if (first == std::string_view::npos)
+            continue;
+        line = line.substr(first, line.find_last_not_of(kBlanks) - first + 1);
+        return true;
+    }
+    return false;
+}
+
+/// Comments before the header are not allowed but found in the field.
+void Parser::expectHeader() {
+    std::string_view line;
+    while (nextLine(line)) {
+        if (line == "#EXTM3U" || line.substr(0, 8) == "#EXTM3U ")
+            return;
+        if (line.front() != '#' || line.substr(0, 4) == "#EXT")
+            fail("not a playlist: no #EXTM3U before " + inQuotes(line));
+    }
+    fail("not a playlist: no #EXTM3U");
+}
+
+void Parser::takeTag(std::string_view line) {
+    static const std::map<std::string_view, TagHandler> handlers = {
+        {"#EXT-X-STREAM-INF", &Parser::onStreamInf},
+        {"#EXTINF", &Parser::onInf},
+        {"#EXT-X-BYTERANGE", &Parser::onByteRange},
+        {"#EXT-X-MAP", &Parser::onMap},
+        {"#EXT-X-KEY", &Parser::onKey},
+        {"#EXT-X-TARGETDURATION", &Parser::onTargetDuration},
+        {"#EXT-X-MEDIA-SEQUENCE", &Parser::onMediaSequence},
+        {"#EXT-X-DISCONTINUITY", &Parser::onDiscontinuity},
+        {"#EXT-X-GAP", &Parser::onGap},
+        {"#EXT-X-ENDLIST", &Parser::onEndList},
+    };
+    const size_t colon = line.find(':');
+    const auto found = handlers.find(line.substr(0, colon));
+    if (found != handlers.end())
+        (this->*found->second)(colon == std::string_view::npos ? "" : line.substr(colon + 1));
+}
+
+void Parser::takeUri(std::string_view line) {
+    if (m_variant)
+        addVariant(line);
+    else if (m_hasDuration)
+        addSegment(line);
+    else
+        fail("a URI without #EXTINF or #EXT-X-STREAM-INF: " + inQuotes(line));
+}
+
+void Parser::addVariant(std::string_view uri) {
+    if (m_playlist.variants.size() == kMaxVariants)
+        fail("too many variants");
+    m_variant->uri = uri;
+    m_playlist.variants.push_back(std::move(*m_variant));
+    m_variant.reset();
+}
+
+void Parser::addSegment(std::string_view uri) {
+    if (m_playlist.segments.size() == kMaxSegments)
+        fail("too many segments");
+    HlsSegment next;
+    next.map = m_pending.map;
+    next.key = m_pending.key;
+    std::swap(next, m_pending);
+    next.uri = uri;
+    placeRange(next);
+    m_playlist.segments.push_back(std::move(next));
+    m_hasDuration = false;
+}
+
+/// A range without an offset goes on where the one before it ended.
+void Parser::placeRange(HlsSegment& segment) {
+    if (!segment.range) {
+        m_lastUri.clear();
+        return;
+    }
+    if (!m_rangeHasOffset) {
+        if (m_lastUri != segment.uri)
+            fail("a byte range without an offset, and none before it in " + inQuotes(segment.uri));
+        segment.range->first = m_lastEnd;
+    }
+    if (*segment.range->length > std::numeric_limits<uint64_t>::max() - segment.range->first)
+        fail("a byte range beyond all ends");
+    m_lastUri = segment.uri;
+    m_lastEnd = segment.range->first + *segment.range->length;
+}
+
+void Parser::checkWhole() const {
+    const bool hasSegments = !m_playlist.segments.empty();
+    if (m_variant || m_hasDuration)
+        fail("the playlist ends where a URI should follow");
+    if (m_playlist.isMaster() && hasSegments)
+        throw ToolError(m_url, "a playlist of both variants and segments");
+    // A live playlist may be empty until its first segment is there.
+    if (!m_playlist.isMaster() && !hasSegments &&
+        (m_playlist.ended || m_playlist.targetSeconds <= 0))
+        throw ToolError(m_url, "an empty playlist");
+    if (m_playlist.mediaSequence > std::numeric_limits<uint64_t>::max() - kMaxSegments)
+        throw ToolError(m_url, "media sequence numbers beyond all ends");
+}
+
+HlsAttributes Parser::attributes(std::string_view text) const {
+    auto result = HlsAttributes::parse(text);
+    if (!result)
+        fail("not an attribute list: " + inQuotes(text));
+    return std::move(*result);
+}
+
+uint64_t Parser::number(std::string_view text) const {
+    const auto value = parseUnsigned(text);
+    if (!value)
+        fail("not a number: " + inQuotes(text));
+    return *value;
+}
+
+ByteRange Parser::range(std::string_view text, bool& hasOffset) const {
+    const size_t at = text.find('@');
+    hasOffset = at != std::string_view::npos;
+    ByteRange result;
+    result.length = number(text.substr(0, at));
+    if (hasOffset)
+        result.first = number(text.substr(at + 1));
+    if (*result.length == 0)
+        fail("an empty byte range");
+    return result;
+}
+
+void Parser::onStreamInf(std::string_view value) {
+    const HlsAttributes list = attributes(value);
+    HlsVariant variant;
+    const uint64_t bandwidth = number(list.get("BANDWIDTH"));
+    if (bandwidth == 0 || bandwidth > std::numeric_limits<int>::max())
+        fail("a variant of " + std::to_string(bandwidth) + " bits per second");
+    variant.bandwidth = static_cast<int>(bandwidth);
+    variant.codecs = list.get("CODECS");
+    variant.resolution = list.get("RESOLUTION");
+    m_variant = std::move(variant);
+}
+
+void Parser::onInf(std::string_view value) {
+    const std::string_view text = value.substr(0, value.find(','));
+    const auto seconds = parseDecimal(text);
+    if (!seconds || *seconds > kMaxSegmentSeconds)
+        fail("not a duration: " + inQuotes(text));
+    m_pending.seconds = *seconds;
+    m_hasDuration = true;
+}
+
+void Parser::onByteRange(std::string_view value) {
+    m_pending.range = range(value, m_rangeHasOffset);
+}
+
+void Parser::onMap(std::string_view value) {
+    const HlsAttributes list = attributes(value);
+    HlsMap map;
+    map.uri = list.get("URI");
+    if (map.uri.empty())
+        fail("#EXT-X-MAP without a URI");
+    bool hasOffset = false;
+    if (list.has("BYTERANGE"))
+        map.range = range(list.get("BYTERANGE"), hasOffset);
+    if (map.range && *map.range->length > std::numeric_limits<uint64_t>::max() - map.range->first)
+        fail("a byte range beyond all ends");
+    m_pending.map = std::make_shared<const HlsMap>(std::move(map));
+}
+
+void Parser::onKey(std::string_view value) {
+    const HlsAttributes list = attributes(value);
+    if (list.get("METHOD").empty())
+        fail("#EXT-X-KEY without a METHOD");
+    m_pending.key.reset();
+    if (list.get("METHOD") != "NONE")
+        m_pending.key = std::make_shared<const HlsKey>(
+            HlsKey{list.get("METHOD"), list.get("URI"), list.get("IV")});
+}
+
+void Parser::onTargetDuration(std::string_view value) {
+    const auto seconds = parseDecimal(value);
+    if (!seconds || *seconds > kMaxSegmentSeconds)
+        fail("not a duration: " + inQuotes(value));
+    m_playlist.targetSeconds = *seconds;
+}
+
+void Parser::onMediaSequence(std::string_view value) {
+    m_playlist.mediaSequence = number(value);
+}
+
+} // namespace
+
+HlsPlaylist parseHlsPlaylist(std::string_view text, const std::string& url) {
+    HlsPlaylist result = Parser(text, url).parse();
+    uint64_t sequence = result.mediaSequence;
+    for (HlsSegment& segment : result.segments)
+        segment.sequence = sequence++;
+    return result;
+}
+
+} // namespace hastool

@@ -1,0 +1,68 @@
+// HLS playlists (RFC 8216).
+#pragma once
+
+#include "ByteRange.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace hastool {
+
+/// One EXT-X-STREAM-INF of a master playlist.
+struct HlsVariant {
+    int bandwidth = 0; ///< bits per second
+    std::string uri;   ///< as written
+    std::string codecs;
+    std::string resolution;
+};
+
+/// The EXT-X-MAP or EXT-X-KEY that holds for a segment.
+struct HlsMap {
+    std::string uri;
+    std::optional<ByteRange> range;
+};
+struct HlsKey {
+    std::string method;
+    std::string uri;
+    std::string iv;
+};
+
+/// One media segment.
+struct HlsSegment {
+    uint64_t sequence = 0; ///< its media sequence number
+    double seconds = 0;
+    std::string uri; ///< as written
+    std::optional<ByteRange> range;
+    bool discontinuity = false; ///< its timestamps do not go on from the segment before
+    bool gap = false;           ///< it is known to be missing
+    std::shared_ptr<const HlsMap> map;
+    std::shared_ptr<const HlsKey> key; ///< null when it is clear
+};
+
+/// A parsed playlist: variants of a master playlist, or segments of a media playlist.
+struct HlsPlaylist {
+    std::vector<HlsVariant> variants;
+    std::vector<HlsSegment> segments;
+    double targetSeconds = 0;
+    uint64_t mediaSequence = 0;
+    bool ended = false; ///< no segment will be added
+
+    bool isMaster() const { return !variants.empty(); }
+};
+
+/// The most that a playlist may come to. A day of one-second segments is 86,400 of them.
+constexpr size_t kMaxSegments = 200000;
+constexpr size_t kMaxVariants = 1000;
+constexpr double kMaxSegmentSeconds = 86400;
+
+/// Parses a playlist. Unknown tags are passed over; blank lines and comments may stand anywhere.
+/// @param url  names the playlist in messages
+/// @throws ToolError with the URL and line for text that is no playlist, a playlist of nothing, or
+///         anything in it that cannot be used
+HlsPlaylist parseHlsPlaylist(std::string_view text, const std::string& url);
+
+} // namespace hastool

@@ -1,0 +1,222 @@
+#include "HlsPresentation.h"
+
+#include "ToolError.h"
+
+#include <Hascommon/GURL.h>
+
+#include <algorithm>
+
+namespace hastool {
+namespace {
+
+constexpr size_t kLiveDistance = 3;                  // segments before the end (RFC 8216, 6.3.3)
+constexpr double kBoundaryTolerance = 0.25;          // of a segment: streams are cut nearly alike
+constexpr std::chrono::milliseconds kMinReload{100}; // no server deserves more
+
+bool hasVideo(const HlsVariant& variant) {
+    static const char* const kinds[] = {"avc", "hvc", "hev", "dvh", "av01", "vp0", "mp4v"};
+    return variant.codecs.empty() || !variant.resolution.empty() ||
+           std::any_of(std::begin(kinds), std::end(kinds), [&](const char* kind) {
+               return variant.codecs.find(kind) != std::string::npos;
+           });
+}
+
+/// The variants to choose from: with video if there is any, one per bitrate, in ascending order.
+std::vector<HlsVariant> usableVariants(std::vector<HlsVariant> variants) {
+    if (std::any_of(variants.begin(), variants.end(), hasVideo)) {
+        const auto end = std::remove_if(variants.begin(), variants.end(),
+                                        [](const HlsVariant& it) { return !hasVideo(it); });
+        variants.erase(end, variants.end());
+    }
+    std::stable_sort(variants.begin(), variants.end(), [](const auto& left, const auto& right) {
+        return left.bandwidth < right.bandwidth;
+    });
+    const auto end =
+        std::unique(variants.begin(), variants.end(), [](const auto& left, const auto& right) {
+            return left.bandwidth == right.bandwidth;
+        });
+    variants.erase(end, variants.end());
+    return variants;
+}
+
+/// The number of the segment that begins at a time, or of the one behind the last.
+uint64_t sequenceAt(const HlsPlaylist& playlist, double time) {
+    double begin = 0;
+    for (const HlsSegment& segment : playlist.segments) {
+        if (begin + segment.seconds * (1 - kBoundaryTolerance) > time)
+            return segment.sequence;
+        begin += segment.seconds;
+    }
+    return playlist.mediaSequence + playlist.segments.size();
+}
+
+std::chrono::milliseconds inMilliseconds(double seconds) {
+    return std::chrono::milliseconds(static_cast<long long>(seconds * 1000));
+}
+
+} // namespace
+
+HlsPresentation::HlsPresentation(const Document& document, FetchDocument fetch,
+                                 std::chrono::milliseconds liveTimeout)
+    : m_fetch(std::move(fetch))
+    , m_liveTimeout(liveTimeout) {
+    HlsPlaylist playlist = parseHlsPlaylist(document.text, document.url);
+    if (playlist.isMaster()) {
+        takeMaster(playlist, document.url);
+        return;
+    }
+    m_streams.emplace_back();
+    m_renditions.emplace_back();
+    m_renditions[0].url = document.url;
+    take(m_renditions[0], std::move(playlist), document.url);
+}
+
+void HlsPresentation::takeMaster(const HlsPlaylist& playlist, const std::string& base) {
+    for (const HlsVariant& variant : usableVariants(playlist.variants)) {
+        Rendition rendition;
+        rendition.base = base;
+        rendition.url = resolve(rendition, variant.uri);
+        m_streams.push_back({variant.bandwidth, variant.resolution});
+        m_renditions.push_back(std::move(rendition));
+    }
+}
+
+bool HlsPresentation::isLive() const {
+    const Rendition& rendition = m_renditions[m_current];
+    return rendition.loaded && !rendition.playlist.ended;
+}
+
+NextPiece HlsPresentation::next(size_t stream) {
+    Rendition& rendition = m_renditions.at(stream);
+    if (!rendition.loaded)
+        load(rendition);
+    enter(stream);
+    uint64_t lost = 0;
+    const HlsSegment* segment = find(rendition, lost);
+    if (segment == nullptr && !rendition.playlist.ended && reload(rendition)) {
+        enter(stream);
+        segment = find(rendition, lost);
+    }
+    if (segment == nullptr)
+        return nothingNew(rendition);
+    NextPiece result = pieceOf(rendition, *segment);
+    result.piece.lost = lost;
+    m_time += segment->seconds;
+    m_sequence = segment->sequence + 1;
+    m_waiting = false;
+    return result;
+}
+
+void HlsPresentation::load(Rendition& rendition) {
+    const Document document = m_fetch(rendition.url);
+    HlsPlaylist playlist = parseHlsPlaylist(document.text, document.url);
+    if (playlist.isMaster())
+        throw ToolError(document.url, "a master playlist where a media playlist should be");
+    take(rendition, std::move(playlist), document.url);
+}
+
+void HlsPresentation::take(Rendition& rendition, HlsPlaylist playlist, const std::string& base) {
+    const auto endOf = [](const HlsPlaylist& it) { return it.mediaSequence + it.segments.size(); };
+    rendition.loadedAt = Clock::now();
+    rendition.changed = !rendition.loaded || endOf(playlist) != endOf(rendition.playlist);
+    rendition.playlist = std::move(playlist);
+    rendition.base = base;
+    rendition.loaded = true;
+}
+
+/// Loads a live playlist again once that is due. A failure is ridden out until the live time-out.
+bool HlsPresentation::reload(Rendition& rendition) {
+    if (Clock::now() - rendition.loadedAt < reloadInterval(rendition))
+        return false;
+    try {
+        load(rendition);
+        m_reloadFailure.reset();
+        return true;
+    } catch (const ToolError& error) {
+        m_reloadFailure = error;
+        rendition.loadedAt = Clock::now();
+        rendition.changed = false;
+        return false;
+    }
+}
+
+/// Finds the place to go on at when reading begins, the stream changes, or a live stream's numbers
+/// have started anew.
+void HlsPresentation::enter(size_t stream) {
+    const HlsPlaylist& playlist = m_renditions[stream].playlist;
+    const size_t count = playlist.segments.size();
+    if (!m_joined) {
+        m_fromBegin = playlist.ended;
+        m_sequence = playlist.mediaSequence;
+        if (!m_fromBegin)
+            m_sequence += count - std::min(count, kLiveDistance);
+        // A live playlist may be empty for a while; it is joined when there is something.
+        m_joined = count > 0;
+    } else if (m_fromBegin && stream != m_current) {
+        m_sequence = sequenceAt(playlist, m_time);
+    } else if (m_sequence > playlist.mediaSequence + 2 * count && count > 0) {
+        m_sequence = playlist.mediaSequence + count - std::min(count, kLiveDistance);
+    }
+    m_current = stream;
+}
+
+const HlsSegment* HlsPresentation::find(const Rendition& rendition, uint64_t& lost) const {
+    const auto& segments = rendition.playlist.segments;
+    if (!m_joined)
+        return nullptr;
+    const uint64_t first = rendition.playlist.mediaSequence;
+    lost = first - std::min(first, m_sequence);
+    const uint64_t index = m_sequence + lost - first;
+    return index < segments.size() ? &segments[static_cast<size_t>(index)] : nullptr;
+}
+
+NextPiece HlsPresentation::nothingNew(const Rendition& rendition) {
+    NextPiece result;
+    if (rendition.playlist.ended)
+        return result;
+    const auto now = Clock::now();
+    if (!m_waiting)
+        m_waitingSince = now;
+    m_waiting = true;
+    if (now - m_waitingSince > m_liveTimeout) {
+        if (m_reloadFailure)
+            throw ToolError(*m_reloadFailure);
+        throw ToolError(rendition.url, "the live stream has stopped");
+    }
+    result.kind = NextPiece::Kind::Wait;
+    const auto due = rendition.loadedAt + reloadInterval(rendition) - now;
+    result.wait = std::max(std::chrono::duration_cast<std::chrono::milliseconds>(due),
+                           std::chrono::milliseconds(1));
+    return result;
+}
+
+NextPiece HlsPresentation::pieceOf(const Rendition& rendition, const HlsSegment& segment) {
+    if (segment.key)
+        throw ToolError(rendition.base, "segment " + std::to_string(segment.sequence) +
+                                            " is encrypted (" + segment.key->method +
+                                            "); only clear streams can be played");
+    NextPiece result;
+    result.kind = NextPiece::Kind::Piece;
+    result.piece.media = {resolve(rendition, segment.uri), segment.range};
+    if (segment.map)
+        result.piece.init = Resource{resolve(rendition, segment.map->uri), segment.map->range};
+    result.piece.index = segment.sequence;
+    result.piece.seconds = segment.seconds;
+    result.piece.discontinuity = segment.discontinuity;
+    result.piece.missing = segment.gap;
+    return result;
+}
+
+std::string HlsPresentation::resolve(const Rendition& rendition, const std::string& uri) const {
+    const hascommon::GURL url = hascommon::GURL(rendition.base).Resolve(uri);
+    if (!url.SchemeIs("http") && !url.SchemeIs("https"))
+        throw ToolError(rendition.base, "not an HTTP URL: " + inQuotes(uri));
+    return url.spec();
+}
+
+std::chrono::milliseconds HlsPresentation::reloadInterval(const Rendition& rendition) {
+    const auto target = inMilliseconds(rendition.playlist.targetSeconds);
+    return std::max(rendition.changed ? target : target / 2, kMinReload);
+}
+
+} // namespace hastool

@@ -1,0 +1,31 @@
+#include "MediaWriter.h"
+
+namespace hastool {
+
+MediaWriter::MediaWriter(const std::string& path) {
+    if (!path.empty())
+        m_file.emplace(path, OutputFile::Mode::Direct);
+}
+
+void MediaWriter::setInit(const std::string& init) {
+    if (init == m_init)
+        return;
+    m_init = init;
+    m_initIsDue = !init.empty();
+}
+
+void MediaWriter::write(const std::string& media) {
+    if (!m_file)
+        return;
+    if (m_initIsDue) {
+        m_joiner.setInit(m_init);
+        m_file->write(m_init);
+        m_initIsDue = false;
+    }
+    if (m_init.empty())
+        m_file->write(media);
+    else
+        m_file->write(m_joiner.adapt(media));
+}
+
+} // namespace hastool

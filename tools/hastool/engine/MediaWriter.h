@@ -1,0 +1,31 @@
+// The media that a play leaves behind.
+#pragma once
+
+#include "Fmp4Joiner.h"
+#include "OutputFile.h"
+
+#include <optional>
+#include <string>
+
+namespace hastool {
+
+/// Writes the pieces of one play into one file that can be played: transport streams one behind the
+/// other, fragmented MP4 behind its initialisation, which is written again when it changes.
+class MediaWriter {
+public:
+    /// @param path  empty to write nothing. @throws ToolError when it cannot be written
+    explicit MediaWriter(const std::string& path);
+
+    /// Says what the following pieces cannot be decoded without; empty for nothing.
+    void setInit(const std::string& init);
+    /// Writes a piece, whole. @throws ToolError when it cannot be written
+    void write(const std::string& media);
+
+private:
+    std::optional<OutputFile> m_file;
+    Fmp4Joiner m_joiner;
+    std::string m_init;
+    bool m_initIsDue = false;
+};
+
+} // namespace hastool

@@ -1,0 +1,44 @@
+// Files that the tool writes.
+#pragma once
+
+#include "ByteSink.h"
+
+#include <string>
+#include <string_view>
+
+namespace hastool {
+
+/// A file that is written from begin to end, unbuffered.
+class OutputFile : public ByteSink {
+public:
+    /// How the file comes to its name.
+    enum class Mode {
+        Direct,  ///< written under its name
+        Replace, ///< written beside, and given its name by commit(); a device or pipe is Direct
+    };
+
+    /// Opens the file. @throws ToolError with the path when that fails
+    OutputFile(std::string path, Mode mode);
+    /// Removes what was not committed.
+    ~OutputFile() override;
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    const std::string& path() const { return m_path; }
+    bool write(const unsigned char* data, size_t size) override;
+    std::string failure() const override { return m_failure; }
+    /// @throws ToolError when it cannot be written
+    void write(std::string_view text);
+    /// Closes the file and gives it its name. @throws ToolError when that fails
+    void commit();
+
+private:
+    void close();
+
+    std::string m_path;
+    std::string m_writtenPath;
+    int m_fd = -1;
+    std::string m_failure;
+};
+
+} // namespace hastool

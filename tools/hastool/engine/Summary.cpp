@@ -1,0 +1,73 @@
+#include "Summary.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+
+#include <nlohmann/json.hpp>
+
+namespace hastool {
+namespace {
+
+__attribute__((format(printf, 1, 2))) std::string line(const char* format, ...) {
+    char text[512];
+    va_list args;
+    va_start(args, format);
+    const int length = std::vsnprintf(text, sizeof text, format, args);
+    va_end(args);
+    return {text, std::min(static_cast<size_t>(length), sizeof text - 1)};
+}
+
+double rounded(double value) {
+    return std::round(value * 1000) / 1000;
+}
+
+} // namespace
+
+std::string toText(const Summary& s) {
+    std::string text;
+    text +=
+        line("played        %.1f s in %.1f s%s\n", s.played, s.wallTime, s.live ? ", live" : "");
+    text += line("segments      %llu, %.2f MB, %llu skipped\n",
+                 static_cast<unsigned long long>(s.segments), static_cast<double>(s.bytes) / 1e6,
+                 static_cast<unsigned long long>(s.skipped));
+    text += line("mean bitrate  %.0f kbit/s over %zu streams\n", s.meanBitrate / 1000, s.streams);
+    text += line("bandwidth     %.0f kbit/s measured last\n", s.bandwidth / 1000.0);
+    text += line("switches      %d up, %d down\n", s.switchesUp, s.switchesDown);
+    text +=
+        line("stalls        %d, %.1f s; %.1f s to start\n", s.stalls, s.stallTime, s.startupTime);
+    text += line("downloads     %llu, %llu retries\n", static_cast<unsigned long long>(s.downloads),
+                 static_cast<unsigned long long>(s.retries));
+    if (!s.output.empty())
+        text += "output        " + s.output + "\n";
+    if (!s.trace.empty())
+        text += "trace         " + s.trace + "\n";
+    return text;
+}
+
+nlohmann::ordered_json toJson(const Summary& s) {
+    return {
+        {"url", s.url},
+        {"live", s.live},
+        {"streams", s.streams},
+        {"played_s", rounded(s.played)},
+        {"wall_s", rounded(s.wallTime)},
+        {"startup_s", rounded(s.startupTime)},
+        {"segments", s.segments},
+        {"skipped", s.skipped},
+        {"bytes", s.bytes},
+        {"mean_bitrate_bps", std::round(s.meanBitrate)},
+        {"switches_up", s.switchesUp},
+        {"switches_down", s.switchesDown},
+        {"stalls", s.stalls},
+        {"stall_s", rounded(s.stallTime)},
+        {"downloads", s.downloads},
+        {"retries", s.retries},
+        {"bandwidth_bps", s.bandwidth},
+        {"output", s.output},
+        {"trace", s.trace},
+    };
+}
+
+} // namespace hastool

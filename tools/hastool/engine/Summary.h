@@ -1,0 +1,38 @@
+// What a play came to.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include <nlohmann/json_fwd.hpp>
+
+namespace hastool {
+
+/// The figures of a whole play; times in seconds.
+struct Summary {
+    std::string url;
+    bool live = false;
+    size_t streams = 0;
+    double played = 0;
+    double wallTime = 0;
+    double startupTime = 0;
+    uint64_t segments = 0;
+    uint64_t skipped = 0;
+    uint64_t bytes = 0;     ///< of media
+    double meanBitrate = 0; ///< of the streams chosen, weighted by time
+    int switchesUp = 0;
+    int switchesDown = 0;
+    int stalls = 0;
+    double stallTime = 0;
+    uint64_t downloads = 0;
+    uint64_t retries = 0;
+    unsigned bandwidth = 0; ///< the last mean measured, bits per second
+    std::string output;
+    std::string trace;
+};
+
+/// The figures as a few lines of text, with units.
+std::string toText(const Summary& summary);
+nlohmann::ordered_json toJson(const Summary& summary);
+
+} // namespace hastool

@@ -1,0 +1,82 @@
+#include "Trace.h"
+
+#include <cmath>
+#include <cstdio>
+
+#include <nlohmann/json.hpp>
+
+namespace hastool {
+namespace {
+
+constexpr char kHeader[] = "time_s,index,stream,bitrate_bps,bytes,duration_s,download_s,"
+                           "first_byte_s,bandwidth_bps,mean_bps,buffer_s,switch,stalls,stall_s,"
+                           "retries,skipped\n";
+
+bool endsWith(const std::string& text, const std::string& end) {
+    return text.size() > end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+double rounded(double value) {
+    return std::round(value * 1000) / 1000;
+}
+
+} // namespace
+
+Trace::Trace(const std::string& path)
+    : m_file(path, OutputFile::Mode::Direct)
+    , m_json(endsWith(path, ".json")) {
+    m_file.write(m_json ? "[" : kHeader);
+}
+
+Trace::~Trace() {
+    constexpr char kEnd[] = "\n]\n";
+    if (m_json)
+        m_file.write(reinterpret_cast<const unsigned char*>(kEnd), sizeof kEnd - 1);
+}
+
+bool Trace::isTraceName(const std::string& path) {
+    return endsWith(path, ".csv") || endsWith(path, ".json");
+}
+
+void Trace::add(const TraceRow& row) {
+    if (m_json)
+        addJson(row);
+    else
+        addCsv(row);
+    m_first = false;
+}
+
+void Trace::addCsv(const TraceRow& row) {
+    char text[512];
+    const int length = std::snprintf(
+        text, sizeof text, "%.3f,%llu,%zu,%d,%llu,%.3f,%.3f,%.3f,%u,%u,%.3f,%s,%d,%.3f,%d,%d\n",
+        row.time, static_cast<unsigned long long>(row.index), row.stream, row.bitrate,
+        static_cast<unsigned long long>(row.bytes), row.duration, row.download, row.firstByte,
+        row.bandwidth, row.mean, row.buffer, row.change, row.stalls, row.stallTime, row.retries,
+        row.skipped ? 1 : 0);
+    m_file.write(std::string_view(text, static_cast<size_t>(length)));
+}
+
+void Trace::addJson(const TraceRow& row) {
+    const nlohmann::ordered_json object = {
+        {"time_s", rounded(row.time)},
+        {"index", row.index},
+        {"stream", row.stream},
+        {"bitrate_bps", row.bitrate},
+        {"bytes", row.bytes},
+        {"duration_s", rounded(row.duration)},
+        {"download_s", rounded(row.download)},
+        {"first_byte_s", rounded(row.firstByte)},
+        {"bandwidth_bps", row.bandwidth},
+        {"mean_bps", row.mean},
+        {"buffer_s", rounded(row.buffer)},
+        {"switch", row.change},
+        {"stalls", row.stalls},
+        {"stall_s", rounded(row.stallTime)},
+        {"retries", row.retries},
+        {"skipped", row.skipped},
+    };
+    m_file.write((m_first ? "\n" : ",\n") + object.dump());
+}
+
+} // namespace hastool

@@ -1,0 +1,54 @@
+// The record of a play, segment by segment.
+#pragma once
+
+#include "OutputFile.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace hastool {
+
+/// What is recorded about one segment.
+struct TraceRow {
+    double time = 0;    ///< seconds since the play began, when the segment was there
+    uint64_t index = 0; ///< its number in the stream
+    size_t stream = 0;  ///< 0 for the lowest quality
+    int bitrate = 0;    ///< of the stream, bits per second
+    uint64_t bytes = 0;
+    double duration = 0;     ///< of its media, seconds
+    double download = 0;     ///< how long it took, seconds
+    double firstByte = 0;    ///< seconds
+    unsigned bandwidth = 0;  ///< the best sample of the window, bits per second
+    unsigned mean = 0;       ///< the window's mean, bits per second; what the switcher goes by
+    double buffer = 0;       ///< seconds of media, with this segment
+    const char* change = ""; ///< "up" or "down" when the stream changed before it
+    int stalls = 0;          ///< so far
+    double stallTime = 0;    ///< so far, seconds
+    int retries = 0;         ///< of this segment
+    bool skipped = false;    ///< it could not be had
+};
+
+/// Writes rows to a file, as CSV or as a JSON list by the file's extension. Every row is in the
+/// file at once.
+class Trace {
+public:
+    /// @param path  ends in .csv or .json, see isTraceName(). @throws ToolError when it cannot be
+    ///              written
+    explicit Trace(const std::string& path);
+    ~Trace();
+
+    void add(const TraceRow& row);
+
+    static bool isTraceName(const std::string& path);
+
+private:
+    void addCsv(const TraceRow& row);
+    void addJson(const TraceRow& row);
+
+    OutputFile m_file;
+    bool m_json;
+    bool m_first = true;
+};
+
+} // namespace hastool

@@ -1,0 +1,55 @@
+#include "commands/ExitCode.h"
+#include "commands/GetCommand.h"
+#include "commands/PlayCommand.h"
+#include "engine/Interrupt.h"
+#include "engine/ToolError.h"
+
+#include <Hascommon/Linux/Dlog.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include <CLI/CLI.hpp>
+
+namespace {
+
+int dropLine(void*, int, int, const char*, const char*, va_list) {
+    return 0;
+}
+
+/// The library logs what the tool reports anyway; its lines are shown only where HAS_LOG asks.
+void silenceLibrary() {
+    if (std::getenv("HAS_LOG") == nullptr)
+        has_setLogSink(dropLine, nullptr);
+}
+
+int runChosen(hastool::GetCommand& get, hastool::PlayCommand& play) {
+    try {
+        return get.isChosen() ? get.run() : play.run();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "hastool: %s\n", error.what());
+        return hastool::kFailed;
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    silenceLibrary();
+    hastool::catchInterrupts();
+    CLI::App app("Downloads and plays adaptive HTTP streams.", "hastool");
+    app.require_subcommand(1);
+    app.footer("Exit status: 0 done, 1 failed, 2 wrong usage.\n"
+               "\"hastool COMMAND --help\" shows a command's options and examples.");
+    app.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return "hastool: " + std::string(error.what()) + "\n";
+    });
+    hastool::GetCommand get(app);
+    hastool::PlayCommand play(app);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? hastool::kDone : hastool::kWrongUsage;
+    }
+    return runChosen(get, play);
+}

@@ -1,0 +1,38 @@
+#include "PlayProgress.h"
+
+namespace hastool {
+namespace {
+
+std::string measured(unsigned bandwidth) {
+    return bandwidth == 0 ? "not measured" : rateText(bandwidth);
+}
+
+} // namespace
+
+void PlayProgress::onStatus(const PlayStatus& status) {
+    m_position = status.position;
+    m_terminal.live(secondsText(status.position) + (status.stalled ? " STALLED" : "") +
+                    "  buffer " + secondsText(status.buffer) + "  playing " +
+                    rateText(status.bitrate) + "  bandwidth " + measured(status.bandwidth) +
+                    "  switches " + std::to_string(status.switches));
+}
+
+void PlayProgress::onSegment(const TraceRow& row) {
+    if (m_terminal.isLive() || row.skipped)
+        return;
+    m_terminal.line(secondsText(row.time) + "  segment " + std::to_string(row.index) + "  " +
+                    rateText(row.bitrate) + "  " + sizeText(static_cast<double>(row.bytes)) +
+                    " in " + secondsText(row.download) + "  buffer " + secondsText(row.buffer) +
+                    "  bandwidth " + measured(row.mean));
+}
+
+void PlayProgress::onSwitch(int from, int to) {
+    m_terminal.line(secondsText(m_position) + "  " + (to > from ? "up" : "down") + " from " +
+                    rateText(from) + " to " + rateText(to));
+}
+
+void PlayProgress::onTrouble(const std::string& what) {
+    m_terminal.trouble(what);
+}
+
+} // namespace hastool

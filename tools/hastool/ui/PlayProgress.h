@@ -1,0 +1,27 @@
+// A play as the user watches it.
+#pragma once
+
+#include "../engine/Player.h"
+#include "Terminal.h"
+
+namespace hastool {
+
+/// Shows a play: one changing line on a terminal, a line per segment elsewhere; switches and
+/// trouble always.
+class PlayProgress : public PlayObserver {
+public:
+    /// @param terminal  borrowed
+    explicit PlayProgress(Terminal& terminal)
+        : m_terminal(terminal) {}
+
+    void onStatus(const PlayStatus& status) override;
+    void onSegment(const TraceRow& row) override;
+    void onSwitch(int from, int to) override;
+    void onTrouble(const std::string& what) override;
+
+private:
+    Terminal& m_terminal;
+    double m_position = 0;
+};
+
+} // namespace hastool

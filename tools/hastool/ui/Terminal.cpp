@@ -1,0 +1,102 @@
+#include "Terminal.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace hastool {
+namespace {
+
+constexpr size_t kUsualWidth = 80;
+constexpr char kClearLine[] = "\r\033[K";
+
+bool isTerminal() {
+    const char* const kind = std::getenv("TERM");
+    return isatty(STDERR_FILENO) != 0 && (kind == nullptr || std::strcmp(kind, "dumb") != 0);
+}
+
+size_t width() {
+    winsize size{};
+    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
+        return kUsualWidth;
+    return size.ws_col;
+}
+
+__attribute__((format(printf, 1, 2))) std::string formatted(const char* format, ...) {
+    char text[64];
+    va_list args;
+    va_start(args, format);
+    std::vsnprintf(text, sizeof text, format, args);
+    va_end(args);
+    return text;
+}
+
+} // namespace
+
+Terminal::Terminal(bool quiet)
+    : m_quiet(quiet)
+    , m_isLive(!quiet && isTerminal()) {}
+
+Terminal::~Terminal() {
+    clear();
+}
+
+void Terminal::live(const std::string& text) {
+    if (!m_isLive)
+        return;
+    print(kClearLine + text.substr(0, width() - 1));
+    m_isShowing = true;
+}
+
+void Terminal::line(const std::string& text) {
+    if (m_quiet)
+        return;
+    clear();
+    print(text + "\n");
+}
+
+void Terminal::trouble(const std::string& text) {
+    clear();
+    print("hastool: " + text + "\n");
+}
+
+void Terminal::clear() {
+    if (m_isShowing)
+        print(kClearLine);
+    m_isShowing = false;
+}
+
+void Terminal::print(const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stderr);
+    std::fflush(stderr);
+}
+
+std::string sizeText(double bytes) {
+    if (bytes < 1e3)
+        return formatted("%.0f B", bytes);
+    if (bytes < 1e6)
+        return formatted("%.1f kB", bytes / 1e3);
+    return bytes < 1e9 ? formatted("%.2f MB", bytes / 1e6) : formatted("%.2f GB", bytes / 1e9);
+}
+
+std::string rateText(double bitsPerSecond) {
+    if (bitsPerSecond < 1e6)
+        return formatted("%.0f kbit/s", bitsPerSecond / 1e3);
+    return formatted("%.2f Mbit/s", bitsPerSecond / 1e6);
+}
+
+std::string secondsText(double seconds) {
+    return formatted("%.1f s", seconds);
+}
+
+std::string padded(const std::string& text, size_t width, bool right) {
+    if (text.size() >= width)
+        return text;
+    const std::string fill(width - text.size(), ' ');
+    return right ? fill + text : text + fill;
+}
+
+} // namespace hastool
