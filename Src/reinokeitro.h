@@ -42,11 +42,13 @@
 #include <Hasnet/bitrateParam_t.h>
 #include <Hasnet/curl_thread_option.h>
 #include <Hasutil/CArray.h>
+#include <Hasutil/CBbtsParser.h>
 #include <Hasutil/CPlayerSupport.h>
 #include <Hasutil/CTSPacketBuffer.h>
 #include <Hasutil/H264HeaderParser.h>
 #include <Hasutil/H264SequenceSetParse.h>
 #include <Hasutil/H264_SyntaxReader.h>
+#include <Hasutil/HssXPathReader.h>
 #include <Hasutil/IArrayBuffer.h>
 #include <Hasutil/IOutputBuffer.h>
 #include <Hasutil/IPacketProcessor.h>

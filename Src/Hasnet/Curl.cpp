@@ -309,6 +309,8 @@ int Curl::ReapOne() {
 size_t Curl::EasyDownloadCB(char* data, size_t size, size_t nmemb, void* pointer) {
     auto* unit = static_cast<UnitObject*>(pointer);
     const size_t length = size * nmemb;
+    // libcurl may stay in one pass for as many pieces as the network has ready.
+    unit->engine.LetOwnersIn();
     if (!unit->engine.m_state->quit && unit->InUse())
         unit->engine.OnBodyDownload(unit, reinterpret_cast<unsigned char*>(data),
                                     static_cast<unsigned int>(length), -1, -1);

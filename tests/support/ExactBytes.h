@@ -32,6 +32,11 @@ public:
         std::copy(bytes.begin(), bytes.end(), data());
     }
 
+    ExactBytes(const ExactBytes& other)
+        : ExactBytes(other.copy()) {}
+    ExactBytes(ExactBytes&&) = default;
+    ExactBytes& operator=(const ExactBytes&) = delete;
+
     template<typename Iterator>
     static ExactBytes of(Iterator first, Iterator last) {
         return ExactBytes(std::vector<unsigned char>(first, last));
