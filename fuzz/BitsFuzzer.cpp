@@ -4,53 +4,21 @@
 #include <Hascommon/Packet.h>
 #include <Input.h>
 #include <support/ExactBytes.h>
+#include <support/PlainBitReader.h>
 
 namespace {
 
 using fuzz::Input;
 using fuzz::require;
 using test::ExactBytes;
-
-/// The reader over a position in bits.
-class PlainReader {
-public:
-    explicit PlainReader(const ExactBytes& bytes)
-        : m_bytes(bytes) {}
-
-    bool get(int n, unsigned int& value) {
-        if (n < 0 || m_at >= total() || n > total() - m_at)
-            return false;
-        value = 0;
-        for (int i = 0; i < n; ++i, ++m_at)
-            value = value << 1 | bit();
-        return true;
-    }
-    void skipBits(int n) {
-        if (n > 0 && n <= total() - m_at)
-            m_at += n;
-    }
-    void skipBytes(int n) {
-        if (n > 0 && m_at / 8 + n < total() / 8)
-            m_at = (m_at / 8 + n) * 8;
-    }
-
-private:
-    int64_t total() const { return static_cast<int64_t>(m_bytes.size()) * 8; }
-    unsigned int bit() const {
-        return static_cast<unsigned int>(m_bytes[static_cast<size_t>(m_at / 8)]) >> (7 - m_at % 8) &
-               1U;
-    }
-
-    const ExactBytes& m_bytes;
-    int64_t m_at = 0;
-};
+using test::PlainBitReader;
 
 int count(Input& input) {
     const unsigned int n = input.byte();
     return n < 250 ? static_cast<int>(n % 70) - 1 : static_cast<int>(input.word() << 16);
 }
 
-void readOnce(Input& input, hascommon::BitstreamReader& reader, PlainReader& plain) {
+void readOnce(Input& input, hascommon::BitstreamReader& reader, PlainBitReader& plain) {
     const unsigned int operation = input.byte() % 5;
     const int n = count(input);
     unsigned int expected = 7;
@@ -83,7 +51,7 @@ void read(Input input) {
     const ExactBytes bytes(input.bytes(input.byte() % 64));
     hascommon::BitstreamReader reader;
     reader.Reset(bytes.data(), bytes.intSize());
-    PlainReader plain(bytes);
+    PlainBitReader plain(bytes);
     while (!input.empty())
         readOnce(input, reader, plain);
 }
