@@ -463,6 +463,7 @@ void Curl::OnHeadersEnd(UnitObject* unit) {
     const std::string next = std::exchange(unit->hopLocation, {});
     long status = 0;
     unit->easy->GetInfoWithLong(CURLINFO_RESPONSE_CODE, &status);
+    unit->httpStatus = status;
     if (next.empty() || status < 300 || status >= 400)
         return;
     // The next hop gets the cookies that are its own, with those this one has just set.
@@ -522,7 +523,6 @@ int Curl::ResultIf(UnitObject* unit, CURLcode curlCode, long httpStatus, int eas
             ApplyRetryRules(unit, code, httpStatus);
     }
     ReportRedirect(unit, httpStatus);
-    unit->cancelMark = false;
     HAS_LOG("--- final unit->code: %d", unit->code.load());
     return unit->code;
 }
