@@ -309,6 +309,8 @@ int Curl::ReapOne() {
 size_t Curl::EasyDownloadCB(char* data, size_t size, size_t nmemb, void* pointer) {
     auto* unit = static_cast<UnitObject*>(pointer);
     const size_t length = size * nmemb;
+    // libcurl may stay in one pass for as many pieces as the network has ready.
+    unit->engine.LetOwnersIn();
     if (!unit->engine.m_state->quit && unit->InUse())
         unit->engine.OnBodyDownload(unit, reinterpret_cast<unsigned char*>(data),
                                     static_cast<unsigned int>(length), -1, -1);
@@ -461,6 +463,7 @@ void Curl::OnHeadersEnd(UnitObject* unit) {
     const std::string next = std::exchange(unit->hopLocation, {});
     long status = 0;
     unit->easy->GetInfoWithLong(CURLINFO_RESPONSE_CODE, &status);
+    unit->httpStatus = status;
     if (next.empty() || status < 300 || status >= 400)
         return;
     // The next hop gets the cookies that are its own, with those this one has just set.
@@ -520,7 +523,6 @@ int Curl::ResultIf(UnitObject* unit, CURLcode curlCode, long httpStatus, int eas
             ApplyRetryRules(unit, code, httpStatus);
     }
     ReportRedirect(unit, httpStatus);
-    unit->cancelMark = false;
     HAS_LOG("--- final unit->code: %d", unit->code.load());
     return unit->code;
 }

@@ -170,6 +170,7 @@ private:
     void ApplyRetryRules(UnitObject* unit, int curlCode, long httpStatus);
     void ReportRedirect(UnitObject* unit, long httpStatus);
 
+    void LetOwnersIn();
     int Collect(UnitObject* unit);
     void WaitStep(unsigned int ms);
 

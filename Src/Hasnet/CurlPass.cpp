@@ -73,8 +73,8 @@ bool Curl::Loop(void* engine) {
 
 void Curl::Stop() {
     CurlState& s = *m_state;
+    s.SetClosed(true); // First: what ends the units finds nobody handing over another.
     s.quit = true;
-    s.SetClosed(true);
     s.wake.Signal();
     if (s.InPass())
         return; // The pass ends the units when it is done.
@@ -268,6 +268,13 @@ int Curl::Complete(UnitObject* unit) {
     return 1;
 }
 
+void Curl::LetOwnersIn() HAS_NO_THREAD_SAFETY_ANALYSIS {
+    detail::ItemLock& lock = m_state->itemLock;
+    // Free at every depth for a moment: whoever waits comes first.
+    if (lock.HasWaiters())
+        lock.Reacquire(lock.ReleaseAll());
+}
+
 int Curl::Collect(UnitObject* unit) {
     CurlState& s = *m_state;
     if (!unit->InUse() || unit->endRequested.exchange(true))
@@ -330,8 +337,8 @@ void Curl::GiveBack(UnitObject* unit) {
 
 void Curl::StartLoop() {
     const LockGuard<Mutex> guard(m_state->threadMutex);
-    m_state->SetClosed(false);
     m_state->quit = false;
+    m_state->SetClosed(false);
     if (m_state->looping)
         return;
     m_state->thread.Join(nullptr);

@@ -39,8 +39,9 @@ protected:
 
 TEST_F(CurlBodyTest, PassWithoutTransfersReturnsZeroAtOnce) {
     const auto start = Clock::now();
-    EXPECT_EQ(engine->RunOnce(), 0);
-    EXPECT_LT(Clock::now() - start, 250ms);
+    for (int i = 0; i < 20; ++i)
+        EXPECT_EQ(engine->RunOnce(), 0);
+    EXPECT_LT(Clock::now() - start, 3s); // Twenty waits would take six.
 }
 
 TEST_F(CurlBodyTest, StalledPassReturnsAfterAboutThreeHundredMilliseconds) {
@@ -78,11 +79,13 @@ TEST_F(CurlBodyTest, FinishedTransferIsReapedWithoutWaitingForAStalledOne) {
     origin.on("/a", Reply().body("x"));
     beginPath("/stall");
     runUntil([&] { return origin.requests("/stall").size() == 1; });
-    UnitObject* units[] = {beginPath("/a"), beginPath("/a"), beginPath("/a"), beginPath("/a")};
+    std::vector<UnitObject*> units;
+    for (int i = 0; i < 15; ++i)
+        units.push_back(beginPath("/a"));
     const auto start = Clock::now();
     for (UnitObject* unit : units)
         EXPECT_EQ(engine->EndDownload(unit), 0);
-    EXPECT_LT(Clock::now() - start, 290ms * 3);
+    EXPECT_LT(Clock::now() - start, 3s); // A wait before each would take four and a half.
 }
 
 TEST_F(CurlBodyTest, CompletionLogsUnitResultAndStatus) {

@@ -10,7 +10,7 @@ TEST(ToolError, SaysWhereAndWhat) {
 }
 
 TEST(ToolError, QuotesForeignTextOnOneShortLine) {
-    EXPECT_EQ(hastool::inQuotes("a\nb\033[1m\x7F"), "\"a?b?[1m?\"");
+    EXPECT_EQ(hastool::inQuotes("a\nb\033[1m\x7F\xC3\xA4"), "\"a?b?[1m???\"");
     EXPECT_EQ(hastool::inQuotes(std::string(60, 'x')), "\"" + std::string(60, 'x') + "\"");
     EXPECT_EQ(hastool::inQuotes(std::string(61, 'x')), "\"" + std::string(60, 'x') + "...\"");
 }

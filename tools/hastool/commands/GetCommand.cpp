@@ -27,7 +27,8 @@ constexpr char kExamples[] = R"(Examples:
   hastool get http://host/video.ts
   hastool get -o part.bin --range 0-1023 http://host/video.ts
   hastool get -O segments -j 20 http://host/{1,2,3}.ts
-  hastool get --json http://host/a http://host/b > report.json)";
+  hastool get --json http://host/a http://host/b > report.json
+)";
 
 double rateOf(uint64_t bytes, milliseconds time) {
     return time.count() == 0

@@ -7,6 +7,7 @@
 #include "ExitCode.h"
 
 #include <cstdio>
+#include <limits>
 
 #include <nlohmann/json.hpp>
 
@@ -17,7 +18,8 @@ constexpr char kExamples[] = R"(Examples:
   hastool play http://host/master.m3u8
   hastool play --fast -o film.ts http://host/master.m3u8
   hastool play --duration 60 --trace play.csv http://host/live.m3u8
-  hastool play --json --start-bitrate 1500000 http://host/master.m3u8)";
+  hastool play --json --start-bitrate 1500000 http://host/master.m3u8
+)";
 
 std::chrono::milliseconds inMilliseconds(double seconds) {
     return std::chrono::milliseconds(static_cast<long long>(seconds * 1000));
@@ -36,24 +38,24 @@ PlayCommand::PlayCommand(CLI::App& app)
         ->type_name("FILE");
     command.add_flag("--fast", m_options.fast, "Play as quickly as the media comes in");
     command.add_option("--duration", m_options.duration, "Stop after so many seconds of media")
-        ->check(CLI::Range(0.0, kMaxSeconds))
+        ->check(CLI::Range(0.0, kMaxSeconds).description(""))
         ->type_name("SECONDS");
     command.add_option("--max-segments", m_options.maxSegments, "Stop after so many segments")
         ->type_name("N");
     command
         .add_option("--start-bitrate", m_options.startBitrate,
                     "Begin with the best stream up to this many bits per second, not the lowest")
-        ->check(CLI::NonNegativeNumber)
+        ->check(CLI::Range(0, std::numeric_limits<int>::max()).description(""))
         ->type_name("BPS");
     command.add_option("--buffer", m_bufferGoal, "Seconds of media to hold ahead")
         ->capture_default_str()
-        ->check(CLI::Range(1.0, kMaxSeconds))
+        ->check(CLI::Range(1.0, kMaxSeconds).description(""))
         ->type_name("SECONDS");
     command
         .add_option("--live-timeout", m_liveTimeout,
                     "Give a live stream up after so many seconds without a new segment")
         ->capture_default_str()
-        ->check(CLI::Range(0.0, kMaxSeconds))
+        ->check(CLI::Range(0.0, kMaxSeconds).description(""))
         ->type_name("SECONDS");
     command.add_flag("--json", m_json, "Print the summary as JSON");
     command.add_flag("-q,--quiet", m_quiet, "Show no progress");

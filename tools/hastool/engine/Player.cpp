@@ -6,6 +6,7 @@
 #include <Hascommon/Datetime.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <thread>
 
@@ -25,7 +26,7 @@ constexpr int kMaxFailuresInARow = 3;               // then it is not the segmen
 constexpr unsigned long long kTimestampsPerMs = 90; // of transport streams
 
 milliseconds inMilliseconds(double seconds) {
-    return milliseconds(static_cast<long long>(seconds * 1000 + 0.5));
+    return milliseconds(std::llround(seconds * 1000));
 }
 
 double inSeconds(milliseconds time) {
@@ -344,8 +345,10 @@ Summary Player::summary() {
 hascommon::tag_HAS_Status Player::onBitrateChanged(unsigned int, unsigned int from, unsigned int to,
                                                    unsigned long long, unsigned long long,
                                                    void* self) {
-    static_cast<Player*>(self)->m_observer.onSwitch(static_cast<int>(from), static_cast<int>(to));
-    return hascommon::tag_HAS_Status(1);
+    auto* const player = static_cast<Player*>(self);
+    player->m_observer.onSwitch(player->secondsSinceStart(), static_cast<int>(from),
+                                static_cast<int>(to));
+    return hascommon::HAS_STATUS_SUCCESS;
 }
 
 } // namespace hastool

@@ -50,7 +50,8 @@ public:
     virtual ~PlayObserver() = default;
     virtual void onStatus(const PlayStatus& status) = 0;
     virtual void onSegment(const TraceRow& row) = 0;
-    virtual void onSwitch(int from, int to) = 0;
+    /// @param time  seconds since the play began
+    virtual void onSwitch(double time, int from, int to) = 0;
     /// Something went wrong that does not end the play.
     virtual void onTrouble(const std::string& what) = 0;
 };

@@ -17,7 +17,7 @@ constexpr Meaning kMeanings[] = {
     {-17, "host not resolved"},
     {-18, "no connection"},
     {-19, "sending failed"},
-    {-20, "receiving failed"},
+    {-20, "no answer that could be used"},
     {-23, "HTTP error"},
     {-25, "TLS error"},
     {-26, "body cut short"},

@@ -5,9 +5,9 @@ namespace {
 
 constexpr size_t kMaxQuoted = 60; // longer text hides the rest of the message
 
-bool isControl(char letter) {
-    const auto code = static_cast<unsigned char>(letter);
-    return code < 0x20 || code == 0x7F;
+/// Of anything else a terminal may make what it likes.
+bool isPlain(char letter) {
+    return letter >= 0x20 && letter < 0x7F;
 }
 
 } // namespace
@@ -15,7 +15,7 @@ bool isControl(char letter) {
 std::string inQuotes(std::string_view text) {
     std::string result = "\"";
     for (const char letter : text.substr(0, kMaxQuoted))
-        result += isControl(letter) ? '?' : letter;
+        result += isPlain(letter) ? letter : '?';
     return result + (text.size() > kMaxQuoted ? "...\"" : "\"");
 }
 

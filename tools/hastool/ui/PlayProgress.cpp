@@ -10,7 +10,6 @@ std::string measured(unsigned bandwidth) {
 } // namespace
 
 void PlayProgress::onStatus(const PlayStatus& status) {
-    m_position = status.position;
     m_terminal.live(secondsText(status.position) + (status.stalled ? " STALLED" : "") +
                     "  buffer " + secondsText(status.buffer) + "  playing " +
                     rateText(status.bitrate) + "  bandwidth " + measured(status.bandwidth) +
@@ -26,8 +25,8 @@ void PlayProgress::onSegment(const TraceRow& row) {
                     "  bandwidth " + measured(row.mean));
 }
 
-void PlayProgress::onSwitch(int from, int to) {
-    m_terminal.line(secondsText(m_position) + "  " + (to > from ? "up" : "down") + " from " +
+void PlayProgress::onSwitch(double time, int from, int to) {
+    m_terminal.line(secondsText(time) + "  " + (to > from ? "up" : "down") + " from " +
                     rateText(from) + " to " + rateText(to));
 }
 

@@ -16,12 +16,11 @@ public:
 
     void onStatus(const PlayStatus& status) override;
     void onSegment(const TraceRow& row) override;
-    void onSwitch(int from, int to) override;
+    void onSwitch(double time, int from, int to) override;
     void onTrouble(const std::string& what) override;
 
 private:
     Terminal& m_terminal;
-    double m_position = 0;
 };
 
 } // namespace hastool

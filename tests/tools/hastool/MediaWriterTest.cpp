@@ -1,0 +1,51 @@
+#include "ErrorOf.h"
+
+#include <hastool/engine/MediaWriter.h>
+#include <support/TempDir.h>
+
+#include <gtest/gtest.h>
+
+using hastool::MediaWriter;
+using test::readFile;
+
+TEST(MediaWriter, WritesPiecesOneBehindTheOther) {
+    const test::TempDir dir;
+    MediaWriter writer(dir.file("o"));
+    writer.setInit("");
+    writer.write("one");
+    EXPECT_EQ(readFile(dir.file("o")), "one");
+    writer.write("two");
+    EXPECT_EQ(readFile(dir.file("o")), "onetwo");
+}
+
+TEST(MediaWriter, WritesAnInitialisationWheneverItChanges) {
+    const test::TempDir dir;
+    MediaWriter writer(dir.file("o"));
+    for (const char* init : {"[1]", "[1]", "[2]", "[1]", "", "[1]"}) {
+        writer.setInit(init);
+        writer.write(".");
+    }
+    EXPECT_EQ(readFile(dir.file("o")), "[1]..[2].[1]..[1].");
+}
+
+TEST(MediaWriter, WritesNoInitialisationWithoutMedia) {
+    const test::TempDir dir;
+    MediaWriter writer(dir.file("o"));
+    writer.setInit("[1]");
+    writer.setInit("[2]");
+    EXPECT_EQ(readFile(dir.file("o")), "");
+}
+
+TEST(MediaWriter, MayWriteNowhere) {
+    MediaWriter writer("");
+    writer.setInit("[1]");
+    EXPECT_EQ(test::errorOf([&] { writer.write("one"); }), "");
+}
+
+TEST(MediaWriter, SaysWhatCannotBeWritten) {
+    EXPECT_EQ(test::errorOf([] { MediaWriter("/none/o"); }),
+              "/none/o: cannot be written: No such file or directory");
+    MediaWriter full("/dev/full");
+    EXPECT_EQ(test::errorOf([&] { full.write("one"); }),
+              "/dev/full: cannot be written: No space left on device");
+}
