@@ -176,6 +176,7 @@ TEST_F(CurlStressTest, ResetsAndQuitsInTheMiddleLeaveNothingBehind) {
                                       false, nullptr);
                 if (unit == nullptr)
                     continue;
+                disturb(unit, static_cast<int>(random() % 8));
                 const int code = m_curl.EndDownload(unit);
                 EXPECT_TRUE(code == 0 || code == -12) << code;
                 ++m_tally.collected;
@@ -183,7 +184,7 @@ TEST_F(CurlStressTest, ResetsAndQuitsInTheMiddleLeaveNothingBehind) {
         });
     }
     std::mt19937 random(99);
-    const auto until = Clock::now() + kRunTime / 4;
+    const auto until = Clock::now() + kRunTime;
     for (int i = 0; Clock::now() < until; ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(random() % 30));
         if (i % 5 == 4) {
