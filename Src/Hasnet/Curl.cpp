@@ -523,7 +523,6 @@ int Curl::ResultIf(UnitObject* unit, CURLcode curlCode, long httpStatus, int eas
             ApplyRetryRules(unit, code, httpStatus);
     }
     ReportRedirect(unit, httpStatus);
-    unit->cancelMark = false;
     HAS_LOG("--- final unit->code: %d", unit->code.load());
     return unit->code;
 }

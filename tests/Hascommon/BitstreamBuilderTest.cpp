@@ -139,7 +139,7 @@ TEST(BitstreamBuilder, ResetStartsOver) {
 }
 
 TEST(BitstreamBuilder, WhatItWritesTheReaderReads) {
-    std::mt19937 random(6); // NOLINT: the same run every time
+    std::mt19937 random(6); // the same run every time
     for (int round = 0; round < 2000; ++round) {
         const ExactBytes bytes(64);
         BitstreamBuilder builder = into(bytes);

@@ -1,5 +1,6 @@
 #include <Hascommon/BitstreamReader.h>
 #include <support/ExactBytes.h>
+#include <support/PlainBitReader.h>
 
 #include <gtest/gtest.h>
 
@@ -11,6 +12,7 @@ namespace {
 
 using hascommon::BitstreamReader;
 using test::ExactBytes;
+using test::PlainBitReader;
 
 constexpr unsigned int kUntouched = 0xDEADBEEFU;
 
@@ -222,50 +224,17 @@ TEST(BitstreamReader, SkipBytesLeavesAtLeastOneByte) {
     reader.SkipBytes(-1);
 }
 
-/// The reader, one bit at a time.
-class PlainReader {
-public:
-    explicit PlainReader(const ExactBytes& bytes)
-        : m_bytes(bytes) {}
-
-    bool get(int n, uint64_t& value) {
-        if (n < 0 || m_at >= total() || m_at + n > total())
-            return false;
-        value = 0;
-        for (int i = 0; i < n; ++i, ++m_at)
-            value = value << 1 | bit(m_at);
-        return true;
-    }
-    void skipBits(int n) {
-        if (n > 0 && m_at + n <= total())
-            m_at += n;
-    }
-    void skipBytes(int n) {
-        if (n > 0 && m_at < total() && (m_at / 8 + n) * 8 < total())
-            m_at = (m_at / 8 + n) * 8;
-    }
-
-private:
-    long total() const { return static_cast<long>(m_bytes.size()) * 8; }
-    uint64_t bit(long at) const {
-        return m_bytes[static_cast<size_t>(at / 8)] >> (7 - at % 8) & 1U;
-    }
-
-    const ExactBytes& m_bytes;
-    long m_at = 0;
-};
-
-void compareOneOperation(BitstreamReader& reader, PlainReader& plain, int what, int n) {
-    uint64_t expected = 0;
+void compareOneOperation(BitstreamReader& reader, PlainBitReader& plain, int what, int n) {
+    unsigned int expected = 0;
     switch (what) {
     case 0: {
         const bool read = plain.get(n, expected);
-        EXPECT_EQ(take(reader, n), read ? static_cast<unsigned int>(expected) : kUntouched);
+        EXPECT_EQ(take(reader, n), read ? expected : kUntouched);
         break;
     }
     case 1: {
         const bool read = plain.get(n, expected);
-        const auto extended = static_cast<unsigned long long>(static_cast<int32_t>(expected));
+        const auto extended = static_cast<unsigned long long>(static_cast<int>(expected));
         EXPECT_EQ(takeLong(reader, n), read ? extended : kUntouched);
         break;
     }
@@ -280,13 +249,13 @@ void compareOneOperation(BitstreamReader& reader, PlainReader& plain, int what, 
 }
 
 TEST(BitstreamReader, EqualsABitByBitModelOverRandomOperations) {
-    std::mt19937 random(5); // NOLINT: the same run every time
+    std::mt19937 random(5); // the same run every time
     for (int round = 0; round < 3000; ++round) {
         const ExactBytes bytes(random() % 40);
         for (size_t i = 0; i < bytes.size(); ++i)
             bytes[i] = static_cast<unsigned char>(random());
         BitstreamReader reader = over(bytes);
-        PlainReader plain(bytes);
+        PlainBitReader plain(bytes);
         for (int step = 0; step < 40; ++step)
             compareOneOperation(reader, plain, static_cast<int>(random() % 4),
                                 static_cast<int>(random() % 44) - 2);

@@ -469,7 +469,7 @@ TEST(BbtsParser, EveryCutOfEveryTableIsLookedAtAsFarAsItGoes) {
 }
 
 TEST(BbtsParser, RandomPacketsAreHarmless) {
-    std::mt19937 random(14); // NOLINT: the same run every time
+    std::mt19937 random(14); // the same run every time
     Parser parser;
     for (int round = 0; round < 20000; ++round) {
         const ExactBytes packet(1 + random() % 192);

@@ -409,7 +409,7 @@ void step(CTSPacketBuffer& ring, RingModel& model, std::mt19937& random) {
 }
 
 TEST(CTSPacketBuffer, AgreesWithAModelOverAnyMixOfOperations) {
-    std::mt19937 random(13); // NOLINT: the same run every time
+    std::mt19937 random(13); // the same run every time
     for (int round = 0; round < 300; ++round) {
         const auto capacity = static_cast<unsigned int>(kPacket * (1 + random() % 8));
         CTSPacketBuffer ring(capacity);

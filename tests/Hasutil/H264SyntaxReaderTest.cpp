@@ -395,7 +395,7 @@ private:
 };
 
 TEST(H264SyntaxReader, EqualsABitByBitModelOverRandomData) {
-    std::mt19937 random(7); // NOLINT: the same run every time
+    std::mt19937 random(7); // the same run every time
     constexpr unsigned char kBytes[] = {0, 0, 0, 3, 1, 0x80, 0xFF};
     for (int round = 0; round < 5000; ++round) {
         const ExactBytes bytes(random() % 24);

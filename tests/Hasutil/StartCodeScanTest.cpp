@@ -59,7 +59,7 @@ TEST(StartCodeScan, EveryPatternAtEveryOffsetOfALongStream) {
 }
 
 TEST(StartCodeScan, RandomStreamsOfAllDensitiesSplitAtEveryPosition) {
-    std::mt19937 random(8); // NOLINT: the same run every time
+    std::mt19937 random(8); // the same run every time
     for (unsigned int round = 0; round < 2000; ++round) {
         const ExactBytes stream(random() % 200);
         const unsigned int density = round % 40 + 1;
@@ -72,7 +72,7 @@ TEST(StartCodeScan, RandomStreamsOfAllDensitiesSplitAtEveryPosition) {
 }
 
 TEST(StartCodeScan, ManyPiecesCarryTheStateOn) {
-    std::mt19937 random(9); // NOLINT: the same run every time
+    std::mt19937 random(9); // the same run every time
     for (unsigned int round = 0; round < 500; ++round) {
         H264HeaderParser parser;
         PlainHeaderScan plain;

@@ -133,7 +133,7 @@ TEST(StringBuffer, WorksThroughItsInterfaces) {
 }
 
 TEST(StringBuffer, AgreesWithAPlainString) {
-    std::mt19937 random(12); // NOLINT: the same run every time
+    std::mt19937 random(12); // the same run every time
     StringBuffer buffer(10);
     std::string model;
     for (int step = 0; step < 20000; ++step) {

@@ -248,7 +248,7 @@ TEST(TsProcessData, NumbersThatAreNoPidsAreNeverStored) {
 }
 
 TEST(TsProcessData, AgreesWithAMapUntilTheTableIsFull) {
-    std::mt19937 random(11); // NOLINT: the same run every time
+    std::mt19937 random(11); // the same run every time
     for (int round = 0; round < 50; ++round) {
         TsProcessData data;
         std::map<int, int> model;

@@ -64,8 +64,8 @@ protected:
     }
 
     test::TempDir m_dir;
-    test::FaultOrigin m_origin;
     std::unique_ptr<MediaLadder> m_ladder;
+    test::FaultOrigin m_origin; // its handlers use the ladder
     json m_summary;
     std::string m_err;
 };

@@ -23,7 +23,7 @@ std::string findProgram(const std::string& name) {
     const std::string folders = std::string(path == nullptr ? "" : path) + ":/usr/sbin:/sbin";
     for (size_t begin = 0; begin < folders.size();) {
         const size_t end = std::min(folders.find(':', begin), folders.size());
-        const std::string file = folders.substr(begin, end - begin) + "/" + name;
+        std::string file = folders.substr(begin, end - begin) + "/" + name;
         if (access(file.c_str(), X_OK) == 0)
             return file;
         begin = end + 1;
@@ -33,6 +33,7 @@ std::string findProgram(const std::string& name) {
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
     std::vector<char*> result;
+    result.reserve(texts.size() + 1);
     for (std::string& text : texts)
         result.push_back(text.data());
     result.push_back(nullptr);

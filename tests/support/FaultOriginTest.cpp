@@ -247,6 +247,7 @@ TEST(FaultOrigin, ServesFiftyConnectionsAtOnce) {
     origin.on("/x", Reply().body(pattern(200000)).stalledAt(Stage::InBody, 1000));
     std::atomic<int> whole{0};
     std::vector<std::thread> clients;
+    clients.reserve(50);
     for (int i = 0; i < 50; ++i)
         clients.emplace_back(
             [&] { whole += fetch(origin.url("/x")).body == pattern(200000).all(); });

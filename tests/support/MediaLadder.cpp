@@ -14,7 +14,7 @@ constexpr int kSegmentSeconds = 2;
 std::string filter(size_t count) {
     std::string text = "[0:v]split=" + std::to_string(count);
     for (size_t i = 0; i < count; ++i)
-        text += "[s" + std::to_string(i) + "]";
+        text.append("[s").append(std::to_string(i)).append("]");
     for (size_t i = 0; i < count; ++i) {
         const std::string number = std::to_string(i);
         text += ";[s" + number + "]scale=" + std::to_string(128 + 64 * i) + ":" +
@@ -33,7 +33,7 @@ void addEncoders(std::vector<std::string>& command, const std::vector<int>& bitr
               "-b:v:" + number, rate, "-minrate:v:" + number, rate, "-maxrate:v:" + number, rate,
               "-bufsize:v:" + number, rate})
             command.push_back(it);
-        streams += (i == 0 ? "v:" : " v:") + number + ",a:" + number;
+        streams.append(i == 0 ? "v:" : " v:").append(number).append(",a:").append(number);
     }
     command.insert(command.end(), {"-var_stream_map", streams});
 }

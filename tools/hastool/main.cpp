@@ -23,24 +23,11 @@ void silenceLibrary() {
         has_setLogSink(dropLine, nullptr);
 }
 
-int runChosen(hastool::GetCommand& get, hastool::PlayCommand& play) {
-    try {
-        return get.isChosen() ? get.run() : play.run();
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "hastool: %s\n", error.what());
-        return hastool::kFailed;
-    }
-}
-
-} // namespace
-
-int main(int argc, char** argv) {
-    silenceLibrary();
-    hastool::catchInterrupts();
+int run(int argc, char** argv) {
     CLI::App app("Downloads and plays adaptive HTTP streams.", "hastool");
     app.require_subcommand(1);
     app.footer("Exit status: 0 done, 1 failed, 2 wrong usage.\n"
-               "\"hastool COMMAND --help\" shows a command's options and examples.");
+               "\"hastool COMMAND --help\" shows a command's options and examples.\n");
     app.failure_message([](const CLI::App*, const CLI::Error& error) {
         return "hastool: " + std::string(error.what()) + "\n";
     });
@@ -51,5 +38,18 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? hastool::kDone : hastool::kWrongUsage;
     }
-    return runChosen(get, play);
+    return get.isChosen() ? get.run() : play.run();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    silenceLibrary();
+    hastool::catchInterrupts();
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "hastool: %s\n", error.what());
+        return hastool::kFailed;
+    }
 }

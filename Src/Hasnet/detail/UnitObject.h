@@ -69,7 +69,8 @@ public:
     std::atomic<bool> queued{false};
     /// Somebody collects the unit, or has.
     std::atomic<bool> endRequested{false};
-    /// The owner has cancelled it; cleared when the transfer's outcome is settled.
+    /// The owner has cancelled it; stays until the next request, so that a second Cancel() is told
+    /// so whether or not the transfer has noticed the first.
     std::atomic<bool> cancelMark{false};
     /// A Reset() is getting rid of it.
     std::atomic<bool> resetMark{false};

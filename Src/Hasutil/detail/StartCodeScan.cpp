@@ -34,64 +34,81 @@ uint64_t lowPairs(const unsigned char* at) {
     return (word - kPairOnes) & ~word & kPairTops;
 }
 
-/// A finder returns the start of the first block that holds a low pair, or of the rest that is too
-/// short for a block.
+/// A finder returns the first low pair of whole blocks, or the start of the rest that is too short
+/// for a block.
 using Finder = const unsigned char* (*)(const unsigned char*, const unsigned char*);
 
-const unsigned char* findBlockByWords(const unsigned char* at, const unsigned char* end) {
+/// The first low pair one by one, or the end.
+const unsigned char* findPairByPair(const unsigned char* at, const unsigned char* end) {
+    for (; end - at >= 2; at += 2) {
+        if (isLow(at[0]) && isLow(at[1]))
+            return at;
+    }
+    return end;
+}
+
+const unsigned char* findByWords(const unsigned char* at, const unsigned char* end) {
     constexpr ptrdiff_t kBlock = 32;
     for (; end - at >= kBlock; at += kBlock) {
         if ((lowPairs(at) | lowPairs(at + 8) | lowPairs(at + 16) | lowPairs(at + 24)) != 0)
-            break;
+            return findPairByPair(at, at + kBlock);
     }
     return at;
 }
 
 #ifdef HAS_SCAN_AVX2
 
-__attribute__((target("avx2"))) __m256i highBits(const unsigned char* at) {
+#define HAS_AVX2 __attribute__((target("avx2")))
+
+constexpr ptrdiff_t kVector = 32;
+
+HAS_AVX2 __m256i highBits(const unsigned char* at) {
     const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
     return _mm256_and_si256(bytes, _mm256_set1_epi8(static_cast<char>(0xFE)));
 }
 
-__attribute__((target("avx2"))) const unsigned char* findBlockByAvx2(const unsigned char* at,
-                                                                     const unsigned char* end) {
-    constexpr ptrdiff_t kBlock = 128;
+/// A bit for each byte of a low pair.
+HAS_AVX2 unsigned int lowMask(__m256i high) {
+    const __m256i zeros = _mm256_cmpeq_epi16(high, _mm256_setzero_si256());
+    return static_cast<unsigned int>(_mm256_movemask_epi8(zeros));
+}
+
+/// The first low pair of a block that holds one.
+HAS_AVX2 const unsigned char* locate(const unsigned char* at) {
+    unsigned int mask = lowMask(highBits(at));
+    for (; mask == 0; mask = lowMask(highBits(at)))
+        at += kVector;
+    return at + __builtin_ctz(mask);
+}
+
+HAS_AVX2 const unsigned char* findByAvx2(const unsigned char* at, const unsigned char* end) {
+    constexpr ptrdiff_t kBlock = 4 * kVector;
     for (; end - at >= kBlock; at += kBlock) {
-        const __m256i first = _mm256_min_epu16(highBits(at), highBits(at + 32));
-        const __m256i second = _mm256_min_epu16(highBits(at + 64), highBits(at + 96));
-        const __m256i lowest = _mm256_min_epu16(first, second);
-        const __m256i zeros = _mm256_cmpeq_epi16(lowest, _mm256_setzero_si256());
-        if (_mm256_movemask_epi8(zeros) != 0)
-            break;
+        const __m256i first = _mm256_min_epu16(highBits(at), highBits(at + kVector));
+        const __m256i second =
+            _mm256_min_epu16(highBits(at + 2 * kVector), highBits(at + 3 * kVector));
+        if (lowMask(_mm256_min_epu16(first, second)) != 0)
+            return locate(at);
     }
-    return at;
+    return findByWords(at, end);
 }
 
 Finder chooseFinder() {
-    return __builtin_cpu_supports("avx2") ? findBlockByAvx2 : findBlockByWords;
+    return __builtin_cpu_supports("avx2") ? findByAvx2 : findByWords;
 }
 
 #else
 
 Finder chooseFinder() {
-    return findBlockByWords;
+    return findByWords;
 }
 
 #endif
 
 const unsigned char* findLowPair(const unsigned char* at, const unsigned char* end) {
-    static const Finder findBlock = chooseFinder();
-    while (end - at >= 2) {
-        at = findBlock(at, end);
-        // The pair is in this block or, where only a rest is left, perhaps not there at all.
-        const unsigned char* const stop = at + std::min<ptrdiff_t>(end - at, 128);
-        for (; stop - at >= 2; at += 2) {
-            if (isLow(at[0]) && isLow(at[1]))
-                return at;
-        }
-    }
-    return end;
+    static const Finder find = chooseFinder();
+    at = find(at, end);
+    return findPairByPair(at, end);
 }
 
 } // namespace

@@ -9,7 +9,6 @@
 
 using hastool::ByteRange;
 using hastool::HlsPlaylist;
-using hastool::HlsSegment;
 
 namespace {
 

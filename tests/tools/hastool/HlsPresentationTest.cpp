@@ -9,7 +9,6 @@
 
 using namespace std::chrono_literals;
 using hastool::Document;
-using hastool::HlsPresentation;
 using hastool::MediaPiece;
 using hastool::NextPiece;
 using hastool::Presentation;

@@ -6,6 +6,7 @@
 #include <Hascommon/Datetime.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <thread>
 
@@ -25,7 +26,7 @@ constexpr int kMaxFailuresInARow = 3;               // then it is not the segmen
 constexpr unsigned long long kTimestampsPerMs = 90; // of transport streams
 
 milliseconds inMilliseconds(double seconds) {
-    return milliseconds(static_cast<long long>(seconds * 1000 + 0.5));
+    return milliseconds(std::llround(seconds * 1000));
 }
 
 double inSeconds(milliseconds time) {

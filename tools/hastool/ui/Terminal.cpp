@@ -1,7 +1,7 @@
 #include "Terminal.h"
 
-#include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include <sys/ioctl.h>
@@ -25,12 +25,9 @@ size_t width() {
     return size.ws_col;
 }
 
-__attribute__((format(printf, 1, 2))) std::string formatted(const char* format, ...) {
+std::string withUnit(double value, int digits, const char* unit) {
     char text[64];
-    va_list args;
-    va_start(args, format);
-    std::vsnprintf(text, sizeof text, format, args);
-    va_end(args);
+    std::snprintf(text, sizeof text, "%.*f %s", digits, value, unit);
     return text;
 }
 
@@ -76,20 +73,20 @@ void Terminal::print(const std::string& text) {
 
 std::string sizeText(double bytes) {
     if (bytes < 1e3)
-        return formatted("%.0f B", bytes);
+        return withUnit(bytes, 0, "B");
     if (bytes < 1e6)
-        return formatted("%.1f kB", bytes / 1e3);
-    return bytes < 1e9 ? formatted("%.2f MB", bytes / 1e6) : formatted("%.2f GB", bytes / 1e9);
+        return withUnit(bytes / 1e3, 1, "kB");
+    return bytes < 1e9 ? withUnit(bytes / 1e6, 2, "MB") : withUnit(bytes / 1e9, 2, "GB");
 }
 
 std::string rateText(double bitsPerSecond) {
     if (bitsPerSecond < 1e6)
-        return formatted("%.0f kbit/s", bitsPerSecond / 1e3);
-    return formatted("%.2f Mbit/s", bitsPerSecond / 1e6);
+        return withUnit(bitsPerSecond / 1e3, 0, "kbit/s");
+    return withUnit(bitsPerSecond / 1e6, 2, "Mbit/s");
 }
 
 std::string secondsText(double seconds) {
-    return formatted("%.1f s", seconds);
+    return withUnit(seconds, 1, "s");
 }
 
 std::string padded(const std::string& text, size_t width, bool right) {

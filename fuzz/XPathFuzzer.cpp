@@ -1,0 +1,89 @@
+// The XPath reader against libxml2 itself: a byte count, an expression and a document.
+#include <Hasutil/HssXPathReader.h>
+#include <Input.h>
+#include <support/ExactBytes.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+
+#include <libxml/parser.h>
+#include <libxml/xpath.h>
+
+namespace {
+
+using fuzz::Input;
+using fuzz::require;
+using hascommon::HssXPathReader;
+using test::ExactBytes;
+
+constexpr size_t kLongestExpression = 40;
+constexpr size_t kLongestDocument = 4096;
+/// Predicates inside predicates take time to the power of their number.
+constexpr long kMostPredicates = 2;
+
+void ignoreMessage(void*, const char*, ...) {}
+
+struct DocumentFree {
+    void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
+};
+struct ContextFree {
+    void operator()(xmlXPathContext* context) const { xmlXPathFreeContext(context); }
+};
+struct ObjectFree {
+    void operator()(xmlXPathObject* object) const { xmlXPathFreeObject(object); }
+};
+using Document = std::unique_ptr<xmlDoc, DocumentFree>;
+
+/// The text of the first node, when it is one.
+std::string firstText(xmlDoc* document, const std::string& xpath) {
+    const std::unique_ptr<xmlXPathContext, ContextFree> context(xmlXPathNewContext(document));
+    const std::unique_ptr<xmlXPathObject, ObjectFree> result(
+        xmlXPathEvalExpression(reinterpret_cast<const xmlChar*>(xpath.c_str()), context.get()));
+    if (result == nullptr || result->type != XPATH_NODESET || result->nodesetval == nullptr ||
+        result->nodesetval->nodeNr == 0)
+        return {};
+    const xmlNode* const node = result->nodesetval->nodeTab[0];
+    const bool isText = node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE;
+    return isText && node->content != nullptr ? reinterpret_cast<const char*>(node->content) : "";
+}
+
+void query(HssXPathReader& reader, xmlDoc* document, const std::string& xpath) {
+    const std::string expected = firstText(document, xpath);
+    require(reader.GetXmlParamStr(xpath.c_str()) == expected);
+    require(reader.GetXmlParamStr(xpath.c_str()) == expected); // nothing is left of the first time
+    require(expected.empty() || reader.GetXmlParamAttr(xpath.c_str(), "a").empty());
+    require(reader.GetXmlParamKBps(xpath.c_str()) == reader.GetXmlParamInt(xpath.c_str()));
+    reader.GetXmlParamFloat(xpath.c_str());
+    reader.GetXmlParamBool(xpath.c_str());
+}
+
+void compare(const ExactBytes& bytes, const std::string& xpath) {
+    const auto* const text = reinterpret_cast<const char*>(bytes.data());
+    const Document document(
+        xmlReadMemory(text, bytes.intSize(), nullptr, nullptr,
+                      XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+    HssXPathReader reader;
+    require(!reader.Load(text, bytes.intSize()));
+    const bool hasEntities = document != nullptr && document->intSubset != nullptr &&
+                             document->intSubset->entities != nullptr;
+    require(reader.IsLoaded() == (document != nullptr) || hasEntities);
+    if (!reader.IsLoaded())
+        return require(reader.GetXmlParamStr("//text()").empty());
+    require(reader.Load(text, bytes.intSize()));
+    query(reader, document.get(), "//text()");
+    query(reader, document.get(), xpath);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    xmlSetGenericErrorFunc(nullptr, ignoreMessage);
+    Input input(data, std::min(size, kLongestDocument));
+    const auto expression = input.bytes(input.byte() % kLongestExpression);
+    const std::string xpath(expression.begin(), expression.end());
+    if (std::count(xpath.begin(), xpath.end(), '[') > kMostPredicates)
+        return 0;
+    compare(ExactBytes(input.rest()), xpath);
+    return 0;
+}

@@ -1,0 +1,111 @@
+// What the media utilities do when memory runs out: nothing throws, and what was there stays.
+#include <Hascommon/Packet.h>
+#include <Hasutil/CBbtsParser.h>
+#include <Hasutil/H264HeaderParser.h>
+#include <Hasutil/HssXPathReader.h>
+#include <Hasutil/StringBuffer.h>
+#include <support/ExactBytes.h>
+#include <support/FailingNew.h>
+#include <support/TsPacket.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using hascommon::HssXPathReader;
+using hascommon::Packet;
+using hascommon::StringBuffer;
+using test::ExactBytes;
+using test::FailingNew;
+
+TEST(OutOfMemory, PacketAllocLeavesItEmpty) {
+    Packet packet;
+    packet.PtrAlloc(4);
+    const FailingNew failing(0);
+    EXPECT_EQ(packet.PtrAlloc(10), 0);
+    EXPECT_TRUE(failing.hasFailed());
+    EXPECT_EQ(packet.GetPtr(), nullptr);
+    EXPECT_EQ(packet.GetSize(), 0U);
+}
+
+TEST(OutOfMemory, PacketResizeLeavesItAsItWas) {
+    Packet packet;
+    packet.PtrAlloc(4);
+    packet.GetPtr()[3] = 7;
+    const FailingNew failing(0);
+    EXPECT_EQ(packet.PtrResize(10), 0);
+    EXPECT_TRUE(failing.hasFailed());
+    EXPECT_EQ(packet.GetSize(), 4U);
+    EXPECT_EQ(packet.GetPtr()[3], 7);
+}
+
+TEST(OutOfMemory, ParameterSetsFail) {
+    hascommon::H264HeaderParser parser;
+    hascommon::H264SequenceSetParse sps;
+    const ExactBytes bytes(30, 0xFF);
+    const FailingNew failing(0);
+    EXPECT_FALSE(parser.ParseSPS(bytes.data(), bytes.intSize(), sps));
+    EXPECT_TRUE(failing.hasFailed());
+}
+
+TEST(OutOfMemory, TheQueueStartsWithoutItsReserve) {
+    const FailingNew failing(0);
+    StringBuffer buffer(100000);
+    EXPECT_TRUE(failing.hasFailed());
+    EXPECT_TRUE(buffer.Empty());
+}
+
+TEST(OutOfMemory, TheQueueRefusesAPushAndKeepsItsBytes) {
+    StringBuffer buffer(0);
+    char text[] = "abc";
+    buffer.PushBack(text, 3);
+    const ExactBytes more(100000);
+    {
+        const FailingNew failing(0);
+        EXPECT_FALSE(buffer.PushBack(more.data(), more.uintSize()));
+        EXPECT_TRUE(failing.hasFailed());
+    }
+    EXPECT_EQ(buffer.GetString(), "abc");
+}
+
+TEST(OutOfMemory, TheQueuesTextIsEmpty) {
+    StringBuffer buffer(0);
+    const ExactBytes bytes(1000, 'x');
+    buffer.PushBack(bytes.data(), bytes.uintSize());
+    const FailingNew failing(0);
+    EXPECT_TRUE(buffer.GetString().empty());
+    EXPECT_TRUE(failing.hasFailed());
+}
+
+TEST(OutOfMemory, PrivateDataIsNotKept) {
+    CBbtsParser parser;
+    CBbtsParser::TS_HEADER header{};
+    ExactBytes pat = test::tsPacket(0, test::pointed(test::pat(test::program(1, 0x100))));
+    parser.TsParser(pat.data(), 188, header);
+    ExactBytes pmt = test::tsPacket(
+        0x100, test::pointed(test::pmt(test::bytes({9, 7, 0, 0, 0xE1, 0xAB, 1, 1, 42}))));
+    {
+        const FailingNew failing(0);
+        EXPECT_EQ(parser.TsParser(pmt.data(), 188, header), 1);
+        EXPECT_TRUE(failing.hasFailed());
+    }
+    EXPECT_EQ(parser.m_caPrivateData, nullptr);
+    EXPECT_EQ(parser.m_caPrivateDataSize, 0U);
+    EXPECT_EQ(parser.m_ecmPid, 0x1ABU);
+}
+
+TEST(OutOfMemory, XPathAnswersAreEmpty) {
+    const std::string text =
+        "<a b='" + std::string(100, 'x') + "'>" + std::string(100, 'y') + "</a>";
+    HssXPathReader reader;
+    reader.Load(text.data(), static_cast<int>(text.size()));
+    const FailingNew failing(0);
+    EXPECT_TRUE(reader.GetXmlParamStr("/a/text()").empty());
+    EXPECT_TRUE(failing.hasFailed());
+    EXPECT_TRUE(reader.GetXmlParamAttr("/a", "b").empty());
+    EXPECT_EQ(reader.GetXmlParamInt("/a/text()"), 0);
+}
+
+} // namespace
