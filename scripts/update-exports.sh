@@ -22,7 +22,7 @@ exports=$(nm --dynamic --defined-only "$library" | sed -E 's/^[0-9a-f]* . //' | 
 
 # The entity itself, not the types of its arguments.
 private=$(sed -E 's/^(non-virtual thunk to|vtable for|typeinfo for|typeinfo name for) //; s/\(.*//' \
-    <<<"$exports" | grep -E '^std::|^__gnu_cxx::|detail::|\(anonymous' || true)
+    <<<"$exports" | grep -E '(^| )std::|^__gnu_cxx::|detail::|\(anonymous' || true)
 if [ -n "$private" ]; then
     echo "The library exports what is not its own or not public:" >&2
     echo "$private" >&2
