@@ -46,9 +46,13 @@ public:
     /// @return false when fewer are free or `size` is below 188, or for null
     bool PushBack(void* data, unsigned int size) override;
 
+    /// Whether it holds no bytes.
     bool Empty() override;
+    /// @return bytes held
     unsigned int Size() override;
+    /// @return bytes that may still be pushed
     unsigned int FreeSize() override;
+    /// @return bytes it can hold, a multiple of 188
     unsigned int MaxSize() override;
 
     /// Replaces the ring by an empty one.
@@ -59,7 +63,7 @@ public:
     /// @return `size` rounded down to whole packets
     unsigned int AdjustSize(unsigned int size) override;
 
-    /// Drops the oldest packet, if there is a whole one.
+    /// Drops the oldest packet, if there is a whole one. GetFront() before it hands it out.
     void PopFront() override;
 
     /// The same for a caller that holds GetMutex().
@@ -75,6 +79,7 @@ public:
     /// @return whether the ring holds anything
     bool GetFront(void* out) override;
 
+    /// Drops everything; the ring keeps its size.
     void Clear() override;
 
     /// @return the empty string: packets are not handed out as text

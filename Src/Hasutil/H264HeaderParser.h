@@ -14,10 +14,15 @@ namespace hascommon {
 /// **Order of calls.** ParseHeader() on the stream piece by piece until it finds the parameter set,
 /// ParseSPS() on the bytes behind its NAL header, CalcResolution().
 ///
+/// **Ownership.** Callers keep their bytes; a parameter set is copied into the parser's own memory,
+/// which grows to the largest one and goes with the parser.
+///
 /// Thread safety: one thread at a time for one object.
 class HAS_API H264HeaderParser {
 public:
     H264HeaderParser();
+    H264HeaderParser(const H264HeaderParser&) = delete;
+    H264HeaderParser& operator=(const H264HeaderParser&) = delete;
 
     /// Forgets a start code that has begun; the offset of the last parameter set stays.
     void Reset();

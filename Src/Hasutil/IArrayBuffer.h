@@ -10,6 +10,8 @@ namespace hascommon {
 
 /// A buffer that bytes are taken out of in the order in which they came.
 ///
+/// Which thread may call what is the implementation's to say.
+///
 /// Embedders may implement it. Its virtual operations keep this order for good.
 class HAS_API IArrayBuffer : public IOutputBuffer {
 public:
@@ -27,7 +29,7 @@ public:
     /// @return false where there is none, or the buffer has no elements
     virtual bool GetFront(void* out) = 0;
 
-    /// Drops everything.
+    /// Drops everything; what the buffer can hold stays the same.
     virtual void Clear() = 0;
 
     /// @return a copy of all bytes, where the buffer hands them out as text

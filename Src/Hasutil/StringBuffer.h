@@ -27,7 +27,9 @@ public:
     /// @return true; false when memory ran out, or for null data of a size above 0
     bool PushBack(void* data, unsigned int size) override;
 
+    /// Whether it holds no bytes.
     bool Empty() override;
+    /// @return bytes held, modulo 2^32
     unsigned int Size() override;
 
     /// @return 2,097,152 less the bytes held. Above that many held it wraps at 32 bits; this is
@@ -37,7 +39,7 @@ public:
     /// @return 134,217,727, which is no limit either
     unsigned int MaxSize() override;
 
-    /// Does nothing.
+    /// Does nothing: there is no limit to set.
     void SetMaxSize(unsigned int size) override;
 
     /// @return 134,217,727 whatever `size` is
@@ -46,13 +48,19 @@ public:
     /// Does nothing: single bytes are no elements.
     void PopFront() override;
 
+    /// Takes the oldest bytes out, all or none.
+    /// @param out  room for `size` bytes, or null to drop them unread
+    /// @return false, and nothing is changed, when fewer than `size` are held
     bool PopFront(unsigned int size, void* out) override;
 
     /// Copies nothing.
     /// @return false
     bool GetFront(void* out) override;
 
+    /// Drops everything; the memory is kept for later pushes.
     void Clear() override;
+
+    /// @return a copy of all bytes, zero bytes included
     std::string GetString() override;
 
 private:

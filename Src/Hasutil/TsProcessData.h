@@ -31,12 +31,13 @@ public:
         short pidOrg = -1;
         /// The continuity counter, kept by the caller.
         short counter = -1;
+        /// What it carries.
         StreamType type = STREAM_TYPE_NONE;
         /// Whether the stream carries the program's clock references.
         bool hasPcr = false;
     };
 
-    /// An empty table.
+    /// An empty table; its memory is taken here, once.
     TsProcessData();
     ~TsProcessData();
     TsProcessData(const TsProcessData&) = delete;
@@ -80,14 +81,20 @@ public:
 
     /// Whether the PID is known and of a type other than 0.
     bool IsElementary(int pid);
+    /// Whether the PID is known as a video stream.
     bool IsVideo(int pid);
+    /// Whether the PID is known as an audio stream.
     bool IsAudio(int pid);
+    /// Whether the PID is known and carries the program's clock references.
     bool HasPcr(int pid);
 
     /// @return the program map table's PID; -1 until it is set, as with the three below
     int GetPmtPid() const { return m_pmtPid; }
+    /// @return the main video stream's PID
     int GetVideoPid() const { return m_videoPid; }
+    /// @return the PID of the program map table of a separate audio stream
     int GetAudioPmtPid() const { return m_audioPmtPid; }
+    /// @return the main audio stream's PID
     int GetAudioPid() const { return m_audioPid; }
 
 private:

@@ -17,8 +17,10 @@ std::string filter(size_t count) {
         text.append("[s").append(std::to_string(i)).append("]");
     for (size_t i = 0; i < count; ++i) {
         const std::string number = std::to_string(i);
-        text += ";[s" + number + "]scale=" + std::to_string(128 + 64 * i) + ":" +
-                std::to_string(72 + 36 * i) + "[v" + number + "]";
+        const std::string width = std::to_string(128 + 64 * i);
+        const std::string height = std::to_string(72 + 36 * i);
+        text.append(";[s").append(number).append("]scale=").append(width).append(":");
+        text.append(height).append("[v").append(number).append("]");
     }
     return text;
 }
