@@ -1,0 +1,44 @@
+#!/bin/bash
+# Runs the harnesses of the fuzz preset, two at a time, each on a copy of its corpus.
+#
+#   scripts/fuzz.sh [SECONDS] [HARNESS...]   30 seconds and all of them where none are given
+#
+# What fails is kept in build/fuzz/failures.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+seconds=${1:-30}
+shift || true
+programs=build/fuzz/bin
+export failures=$PWD/build/fuzz/failures programs seconds HAS_LOG=off
+export ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+
+if [ $# -eq 0 ]; then
+    for program in "$programs"/fuzz_*; do
+        [ -x "$program" ] || continue
+        set -- "$@" "$(basename "$program")"
+    done
+fi
+[ $# -gt 0 ] || {
+    echo "fuzz.sh: no harness in $programs; build the fuzz preset first" >&2
+    exit 1
+}
+
+fuzz_one() {
+    local folder name=$1
+    folder=$(mktemp -d)
+    trap 'rm -rf "$folder"' EXIT
+    mkdir -p "$folder/corpus" "$failures"
+    [ ! -d "fuzz/corpus/$name" ] || cp -r "fuzz/corpus/$name/." "$folder/corpus"
+    if timeout $((seconds + 120)) "$programs/$name" -max_total_time="$seconds" \
+        -artifact_prefix="$failures/$name-" "$folder/corpus" >"$folder/log" 2>&1; then
+        printf '%s: %s\n' "$name" "$(grep '^Done ' "$folder/log")"
+    else
+        tail -60 "$folder/log" >&2
+        echo "fuzz.sh: $name failed; its input is in build/fuzz/failures" >&2
+        return 255 # xargs starts no other then
+    fi
+}
+export -f fuzz_one
+
+printf '%s\n' "$@" | xargs -P 2 -I '{}' bash -c 'set -euo pipefail; fuzz_one {}'
