@@ -96,13 +96,12 @@ void Curl::EndAll() {
     for (const auto& slot : s.units) {
         UnitObject* unit = slot.get();
         unit->itemLock.AssertHeld();
-        if (unit->queued) {
-            TakeOff(unit);
-            unit->pauseBuffer.clear();
-        }
-        const UnitState state = unit->state.Get();
-        if (!unit->InUse() || state == UnitState::Completed || state == UnitState::Preparing)
+        // One that is still being begun is refused when it is handed over, or, where the engine has
+        // been started again by then, runs.
+        if (!unit->queued || unit->IsCompleted())
             continue;
+        TakeOff(unit);
+        unit->pauseBuffer.clear();
         unit->code = detail::kCodeCancelled;
         if (unit->state.Change(UnitState::Completed))
             s.completed.push_back(unit);
