@@ -27,11 +27,12 @@ packages() {
         echo ffmpeg      # makes them, and judges what was played
         ;;
     test)
-        echo clang        # the debug, tsan and fuzz builds
-        echo clang-format # the source layout
-        echo clang-tidy   # the source checks
-        echo tinyproxy    # requests through a proxy
-        echo openssl      # certificates for servers over TLS
+        echo clang              # the debug, tsan and fuzz builds
+        echo libclang-rt-14-dev # its sanitizers and libFuzzer
+        echo clang-format       # the source layout
+        echo clang-tidy         # the source checks
+        echo tinyproxy          # requests through a proxy
+        echo openssl            # certificates for servers over TLS
         ;;
     *)
         echo "setup.sh: no such group: $1 (there are build, run and test)" >&2

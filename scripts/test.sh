@@ -22,11 +22,10 @@ run_tests() {
 
 scripts/setup.sh
 build release
-build debug # clang and its thread-safety analysis
 build fuzz
 say "Fuzzing"
 scripts/fuzz.sh 30
-build tsan
+build tsan # clang, with its thread-safety analysis
 run_tests tsan
 build asan
 run_tests asan
