@@ -50,6 +50,7 @@ private:
 bool Curl::Loop(void* engine) {
     auto& self = *static_cast<Curl*>(engine);
     CurlState& s = *self.m_state;
+    unsigned int pause = kPlainLoopSleepUs;
     if (s.threadOption == CURL_THREAD_PACED) {
         // From start to end on purpose: the difference wraps once a pass took a millisecond, and
         // that turn does not sleep.
@@ -57,24 +58,21 @@ bool Curl::Loop(void* engine) {
         self.RunOnce();
         const unsigned int spent = (start - detail::low32(has_getTime())) * 1000U;
         const auto period = static_cast<unsigned int>(std::max(s.sleepTime, 0));
-        if (spent < period)
-            s.wake.SleepUs(period - spent);
-        else if (period == 0 && self.IsIdle())
-            s.wake.SleepUs(kIdleSleepUs);
+        pause = spent < period ? period - spent : 0;
+        if (period == 0 && s.handles == 0)
+            pause = kIdleSleepUs;
     } else {
         self.RunOnce();
-        s.wake.SleepUs(kPlainLoopSleepUs);
     }
-    if (!s.quit)
-        return true;
-    s.looping = false;
-    return false;
+    // The pass may have swallowed the signal that came with the end.
+    if (pause > 0 && !s.quit)
+        s.wake.SleepUs(pause);
+    return !s.EndsLoop();
 }
 
 void Curl::Stop() {
     CurlState& s = *m_state;
-    s.SetClosed(true); // First: what ends the units finds nobody handing over another.
-    s.quit = true;
+    s.Close();
     s.wake.Signal();
     if (s.InPass())
         return; // The pass ends the units when it is done.
@@ -150,8 +148,8 @@ void Curl::RunTransfers() {
     CurlState& s = *m_state;
     s.itemLock.AssertHeld();
     int running = PerformAll();
-    // No wait while a finished transfer is still to be reaped.
-    if (running <= 0 || WaitForTraffic(running < s.handles ? 0 : kSelectMs) < 0)
+    // Looked at behind Drain(), which may have swallowed the signal of an owner that waits.
+    if (running <= 0 || WaitForTraffic(MayGoOn(running) ? kSelectMs : 0) < 0)
         return;
     const auto until = std::chrono::steady_clock::now() + kBurst;
     do {
@@ -335,14 +333,13 @@ void Curl::GiveBack(UnitObject* unit) {
 }
 
 void Curl::StartLoop() {
-    const LockGuard<Mutex> guard(m_state->threadMutex);
-    m_state->quit = false;
-    m_state->SetClosed(false);
-    if (m_state->looping)
+    CurlState& s = *m_state;
+    const LockGuard<Mutex> guard(s.threadMutex);
+    if (!s.Open())
         return;
-    m_state->thread.Join(nullptr);
-    m_state->looping = true;
-    m_state->looping = m_state->thread.Create(Loop, this);
+    s.thread.Join(nullptr); // One that a callback's Quit() has ended.
+    if (!s.thread.Create(Loop, this))
+        s.looping = false;
 }
 
 } // namespace hascommon

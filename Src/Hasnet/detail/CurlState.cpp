@@ -61,9 +61,25 @@ bool CurlState::HasBegun() {
     return !begun.empty();
 }
 
-void CurlState::SetClosed(bool isClosed) {
+void CurlState::Close() {
     const LockGuard<Mutex> guard(queueMutex);
-    closed = isClosed;
+    closed = true; // First: what ends the units finds nobody handing over another.
+    quit = true;
+}
+
+bool CurlState::Open() {
+    const LockGuard<Mutex> guard(queueMutex);
+    quit = false;
+    closed = false;
+    return !looping.exchange(true);
+}
+
+bool CurlState::EndsLoop() {
+    // Under the lock, so that a thread which is asked to go on either does or is replaced.
+    const LockGuard<Mutex> guard(queueMutex);
+    if (quit)
+        looping = false;
+    return quit;
 }
 
 bool CurlState::AllFree() const {

@@ -70,7 +70,7 @@ public:
     /// The thread on whose stack a pass stands; none between passes.
     std::atomic<std::thread::id> passThread{};
     /// Easy handles in the multi handle, finished ones included until they are reaped.
-    int handles HAS_GUARDED_BY(itemLock) = 0;
+    std::atomic<int> handles{0};
     /// A Reset() from inside a callback, which the pass completes.
     bool resetByPass HAS_GUARDED_BY(itemLock) = false;
 
@@ -99,7 +99,12 @@ public:
     void NextKey();
     std::vector<UnitObject*> TakeBegun();
     bool HasBegun();
-    void SetClosed(bool isClosed);
+    /// Ends the engine: no request is taken any more.
+    void Close();
+    /// Lets the engine run; @return whether a transfer thread has to be started for it.
+    bool Open();
+    /// Whether the transfer thread is to end; it counts as ended from then on.
+    bool EndsLoop();
 
     /// Whether the caller stands inside a callback of a pass.
     bool InPass() const { return passThread == std::this_thread::get_id(); }
