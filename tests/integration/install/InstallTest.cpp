@@ -123,7 +123,7 @@ TEST_F(InstallTest, ToolFindsTheLibraryBesideIt) {
 
 TEST_F(InstallTest, ExampleBuildsWithFindPackageAndRuns) {
     const std::string build = dir.file("build");
-    runOk({CMAKE_COMMAND, "-S", (kSource / "examples/embed").string(), "-B", build,
+    runOk({CMAKE_COMMAND, "-G", "Ninja", "-S", (kSource / "examples/embed").string(), "-B", build,
            "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_COMPILER=" CXX_COMPILER,
            "-DCMAKE_CXX_FLAGS=" CXX_FLAGS " -Wall -Wextra -Werror",
            "-DCMAKE_PREFIX_PATH=" + prefix.string()},
