@@ -187,7 +187,7 @@ int Curl::BeginDownloadImpl(const std::string& url, const std::string& range, bo
     const long long now = has_getTime();
     const int index = s.urlInfo.Choose(taken->slot, url, keepInfo);
     s.urlInfo.Fill(index, url, range, keepInfo, now);
-    taken->Prepare(url, index, flag, userData, now);
+    taken->Prepare(url, index, keepInfo, flag, userData, now);
     taken->state.Change(UnitState::Running);
 
     if (ICurlCB* cb = s.cb)
@@ -484,7 +484,7 @@ void Curl::ProcessGetInfo(UnitObject* unit, int easyIndex) {
         HAS_LOG("Unit %p, Content Length = %ld", static_cast<void*>(unit),
                 static_cast<long>(unit->contentLength.load()));
     }
-    if (!m_state->urlInfo.WantsFileTime(unit->infoIndex))
+    if (!unit->keepInfo || !m_state->urlInfo.WantsFileTime(unit->infoIndex))
         return;
     long fileTime = 0;
     if (unit->easy->GetInfoWithLong(CURLINFO_FILETIME, &fileTime) && fileTime > 0) {
@@ -598,6 +598,7 @@ int Curl::Pause(UnitObject* unit) {
         unit->lastRxTime = now;
         s.lastPauseTime = now;
         unit->limitsDue = true;
+        s.pausesDue = true;
         if (unit->pauseStart == 0)
             unit->pauseStart = now;
         s.wake.Signal();
@@ -634,6 +635,7 @@ int Curl::Resume_unlock(UnitObject* unit) {
         unit->pauseStart = 0;
     }
     unit->limitsDue = true;
+    s.pausesDue = true;
     unit->state.Change(UnitState::Running);
     s.wake.Signal();
     HAS_LOG("<< Curl::Resume_unlock");

@@ -189,7 +189,8 @@ int Curl::WaitForTraffic(int timeoutMs) {
     if (maxFd < 0 || s.highSockets || wakeFd < 0 || wakeFd >= FD_SETSIZE)
         return s.multi->Poll(wakeFd, timeoutMs);
     long timer = -1; // libcurl's own next deadline, which select does not know.
-    curl_multi_timeout(s.multi->GetHandle(), &timer);
+    if (timeoutMs > 0)
+        curl_multi_timeout(s.multi->GetHandle(), &timer);
     if (timer >= 0 && timer < timeoutMs)
         timeoutMs = static_cast<int>(timer);
     FD_SET(wakeFd, &read);
@@ -199,8 +200,13 @@ int Curl::WaitForTraffic(int timeoutMs) {
 
 void Curl::ApplyRequests() {
     CurlState& s = *m_state;
-    for (UnitObject* unit : s.TakeBegun())
+    s.itemLock.AssertHeld();
+    for (UnitObject* unit : s.TakeBegun()) {
         AddBegun(unit);
+        s.pausesDue = true; // It may have been paused before.
+    }
+    if (!std::exchange(s.pausesDue, false))
+        return;
     for (const auto& unit : s.units)
         ApplyPause(unit.get());
 }
@@ -221,6 +227,8 @@ void Curl::ApplyPause(UnitObject* unit) {
     if (pause) {
         // Fails until there is a connection; the next pass tries again.
         unit->curlPaused = unit->easy->Pause();
+        m_state->itemLock.AssertHeld();
+        m_state->pausesDue = m_state->pausesDue || !unit->curlPaused;
         return;
     }
     unit->curlPaused = false;

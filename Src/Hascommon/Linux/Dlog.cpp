@@ -1,5 +1,6 @@
 #include <Hascommon/Linux/Dlog.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -93,10 +94,11 @@ public:
     void set(Sink sink) {
         const std::unique_lock<std::shared_mutex> lock(m_mutex);
         m_sink = sink;
+        m_isSet = sink.function != nullptr;
     }
 
     Sink get() {
-        {
+        if (m_isSet) { // Most programs set none, and log from several threads.
             const std::shared_lock<std::shared_mutex> lock(m_mutex);
             if (m_sink.function != nullptr)
                 return m_sink;
@@ -112,6 +114,7 @@ private:
 
     std::shared_mutex m_mutex;
     Sink m_sink;
+    std::atomic<bool> m_isSet{false};
 };
 
 } // namespace

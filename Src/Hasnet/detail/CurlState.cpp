@@ -40,6 +40,7 @@ bool CurlState::Enqueue(UnitObject* unit, unsigned int key) {
         if (closed || key != requestKey)
             return false;
         begun.push_back(unit);
+        anyBegun = true;
         unit->queued = true;
     }
     wake.Signal();
@@ -52,13 +53,11 @@ void CurlState::NextKey() {
 }
 
 std::vector<UnitObject*> CurlState::TakeBegun() {
+    if (!anyBegun)
+        return {};
     const LockGuard<Mutex> guard(queueMutex);
+    anyBegun = false;
     return std::exchange(begun, {});
-}
-
-bool CurlState::HasBegun() {
-    const LockGuard<Mutex> guard(queueMutex);
-    return !begun.empty();
 }
 
 void CurlState::Close() {

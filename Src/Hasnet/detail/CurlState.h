@@ -71,6 +71,8 @@ public:
     std::atomic<std::thread::id> passThread{};
     /// Easy handles in the multi handle, finished ones included until they are reaped.
     std::atomic<int> handles{0};
+    /// Some unit was paused or resumed, and libcurl has not been told.
+    bool pausesDue HAS_GUARDED_BY(itemLock) = false;
     /// A Reset() from inside a callback, which the pass completes.
     bool resetByPass HAS_GUARDED_BY(itemLock) = false;
 
@@ -83,6 +85,8 @@ public:
     Mutex queueMutex;
     /// Requests for the pass that runs next.
     std::vector<UnitObject*> begun HAS_GUARDED_BY(queueMutex);
+    /// Whether there are any, for a pass that looks often.
+    std::atomic<bool> anyBegun{false};
     bool closed HAS_GUARDED_BY(queueMutex) = false;
 
     Mutex threadMutex;
@@ -98,7 +102,6 @@ public:
     /// Makes the keys handed out so far stale.
     void NextKey();
     std::vector<UnitObject*> TakeBegun();
-    bool HasBegun();
     /// Ends the engine: no request is taken any more.
     void Close();
     /// Lets the engine run; @return whether a transfer thread has to be started for it.

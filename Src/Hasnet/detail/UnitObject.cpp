@@ -2,14 +2,15 @@
 
 namespace hascommon {
 
-void UnitObject::Prepare(const std::string& newUrl, int index, bool newFlag, void* newUserData,
-                         long long now) HAS_NO_THREAD_SAFETY_ANALYSIS {
+void UnitObject::Prepare(const std::string& newUrl, int index, bool newKeepInfo, bool newFlag,
+                         void* newUserData, long long now) HAS_NO_THREAD_SAFETY_ANALYSIS {
     constexpr int kCodeThatKeepsRetries = 10;
     if (code != kCodeThatKeepsRetries)
         retries = 0;
     code = 0;
     url = newUrl;
     infoIndex = index;
+    keepInfo = newKeepInfo;
     flag = newFlag;
     userData = newUserData;
     beginner = std::this_thread::get_id();

@@ -46,6 +46,7 @@ public:
     detail::HeaderList headers;
     std::thread::id beginner;
     bool flag = false;
+    bool keepInfo = false;
 
     /// The host the slot is bound to: -1 before its first use, 0 for none.
     std::atomic<int> hostIndex{-1};
@@ -108,8 +109,8 @@ public:
 
     /// Clears what the request before has left; the slot is in state Preparing, so that no other
     /// thread looks at it and no lock is needed.
-    void Prepare(const std::string& newUrl, int index, bool newFlag, void* newUserData,
-                 long long now) HAS_NO_THREAD_SAFETY_ANALYSIS;
+    void Prepare(const std::string& newUrl, int index, bool newKeepInfo, bool newFlag,
+                 void* newUserData, long long now) HAS_NO_THREAD_SAFETY_ANALYSIS;
 };
 
 } // namespace hascommon
