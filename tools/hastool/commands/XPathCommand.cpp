@@ -7,8 +7,8 @@
 #include <Hasutil/HssXPathReader.h>
 
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include <unistd.h>
@@ -33,17 +33,11 @@ public:
     XmlSession& operator=(const XmlSession&) = delete;
 };
 
+/// The shortest text that reads as the same number, with a point.
 std::string numberText(double value) {
-    char text[512]; // the longest number has 309 digits before its point
-    const int length = std::snprintf(text, sizeof text, "%.17g", value);
-    std::string result(text, static_cast<size_t>(length));
-    for (int digits = 1; digits < 17; ++digits) {
-        std::snprintf(text, sizeof text, "%.*g", digits, value);
-        if (std::strtod(text, nullptr) == value) {
-            result = text;
-            break;
-        }
-    }
+    char text[1100]; // the smallest numbers have so many digits behind their point
+    const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed).ptr;
+    const std::string result(text, end);
     return result.find_first_not_of("-0123456789") == std::string::npos ? result + ".0" : result;
 }
 

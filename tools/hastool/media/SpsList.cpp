@@ -113,9 +113,30 @@ void collectFromTs(const ByteSource& source, const TsReport& report, Collector& 
         video->units.finish();
 }
 
+/// Whether a file begins with a box. Its units stand behind their lengths, and some lengths look
+/// like start codes.
+bool isBoxes(const unsigned char* data, size_t size) {
+    constexpr size_t kEnd = 8; // of a box's size and type
+    if (size < kEnd)
+        return false;
+    const std::string type(reinterpret_cast<const char*>(data) + 4, kEnd - 4);
+    for (const char* const it : {"ftyp", "styp", "sidx", "moof", "moov", "mdat", "emsg", "prft"}) {
+        if (type == it)
+            return true;
+    }
+    return false;
+}
+
 void collectFromVideo(const ByteSource& source, Collector& collector) {
     NalFinder units([&collector](const Bytes& unit) { collector.add(unit, -1); });
-    source([&units](const unsigned char* data, size_t size) { units.push(data, size); });
+    bool isFirst = true;
+    bool isVideo = true;
+    source([&](const unsigned char* data, size_t size) {
+        isVideo = isVideo && !(isFirst && isBoxes(data, size));
+        isFirst = false;
+        if (isVideo)
+            units.push(data, size);
+    });
     units.finish();
 }
 
