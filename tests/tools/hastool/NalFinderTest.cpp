@@ -7,7 +7,6 @@
 
 using hastool::NalFinder;
 using test::Bytes;
-using test::operator+;
 
 namespace {
 
@@ -56,7 +55,12 @@ TEST(NalFinder, AStartCodeInPlaceOfAHeaderBeginsAnew) {
 }
 
 TEST(NalFinder, AnEndlessSetIsHeldToItsLimit) {
-    const auto units = found(Bytes{0, 0, 1, 0x67} + Bytes(100000, 5));
+    Bytes stream(100000, 5);
+    stream[0] = 0;
+    stream[1] = 0;
+    stream[2] = 1;
+    stream[3] = 0x67;
+    const auto units = found(stream);
     ASSERT_EQ(units.size(), 1U);
     EXPECT_EQ(units[0].size(), 4096U);
 }

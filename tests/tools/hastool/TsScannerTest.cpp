@@ -124,7 +124,8 @@ TEST(TsScanner, DamagedPacketsAreOnlyCounted) {
     const TsReport report = scan(pat() + damaged + pmt());
     EXPECT_EQ(report.errorPackets, 1U);
     EXPECT_EQ(report.packets, 3U);
-    EXPECT_EQ(report.pids.count(0x101), 0U);
+    EXPECT_EQ(report.pids.at(0x101).packets, 1U);
+    EXPECT_EQ(report.pids.at(0x101).scrambling[0], 0U);
 }
 
 TEST(TsScanner, CountsBadSectionsOfTables) {

@@ -100,9 +100,13 @@ bool PacketFinder::isCut() const {
 }
 
 void PacketFinder::skipTo(size_t at, size_t stride) {
-    const size_t timecode = stride == kTimed ? std::min<size_t>(kTimecodeSize, at - m_at) : 0;
-    m_skipped += at - m_at - timecode;
+    m_gap += at - m_at;
+    m_skipped += at - m_at;
     m_at = at;
+    if (stride != kTimed)
+        return;
+    m_skipped -= std::min<uint64_t>(kTimecodeSize, m_gap);
+    m_gap = 0;
 }
 
 void PacketFinder::deliver() {
@@ -113,6 +117,7 @@ void PacketFinder::deliver() {
     if (unit.hasTimecode)
         std::copy_n(sync - kTimecodeSize, kTimecodeSize, unit.timecode.begin());
     ++m_packets;
+    m_gap = 0;
     m_sink(unit);
 }
 

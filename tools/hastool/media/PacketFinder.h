@@ -48,6 +48,7 @@ private:
     size_t m_at = 0;     ///< of the next sync byte; may lie behind the buffer
     size_t m_stride = 0; ///< 0 while there is no sync
     size_t m_lastStride = 0;
+    uint64_t m_gap = 0; ///< bytes since the last packet
     uint64_t m_packets = 0;
     uint64_t m_skipped = 0;
     uint64_t m_losses = 0;

@@ -55,14 +55,11 @@ TsReport TsScanner::finish() {
 }
 
 void TsScanner::take(const TsUnit& unit) {
-    if (unit.hasError()) {
-        ++m_report.errorPackets;
-        return;
-    }
     const int pid = unit.pid();
     Pid& state = m_pids[pid];
     ++state.report.packets;
-    if (pid == kNullPid)
+    m_report.errorPackets += unit.hasError() ? 1 : 0;
+    if (unit.hasError() || pid == kNullPid)
         return;
     ++state.report.scrambling[unit.scrambling()];
     const Continuity::Verdict verdict = state.continuity.push(unit);
