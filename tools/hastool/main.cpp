@@ -1,6 +1,9 @@
 #include "commands/ExitCode.h"
 #include "commands/GetCommand.h"
 #include "commands/PlayCommand.h"
+#include "commands/SpsCommand.h"
+#include "commands/TsCommand.h"
+#include "commands/XPathCommand.h"
 #include "engine/Interrupt.h"
 #include "engine/ToolError.h"
 
@@ -24,7 +27,8 @@ void silenceLibrary() {
 }
 
 int run(int argc, char** argv) {
-    CLI::App app("Downloads and plays adaptive HTTP streams.", "hastool");
+    CLI::App app("Downloads and plays adaptive HTTP streams, and looks into their media.",
+                 "hastool");
     app.require_subcommand(1);
     app.footer("Exit status: 0 done, 1 failed, 2 wrong usage.\n"
                "\"hastool COMMAND --help\" shows a command's options and examples.\n");
@@ -33,12 +37,23 @@ int run(int argc, char** argv) {
     });
     hastool::GetCommand get(app);
     hastool::PlayCommand play(app);
+    hastool::SpsCommand sps(app);
+    hastool::TsCommand ts(app);
+    hastool::XPathCommand xpath(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? hastool::kDone : hastool::kWrongUsage;
     }
-    return get.isChosen() ? get.run() : play.run();
+    if (get.isChosen())
+        return get.run();
+    if (sps.isChosen())
+        return sps.run();
+    if (ts.isChosen())
+        return ts.run();
+    if (xpath.isChosen())
+        return xpath.run();
+    return play.run();
 }
 
 } // namespace

@@ -67,3 +67,18 @@ TEST(PlayProgress, TellsSwitchesWithTheirTime) {
 TEST(PlayProgress, KeepsItsChangingLineForTerminals) {
     EXPECT_EQ(printed([](PlayProgress& progress) { progress.onStatus({}); }), "");
 }
+
+TEST(PlayProgress, ShowsTheResolutionBesideTheRate) {
+    EXPECT_EQ(printed([](PlayProgress& progress) {
+                  TraceRow sized = row();
+                  sized.resolution = "640x360";
+                  progress.onSegment(sized);
+              }),
+              "12.3 s  segment 6  800 kbit/s 640x360  200.0 kB in 0.5 s  buffer 8.0 s  bandwidth "
+              "not measured\n");
+}
+
+TEST(PlayProgress, TellsWhatARenditionIs) {
+    EXPECT_EQ(printed([](PlayProgress& progress) { progress.onRendition(4.5, 900000, "640x360"); }),
+              "4.5 s  900 kbit/s is 640x360\n");
+}

@@ -23,6 +23,7 @@ hastool::Summary summary() {
     it.downloads = 20;
     it.retries = 4;
     it.bandwidth = 1200000;
+    it.renditions = {{0, 300000, "320x180"}, {2, 900000, ""}, {1, 600000, "640x360"}};
     it.output = "out.ts";
     return it;
 }
@@ -37,6 +38,7 @@ TEST(Summary, ReadsAsText) {
                                           "switches      3 up, 2 down\n"
                                           "stalls        1, 0.8 s; 0.5 s to start\n"
                                           "downloads     20, 4 retries\n"
+                                          "resolutions   320x180, 640x360\n"
                                           "output        out.ts\n");
 }
 
@@ -61,4 +63,15 @@ TEST(Summary, KeepsEveryFigureInJson) {
     EXPECT_EQ(json["streams"], 4);
     EXPECT_EQ(json["output"], "out.ts");
     EXPECT_EQ(json["trace"], "");
+    ASSERT_EQ(json["renditions"].size(), 3U);
+    EXPECT_EQ(json["renditions"][2]["stream"], 1);
+    EXPECT_EQ(json["renditions"][2]["bitrate_bps"], 600000);
+    EXPECT_EQ(json["renditions"][2]["resolution"], "640x360");
+    EXPECT_EQ(json["renditions"][1]["resolution"], "");
+}
+
+TEST(Summary, LeavesResolutionsOutWhereNoneIsKnown) {
+    hastool::Summary it = summary();
+    it.renditions = {{0, 300000, ""}};
+    EXPECT_EQ(hastool::toText(it).find("resolutions"), std::string::npos);
 }

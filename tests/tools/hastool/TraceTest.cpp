@@ -29,6 +29,7 @@ TraceRow row() {
     row.stalls = 1;
     row.stallTime = 0.75;
     row.retries = 2;
+    row.resolution = "640x360";
     return row;
 }
 
@@ -38,10 +39,11 @@ TEST(Trace, WritesCsvRowByRow) {
     const test::TempDir dir;
     Trace trace(dir.file("t.csv"));
     trace.add(row());
-    EXPECT_EQ(readFile(dir.file("t.csv")),
-              "time_s,index,stream,bitrate_bps,bytes,duration_s,download_s,first_byte_s,"
-              "bandwidth_bps,mean_bps,buffer_s,switch,stalls,stall_s,retries,skipped\n"
-              "1.500,7,1,800000,200000,2.000,0.250,0.004,4000000,3000000,5.500,up,1,0.750,2,0\n");
+    EXPECT_EQ(
+        readFile(dir.file("t.csv")),
+        "time_s,index,stream,bitrate_bps,bytes,duration_s,download_s,first_byte_s,"
+        "bandwidth_bps,mean_bps,buffer_s,switch,stalls,stall_s,retries,skipped,resolution\n"
+        "1.500,7,1,800000,200000,2.000,0.250,0.004,4000000,3000000,5.500,up,1,0.750,2,0,640x360\n");
 }
 
 TEST(Trace, WritesAJsonListOfTheSameNames) {
@@ -56,12 +58,13 @@ TEST(Trace, WritesAJsonListOfTheSameNames) {
     }
     const auto list = nlohmann::json::parse(readFile(dir.file("t.json")));
     ASSERT_EQ(list.size(), 2U);
-    EXPECT_EQ(list[0].size(), 16U);
+    EXPECT_EQ(list[0].size(), 17U);
     EXPECT_EQ(list[0]["time_s"], 1.5);
     EXPECT_EQ(list[0]["index"], 7);
     EXPECT_EQ(list[0]["bitrate_bps"], 800000);
     EXPECT_EQ(list[0]["switch"], "up");
     EXPECT_EQ(list[0]["skipped"], false);
+    EXPECT_EQ(list[0]["resolution"], "640x360");
     EXPECT_EQ(list[1]["switch"], "");
     EXPECT_EQ(list[1]["skipped"], true);
 }

@@ -81,6 +81,7 @@ void Player::play() {
 void Player::open() {
     const auto fetcher = [this](const std::string& url) { return fetchDocument(url); };
     m_presentation = openPresentation(m_options.url, fetcher, m_options.liveTimeout);
+    m_renditions = Renditions(m_presentation->streams());
     m_isBroken.assign(m_presentation->streams().size(), false);
     m_checker.ParseComp();
     m_checker.Start();
@@ -197,6 +198,7 @@ bool Player::fetchInit(const MediaPiece& piece) {
 void Player::accept(const MediaPiece& piece, const Outcome& outcome, const std::string& media) {
     m_writer.setInit(m_initBytes);
     m_writer.write(media);
+    learnResolution(media);
     m_failuresInARow = 0;
     m_mediaSeconds += piece.seconds;
     m_bitSeconds += piece.seconds * bitrate();
@@ -209,6 +211,13 @@ void Player::accept(const MediaPiece& piece, const Outcome& outcome, const std::
     record(rowOf(piece, outcome));
     if (m_options.fast)
         m_buffer.drainTo(kFastLevel);
+}
+
+void Player::learnResolution(const std::string& media) {
+    const std::string& resolution = m_renditions.learn(m_stream, media);
+    if (m_stream != m_shownStream && !resolution.empty())
+        m_observer.onRendition(secondsSinceStart(), bitrate(), resolution);
+    m_shownStream = m_stream;
 }
 
 void Player::skip(const MediaPiece& piece, const Outcome& outcome) {
@@ -259,6 +268,7 @@ TraceRow Player::rowOf(const MediaPiece& piece, const Outcome& outcome) {
     row.stalls = m_buffer.stalls();
     row.stallTime = inSeconds(m_buffer.stallTime());
     row.retries = outcome.retries;
+    row.resolution = m_renditions.resolution(m_stream);
     return row;
 }
 
@@ -319,6 +329,7 @@ PlayStatus Player::status() {
     status.position = inSeconds(m_buffer.position());
     status.buffer = inSeconds(m_buffer.level());
     status.bitrate = m_presentation ? bitrate() : 0;
+    status.resolution = m_renditions.resolution(m_stream);
     status.bandwidth = static_cast<unsigned>(m_checker.GetCurrentAvgBandwidth());
     status.switches = m_summary.switchesUp + m_summary.switchesDown;
     status.stalled = m_buffer.stalls() > 0 && !m_buffer.isPlaying();
@@ -337,6 +348,7 @@ Summary Player::summary() {
     summary.stalls = m_buffer.stalls();
     summary.stallTime = inSeconds(m_buffer.stallTime());
     summary.bandwidth = static_cast<unsigned>(m_checker.GetCurrentAvgBandwidth());
+    summary.renditions = m_renditions.played();
     summary.output = m_options.output;
     summary.trace = m_options.trace;
     return summary;

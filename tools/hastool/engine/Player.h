@@ -5,6 +5,7 @@
 #include "MediaWriter.h"
 #include "PlaybackBuffer.h"
 #include "Presentation.h"
+#include "Renditions.h"
 #include "Summary.h"
 #include "Trace.h"
 
@@ -13,6 +14,7 @@
 #include <Hasutil/CPlayerSupport.h>
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -39,6 +41,7 @@ struct PlayStatus {
     double position = 0; ///< seconds of media played
     double buffer = 0;   ///< seconds of media ahead
     int bitrate = 0;
+    std::string resolution; ///< "640x360"; empty until known
     unsigned bandwidth = 0; ///< mean, bits per second; 0 until measured
     int switches = 0;
     bool stalled = false;
@@ -52,6 +55,9 @@ public:
     virtual void onSegment(const TraceRow& row) = 0;
     /// @param time  seconds since the play began
     virtual void onSwitch(double time, int from, int to) = 0;
+    /// The first segment since the begin or a switch is there.
+    /// @param resolution  "640x360"
+    virtual void onRendition(double time, int bitrate, const std::string& resolution) = 0;
     /// Something went wrong that does not end the play.
     virtual void onTrouble(const std::string& what) = 0;
 };
@@ -84,6 +90,7 @@ private:
     bool fetchInit(const MediaPiece& piece);
     void accept(const MediaPiece& piece, const Outcome& outcome, const std::string& media);
     void skip(const MediaPiece& piece, const Outcome& outcome);
+    void learnResolution(const std::string& media);
     void countLost(uint64_t pieces);
     Outcome fetch(const Resource& resource, size_t limit, std::string& bytes);
     TraceRow rowOf(const MediaPiece& piece, const Outcome& outcome);
@@ -111,7 +118,9 @@ private:
     PlaybackBuffer m_buffer;
 
     size_t m_stream = 0;
-    size_t m_lastGoodStream = 0;  ///< that a piece came from
+    size_t m_lastGoodStream = 0;     ///< that a piece came from
+    size_t m_shownStream = SIZE_MAX; ///< whose resolution was told last
+    Renditions m_renditions;
     std::vector<bool> m_isBroken; ///< streams whose manifest cannot be had
     Resource m_init;
     std::string m_initBytes;

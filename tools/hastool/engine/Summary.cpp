@@ -23,6 +23,23 @@ double rounded(double value) {
     return std::round(value * 1000) / 1000;
 }
 
+std::string resolutions(const std::vector<PlayedRendition>& renditions) {
+    std::string text;
+    for (const PlayedRendition& it : renditions) {
+        if (!it.resolution.empty())
+            text += (text.empty() ? "" : ", ") + it.resolution;
+    }
+    return text;
+}
+
+nlohmann::ordered_json toJson(const std::vector<PlayedRendition>& renditions) {
+    auto list = nlohmann::ordered_json::array();
+    for (const PlayedRendition& it : renditions)
+        list.push_back(
+            {{"stream", it.stream}, {"bitrate_bps", it.bitrate}, {"resolution", it.resolution}});
+    return list;
+}
+
 } // namespace
 
 std::string toText(const Summary& s) {
@@ -39,6 +56,8 @@ std::string toText(const Summary& s) {
         line("stalls        %d, %.1f s; %.1f s to start\n", s.stalls, s.stallTime, s.startupTime);
     text += line("downloads     %llu, %llu retries\n", static_cast<unsigned long long>(s.downloads),
                  static_cast<unsigned long long>(s.retries));
+    if (const std::string sizes = resolutions(s.renditions); !sizes.empty())
+        text += "resolutions   " + sizes + "\n";
     if (!s.output.empty())
         text += "output        " + s.output + "\n";
     if (!s.trace.empty())
@@ -65,6 +84,7 @@ nlohmann::ordered_json toJson(const Summary& s) {
         {"downloads", s.downloads},
         {"retries", s.retries},
         {"bandwidth_bps", s.bandwidth},
+        {"renditions", toJson(s.renditions)},
         {"output", s.output},
         {"trace", s.trace},
     };

@@ -1,8 +1,11 @@
 // What a play came to.
 #pragma once
 
+#include "Renditions.h"
+
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -26,7 +29,8 @@ struct Summary {
     double stallTime = 0;
     uint64_t downloads = 0;
     uint64_t retries = 0;
-    unsigned bandwidth = 0; ///< the last mean measured, bits per second
+    unsigned bandwidth = 0;                  ///< the last mean measured, bits per second
+    std::vector<PlayedRendition> renditions; ///< in the order of their first segments
     std::string output;
     std::string trace;
 };

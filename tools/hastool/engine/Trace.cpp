@@ -1,5 +1,6 @@
 #include "Trace.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -10,7 +11,7 @@ namespace {
 
 constexpr char kHeader[] = "time_s,index,stream,bitrate_bps,bytes,duration_s,download_s,"
                            "first_byte_s,bandwidth_bps,mean_bps,buffer_s,switch,stalls,stall_s,"
-                           "retries,skipped\n";
+                           "retries,skipped,resolution\n";
 
 bool endsWith(const std::string& text, const std::string& end) {
     return text.size() > end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
@@ -49,12 +50,12 @@ void Trace::add(const TraceRow& row) {
 void Trace::addCsv(const TraceRow& row) {
     char text[512];
     const int length = std::snprintf(
-        text, sizeof text, "%.3f,%llu,%zu,%d,%llu,%.3f,%.3f,%.3f,%u,%u,%.3f,%s,%d,%.3f,%d,%d\n",
+        text, sizeof text, "%.3f,%llu,%zu,%d,%llu,%.3f,%.3f,%.3f,%u,%u,%.3f,%s,%d,%.3f,%d,%d,%s\n",
         row.time, static_cast<unsigned long long>(row.index), row.stream, row.bitrate,
         static_cast<unsigned long long>(row.bytes), row.duration, row.download, row.firstByte,
         row.bandwidth, row.mean, row.buffer, row.change, row.stalls, row.stallTime, row.retries,
-        row.skipped ? 1 : 0);
-    m_file.write(std::string_view(text, static_cast<size_t>(length)));
+        row.skipped ? 1 : 0, row.resolution.c_str());
+    m_file.write(std::string_view(text, std::min(static_cast<size_t>(length), sizeof text - 1)));
 }
 
 void Trace::addJson(const TraceRow& row) {
@@ -75,6 +76,7 @@ void Trace::addJson(const TraceRow& row) {
         {"stall_s", rounded(row.stallTime)},
         {"retries", row.retries},
         {"skipped", row.skipped},
+        {"resolution", row.resolution},
     };
     m_file.write((m_first ? "\n" : ",\n") + object.dump());
 }

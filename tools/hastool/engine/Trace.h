@@ -27,6 +27,7 @@ struct TraceRow {
     double stallTime = 0;    ///< so far, seconds
     int retries = 0;         ///< of this segment
     bool skipped = false;    ///< it could not be had
+    std::string resolution;  ///< "640x360"; empty when not known
 };
 
 /// Writes rows to a file, as CSV or as a JSON list by the file's extension. Every row is in the

@@ -7,27 +7,35 @@ std::string measured(unsigned bandwidth) {
     return bandwidth == 0 ? "not measured" : rateText(bandwidth);
 }
 
+std::string sized(const std::string& resolution) {
+    return resolution.empty() ? "" : " " + resolution;
+}
+
 } // namespace
 
 void PlayProgress::onStatus(const PlayStatus& status) {
     m_terminal.live(secondsText(status.position) + (status.stalled ? " STALLED" : "") +
                     "  buffer " + secondsText(status.buffer) + "  playing " +
-                    rateText(status.bitrate) + "  bandwidth " + measured(status.bandwidth) +
-                    "  switches " + std::to_string(status.switches));
+                    rateText(status.bitrate) + sized(status.resolution) + "  bandwidth " +
+                    measured(status.bandwidth) + "  switches " + std::to_string(status.switches));
 }
 
 void PlayProgress::onSegment(const TraceRow& row) {
     if (m_terminal.isLive() || row.skipped)
         return;
     m_terminal.line(secondsText(row.time) + "  segment " + std::to_string(row.index) + "  " +
-                    rateText(row.bitrate) + "  " + sizeText(static_cast<double>(row.bytes)) +
-                    " in " + secondsText(row.download) + "  buffer " + secondsText(row.buffer) +
-                    "  bandwidth " + measured(row.mean));
+                    rateText(row.bitrate) + sized(row.resolution) + "  " +
+                    sizeText(static_cast<double>(row.bytes)) + " in " + secondsText(row.download) +
+                    "  buffer " + secondsText(row.buffer) + "  bandwidth " + measured(row.mean));
 }
 
 void PlayProgress::onSwitch(double time, int from, int to) {
     m_terminal.line(secondsText(time) + "  " + (to > from ? "up" : "down") + " from " +
                     rateText(from) + " to " + rateText(to));
+}
+
+void PlayProgress::onRendition(double time, int bitrate, const std::string& resolution) {
+    m_terminal.line(secondsText(time) + "  " + rateText(bitrate) + " is " + resolution);
 }
 
 void PlayProgress::onTrouble(const std::string& what) {

@@ -17,6 +17,7 @@ public:
     void onStatus(const PlayStatus& status) override;
     void onSegment(const TraceRow& row) override;
     void onSwitch(double time, int from, int to) override;
+    void onRendition(double time, int bitrate, const std::string& resolution) override;
     void onTrouble(const std::string& what) override;
 
 private:

@@ -1,0 +1,146 @@
+#include "Hastool.h"
+
+#include <support/MediaLadder.h>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+using nlohmann::json;
+using test::Child;
+using test::hastool;
+
+namespace {
+
+json jsonOf(const std::vector<std::string>& arguments) {
+    const Child::Result result = hastool(arguments);
+    EXPECT_EQ(result.status, 0) << result.err;
+    return json::parse(result.out);
+}
+
+void expectFailure(const Child::Result& result, const std::string& line) {
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "hastool: " + line + "\n");
+}
+
+class HastoolMedia : public testing::Test {
+protected:
+    /// A second of H.264 and AAC of a size, by the ending of its name.
+    std::string make(const std::string& name, const std::string& size,
+                     const std::vector<std::string>& more = {}) const {
+        std::vector<std::string> command = {"ffmpeg",   "-v",      "error",   "-nostdin",
+                                            "-f",       "lavfi",   "-i",      "testsrc2=s=" + size,
+                                            "-f",       "lavfi",   "-i",      "sine",
+                                            "-t",       "1",       "-c:v",    "libx264",
+                                            "-pix_fmt", "yuv420p", "-preset", "ultrafast",
+                                            "-c:a",     "aac"};
+        command.insert(command.end(), more.begin(), more.end());
+        command.push_back(m_dir.file(name));
+        test::runOk(command);
+        return m_dir.file(name);
+    }
+    static json probe(const std::string& path) {
+        return json::parse(test::runOk({"ffprobe", "-v", "error", "-show_streams", "-show_programs",
+                                        "-count_packets", "-of", "json", path}));
+    }
+
+    test::TempDir m_dir;
+};
+
+} // namespace
+
+TEST_F(HastoolMedia, SpsTellsTheSizeThatFfprobeTells) {
+    for (const std::string size : {"320x180", "176x144", "854x480", "1280x720"}) {
+        for (const std::string& path :
+             {make(size + ".ts", size), make(size + ".h264", size, {"-an"}),
+              make(size + ".m2ts", size)}) {
+            SCOPED_TRACE(path);
+            const json sets = jsonOf({"sps", "--json", path});
+            const json stream = probe(path)["streams"][0];
+            ASSERT_EQ(sets.size(), 1U);
+            EXPECT_EQ(sets[0]["width"], stream["width"]);
+            EXPECT_EQ(sets[0]["height"], stream["height"]);
+            EXPECT_EQ(sets[0]["level_idc"], stream["level"]);
+            EXPECT_NE(hastool({"sps", path}).out.find("  " + size + "\n"), std::string::npos);
+        }
+    }
+}
+
+TEST_F(HastoolMedia, SpsSaysWhenThereIsNone) {
+    const std::string path = m_dir.write("a", "no video");
+    expectFailure(hastool({"sps", path}), path + ": no SPS");
+    expectFailure(hastool({"sps", "/none"}), "/none: cannot be read: No such file or directory");
+}
+
+TEST_F(HastoolMedia, TsTellsTheProgramsThatFfprobeTells) {
+    const std::string path = make("a.ts", "320x180");
+    const json report = jsonOf({"ts", "--json", path});
+    const json program = probe(path)["programs"][0];
+    EXPECT_EQ(report["programs"][0]["pmt_pid"], program["pmt_pid"]);
+    EXPECT_EQ(report["programs"][0]["pcr_pid"], program["pcr_pid"]);
+    EXPECT_EQ(report["programs"][0]["streams"].size(), 2U);
+    EXPECT_EQ(report["programs"][0]["streams"][0]["stream_type"], 0x1B);
+    EXPECT_EQ(report["packets"], std::filesystem::file_size(path) / 188);
+    for (const json& pid : report["pids"])
+        EXPECT_EQ(pid["continuity_errors"], 0) << pid;
+}
+
+TEST_F(HastoolMedia, TsRemapsIntoAStreamThatDecodes) {
+    const std::string path = make("a.ts", "320x180");
+    const std::string out = m_dir.file("o.ts");
+    const json result = jsonOf({"ts", "--json", "--remap", "0x100=0x1100", "--remap", "257=600",
+                                "--remap", "4096=700", "-o", out, path});
+    EXPECT_EQ(result["packets"], std::filesystem::file_size(path) / 188);
+    EXPECT_EQ(test::decodeErrors(out), "");
+    const json probed = probe(out);
+    EXPECT_EQ(probed["programs"][0]["pmt_pid"], 700);
+    EXPECT_EQ(probed["streams"][0]["id"], "0x1100");
+    EXPECT_EQ(probed["streams"][1]["id"], "0x258");
+    EXPECT_EQ(probed["streams"][0]["nb_read_packets"],
+              probe(path)["streams"][0]["nb_read_packets"]);
+}
+
+TEST_F(HastoolMedia, TsRefusesWhatItCannotDo) {
+    const std::string path = make("a.ts", "320x180");
+    expectFailure(hastool({"ts", "--remap", "5=6", "-o", m_dir.file("o"), path}),
+                  path + ": no packet has PID 0x0005");
+    EXPECT_FALSE(std::filesystem::exists(m_dir.file("o")));
+    const std::string text = m_dir.write("a", "no packets");
+    expectFailure(hastool({"ts", text}), text + ": no transport stream packets");
+    EXPECT_EQ(hastool({"ts", "--remap", "x", "-o", m_dir.file("o"), path}).status, 2);
+    EXPECT_EQ(hastool({"ts", "--remap", "5=6", path}).status, 2);
+}
+
+TEST_F(HastoolMedia, XPathPrintsTheFirstMatch) {
+    const std::string path =
+        m_dir.write("a.xml", "<a><b n='12'>7</b><b n='x'>8</b><t>TRUE</t><f>1.5</f></a>");
+    const std::pair<std::vector<std::string>, const char*> rows[] = {
+        {{"/a/b/text()"}, "7\n"},
+        {{"/a/b", "--attr", "n"}, "12\n"},
+        {{"/a/b[2]", "--attr", "n", "--as", "int"}, "0\n"},
+        {{"/a/b/text()", "--as", "int"}, "7\n"},
+        {{"/a/f/text()", "--as", "float"}, "1.5\n"},
+        {{"/a/b", "--attr", "n", "--as", "float"}, "12.0\n"},
+        {{"/a/t/text()", "--as", "bool"}, "true\n"},
+        {{"/a/none/text()"}, "\n"},
+        {{"/a/none/text()", "--as", "int"}, "0\n"},
+        {{"/a/none/text()", "--as", "float"}, "0.0\n"},
+        {{"/a/none/text()", "--as", "bool"}, "false\n"},
+        {{"///["}, "\n"},
+    };
+    for (const auto& [arguments, expected] : rows) {
+        std::vector<std::string> command = {"xpath", path};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        const Child::Result result = hastool(command);
+        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_EQ(result.out, expected) << arguments[0];
+    }
+}
+
+TEST_F(HastoolMedia, XPathSaysWhatCannotBeRead) {
+    expectFailure(hastool({"xpath", "/none", "/a"}),
+                  "/none: cannot be read: No such file or directory");
+    const std::string path = m_dir.write("a.xml", "<a><b></a>");
+    expectFailure(hastool({"xpath", path, "/a"}), path + ": not a well-formed XML document");
+    EXPECT_EQ(hastool({"xpath", path, "/a", "--as", "word"}).status, 2);
+}

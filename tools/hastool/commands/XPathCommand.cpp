@@ -1,0 +1,102 @@
+#include "XPathCommand.h"
+
+#include "../engine/ToolError.h"
+#include "ExitCode.h"
+
+#include <Hascommon/StringUtil.h>
+#include <Hasutil/HssXPathReader.h>
+
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+
+#include <unistd.h>
+
+namespace hastool {
+namespace {
+
+constexpr char kExamples[] = R"help(Examples:
+  hastool xpath manifest.mpd "//*[local-name()='BaseURL']/text()"
+  hastool xpath manifest.ismc "//StreamIndex[@Type='video']/QualityLevel[1]" --attr Bitrate --as int
+  hastool xpath settings.xml "/settings/live/text()" --as bool
+The first match answers. A text is asked for with text(), an attribute by its element and --attr.
+Without a match the answer is empty: a blank line, 0, 0.0 or false.
+)help";
+
+/// The library's set-up of its XML parser.
+class XmlSession {
+public:
+    XmlSession() { hascommon::HssXPathReader::InitLibXML(); }
+    ~XmlSession() { hascommon::HssXPathReader::FreeLibXML(); }
+    XmlSession(const XmlSession&) = delete;
+    XmlSession& operator=(const XmlSession&) = delete;
+};
+
+/// The shortest text that reads as the same number, with a point.
+std::string numberText(double value) {
+    char text[1100]; // the smallest numbers have so many digits behind their point
+    const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed).ptr;
+    const std::string result(text, end);
+    return result.find_first_not_of("-0123456789") == std::string::npos ? result + ".0" : result;
+}
+
+std::string typedText(hascommon::HssXPathReader& reader, const char* xpath,
+                      const std::string& type) {
+    if (type == "int")
+        return std::to_string(reader.GetXmlParamInt(xpath));
+    if (type == "float")
+        return numberText(reader.GetXmlParamFloat(xpath));
+    if (type == "bool")
+        return reader.GetXmlParamBool(xpath) ? "true" : "false";
+    return reader.GetXmlParamStr(xpath);
+}
+
+/// An attribute, which the library hands out as text, read by the same rules.
+std::string typedText(const std::string& value, const std::string& type) {
+    if (type == "int")
+        return std::to_string(hascommon::convNotEmptyDigitStringToInt(value));
+    if (type == "float")
+        return numberText(hascommon::convNotEmptyDigitStringToDouble(value));
+    if (type == "bool")
+        return hascommon::has_iequal(value, "true") ? "true" : "false";
+    return value;
+}
+
+/// @throws ToolError when it is not there, or not XML
+void load(hascommon::HssXPathReader& reader, const std::string& file) {
+    if (access(file.c_str(), R_OK) != 0)
+        throw ToolError(file, std::string("cannot be read: ") + std::strerror(errno));
+    reader.Load(file.c_str());
+    if (!reader.IsLoaded())
+        throw ToolError(file, "not a well-formed XML document");
+}
+
+} // namespace
+
+XPathCommand::XPathCommand(CLI::App& app)
+    : m_command(app.add_subcommand("xpath", "Ask an XML document for a value")) {
+    CLI::App& command = *m_command;
+    command.add_option("FILE", m_file, "The document")->required();
+    command.add_option("EXPR", m_expression, "XPath 1.0, names without prefixes")->required();
+    command.add_option("--attr", m_attribute, "Print this attribute of the first element")
+        ->type_name("NAME");
+    command.add_option("--as", m_type, "Read the value as a number or truth value")
+        ->check(CLI::IsMember({"int", "float", "bool"}).description(""))
+        ->type_name("int|float|bool");
+    command.footer(kExamples);
+}
+
+int XPathCommand::run() {
+    const XmlSession session;
+    hascommon::HssXPathReader reader;
+    load(reader, m_file);
+    const char* const xpath = m_expression.c_str();
+    const std::string text =
+        m_attribute.empty() ? typedText(reader, xpath, m_type)
+                            : typedText(reader.GetXmlParamAttr(xpath, m_attribute.c_str()), m_type);
+    std::printf("%s\n", text.c_str());
+    return kDone;
+}
+
+} // namespace hastool

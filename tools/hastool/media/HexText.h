@@ -1,0 +1,19 @@
+// Numbers and bytes in hexadecimal.
+#pragma once
+
+#include "PsiAssembler.h"
+
+#include <string>
+
+namespace hastool {
+
+/// "0x0100", with so many digits at least.
+std::string hexNumber(unsigned int value, int digits);
+/// "0x0100".
+inline std::string pidText(int pid) {
+    return hexNumber(static_cast<unsigned int>(pid), 4);
+}
+/// "6742c0".
+std::string hexText(const Bytes& bytes);
+
+} // namespace hastool

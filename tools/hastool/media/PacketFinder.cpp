@@ -1,0 +1,131 @@
+#include "PacketFinder.h"
+
+namespace hastool {
+namespace {
+
+constexpr size_t kPlain = kTsPacketSize;
+constexpr size_t kTimed = kTsPacketSize + kTimecodeSize;
+constexpr size_t kConfirmations = 2;
+// Enough to confirm a sync byte, wherever in the packet in hand it stands.
+constexpr size_t kLookahead = (kConfirmations + 2) * kTimed;
+
+} // namespace
+
+void PacketFinder::push(const unsigned char* data, size_t size) {
+    m_buffer.insert(m_buffer.end(), data, data + size);
+    drain(false);
+}
+
+void PacketFinder::finish() {
+    drain(true);
+}
+
+void PacketFinder::drain(bool isEnd) {
+    bool goesOn = true;
+    while (goesOn)
+        goesOn = m_stride == 0 ? lock(isEnd) : takePacket(isEnd);
+    forget();
+}
+
+bool PacketFinder::lock(bool isEnd) {
+    size_t at = m_at;
+    for (; at < m_buffer.size() && (isEnd || m_buffer.size() - at >= kLookahead); ++at) {
+        m_stride = strideAt(at);
+        if (m_stride == 0)
+            continue;
+        m_lastStride = m_stride;
+        skipTo(at, m_stride);
+        return true;
+    }
+    skipTo(at, 0);
+    return false;
+}
+
+bool PacketFinder::takePacket(bool isEnd) {
+    const size_t left = m_buffer.size() - std::min(m_at, m_buffer.size());
+    if (left == 0 || (!isEnd && left < kLookahead))
+        return false;
+    if (left < kTsPacketSize) {
+        skipTo(m_buffer.size(), 0);
+        return false;
+    }
+    if (m_buffer[m_at] != kTsSync || isCut()) {
+        ++m_losses;
+        m_stride = 0;
+        // A packet that was cut must not be found again by its sync byte.
+        skipTo(m_at + 1, 0);
+        return true;
+    }
+    deliver();
+    m_at += m_stride;
+    return true;
+}
+
+/// The distance of the packets that begin at a sync byte; 0 where none do.
+size_t PacketFinder::strideAt(size_t at) const {
+    if (m_buffer[at] != kTsSync)
+        return 0;
+    for (const size_t stride : {kPlain, kTimed}) {
+        if (isRun(at, stride))
+            return stride;
+    }
+    // A stream may consist of one packet, or end with one.
+    const bool isLast = m_buffer.size() - at == kTsPacketSize;
+    if (!isLast || (m_lastStride == 0 && at != 0 && at != kTimecodeSize))
+        return 0;
+    return m_lastStride == kTimed || (m_lastStride == 0 && at == kTimecodeSize) ? kTimed : kPlain;
+}
+
+/// Whether more sync bytes follow, all that can be seen of them, and one at least.
+bool PacketFinder::isRun(size_t at, size_t stride) const {
+    if (at + stride >= m_buffer.size())
+        return false;
+    for (size_t i = 1; i <= kConfirmations && at + i * stride < m_buffer.size(); ++i) {
+        if (m_buffer[at + i * stride] != kTsSync)
+            return false;
+    }
+    return true;
+}
+
+/// Whether another run of packets begins inside the packet in hand.
+bool PacketFinder::isCut() const {
+    const size_t next = m_at + m_stride;
+    if (next >= m_buffer.size() || m_buffer[next] == kTsSync)
+        return false;
+    for (size_t at = m_at + 1; at < m_at + kTsPacketSize; ++at) {
+        if (m_buffer[at] == kTsSync && isRun(at, m_stride))
+            return true;
+    }
+    return false;
+}
+
+void PacketFinder::skipTo(size_t at, size_t stride) {
+    m_gap += at - m_at;
+    m_skipped += at - m_at;
+    m_at = at;
+    if (stride != kTimed)
+        return;
+    m_skipped -= std::min<uint64_t>(kTimecodeSize, m_gap);
+    m_gap = 0;
+}
+
+void PacketFinder::deliver() {
+    TsUnit unit;
+    const auto sync = m_buffer.begin() + static_cast<std::ptrdiff_t>(m_at);
+    std::copy_n(sync, kTsPacketSize, unit.packet.begin());
+    unit.hasTimecode = m_stride == kTimed && m_at >= kTimecodeSize;
+    if (unit.hasTimecode)
+        std::copy_n(sync - kTimecodeSize, kTimecodeSize, unit.timecode.begin());
+    ++m_packets;
+    m_gap = 0;
+    m_sink(unit);
+}
+
+/// Keeps what may be a time code.
+void PacketFinder::forget() {
+    const size_t done = std::min(m_at - std::min<size_t>(m_at, kTimecodeSize), m_buffer.size());
+    m_buffer.erase(m_buffer.begin(), m_buffer.begin() + static_cast<std::ptrdiff_t>(done));
+    m_at -= done;
+}
+
+} // namespace hastool

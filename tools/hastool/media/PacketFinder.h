@@ -1,0 +1,57 @@
+// Finds the packets of a transport stream.
+#pragma once
+
+#include "TsUnit.h"
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+namespace hastool {
+
+/// Cuts a byte stream into packets of 188 bytes, also those of M2TS files, which stand 192 bytes
+/// apart behind a time code. What is no packet is skipped: reading goes on where three sync bytes
+/// stand at a packet's distance, or fewer up to the end of the stream.
+class PacketFinder {
+public:
+    using Sink = std::function<void(const TsUnit& unit)>;
+
+    explicit PacketFinder(Sink sink)
+        : m_sink(std::move(sink)) {}
+
+    /// Takes the next bytes. Packets come out once it is known what follows them.
+    void push(const unsigned char* data, size_t size);
+    /// Says that there are no more.
+    void finish();
+
+    /// 188 or 192; 0 before the first packet.
+    size_t packetSize() const { return m_lastStride; }
+    uint64_t packets() const { return m_packets; }
+    /// Bytes that belong to no packet.
+    uint64_t skippedBytes() const { return m_skipped; }
+    /// How often packets stopped standing where they had to.
+    uint64_t syncLosses() const { return m_losses; }
+
+private:
+    void drain(bool isEnd);
+    bool lock(bool isEnd);
+    bool takePacket(bool isEnd);
+    size_t strideAt(size_t at) const;
+    bool isRun(size_t at, size_t stride) const;
+    bool isCut() const;
+    void skipTo(size_t at, size_t stride);
+    void deliver();
+    void forget();
+
+    Sink m_sink;
+    std::vector<unsigned char> m_buffer;
+    size_t m_at = 0;     ///< of the next sync byte; may lie behind the buffer
+    size_t m_stride = 0; ///< 0 while there is no sync
+    size_t m_lastStride = 0;
+    uint64_t m_gap = 0; ///< bytes since the last packet
+    uint64_t m_packets = 0;
+    uint64_t m_skipped = 0;
+    uint64_t m_losses = 0;
+};
+
+} // namespace hastool

@@ -1,0 +1,31 @@
+// Which PID becomes which.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace hastool {
+
+struct TsReport;
+
+/// New PIDs by old ones.
+using PidMap = std::map<int, int>;
+
+/// Reads "A=B" with PIDs from 1 to 8190, decimal or as 0x100.
+/// @param failure  receives what is wrong
+/// @return nothing when one cannot be read, or two have a side in common
+std::optional<PidMap> parsePidMap(const std::vector<std::string>& texts, std::string& failure);
+
+/// The new PID; the old one where there is none.
+inline int mapped(const PidMap& map, int pid) {
+    const auto found = map.find(pid);
+    return found != map.end() ? found->second : pid;
+}
+
+/// What keeps a stream from being rewritten: a PID that is not there, or one that would then be
+/// there twice. Empty when nothing does.
+std::string conflictOf(const PidMap& map, const TsReport& report);
+
+} // namespace hastool
