@@ -27,7 +27,7 @@ namespace hascommon {
 /// network. A document whose entities would grow to more than 10,000,000 bytes, or that is nested
 /// more than 256 deep, is refused like one that is not well-formed.
 ///
-/// **Ownership.** The reader owns the document and all it hands out of it by pointer, until Free()
+/// **Ownership.** The reader owns its document and all it hands out of it by pointer, until Free()
 /// or its destructor.
 ///
 /// Thread safety: one thread at a time for one reader; two threads may use two readers.
@@ -61,7 +61,7 @@ public:
     /// @return as the other Load()
     bool Load(const char* buffer, int size);
 
-    /// Releases the document; the reader may load another one.
+    /// Releases its document; the reader may load another one.
     void Free();
 
     /// Whether there is a document to query.

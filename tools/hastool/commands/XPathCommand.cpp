@@ -77,7 +77,7 @@ void load(hascommon::HssXPathReader& reader, const std::string& file) {
 XPathCommand::XPathCommand(CLI::App& app)
     : m_command(app.add_subcommand("xpath", "Ask an XML document for a value")) {
     CLI::App& command = *m_command;
-    command.add_option("FILE", m_file, "The document")->required();
+    command.add_option("FILE", m_file, "An XML file")->required();
     command.add_option("EXPR", m_expression, "XPath 1.0, names without prefixes")->required();
     command.add_option("--attr", m_attribute, "Print this attribute of the first element")
         ->type_name("NAME");

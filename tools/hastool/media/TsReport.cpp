@@ -21,7 +21,7 @@ double PcrRange::span() const {
 }
 
 std::string TsReport::roleOf(int pid) const {
-    const std::string table = tableOf(pid);
+    std::string table = tableOf(pid);
     if (!table.empty())
         return table;
     if (const PmtStream* const stream = streamOf(pid))
