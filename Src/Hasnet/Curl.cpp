@@ -618,6 +618,7 @@ int Curl::Resume_unlock(UnitObject* unit) {
         return 0;
     }
     CurlState& s = *m_state;
+    s.itemLock.AssertHeld();
     unit->itemLock.AssertHeld();
     HAS_LOG(">> Curl::Resume_unlock");
     if (!unit->IsPaused())
