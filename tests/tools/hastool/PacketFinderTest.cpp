@@ -68,7 +68,7 @@ std::vector<int> pids(int count) {
 } // namespace
 
 TEST(PacketFinder, CutsPlainStreamsHoweverTheyCome) {
-    for (const size_t piece : {1, 7, 188, 189, 5000}) {
+    for (const size_t piece : std::initializer_list<size_t>{1, 7, 188, 189, 5000}) {
         const Found found = find(packets(12), piece);
         EXPECT_EQ(found.pids, pids(12)) << piece;
         EXPECT_EQ(found.packetSize, 188U);
@@ -78,7 +78,7 @@ TEST(PacketFinder, CutsPlainStreamsHoweverTheyCome) {
 }
 
 TEST(PacketFinder, CutsStreamsWithTimeCodes) {
-    for (const size_t piece : {1, 100, 192, 5000}) {
+    for (const size_t piece : std::initializer_list<size_t>{1, 100, 192, 5000}) {
         const Found found = find(timedPackets(6), piece);
         EXPECT_EQ(found.pids, pids(6)) << piece;
         EXPECT_EQ(found.timecodes, (std::vector<int>{0, 1, 2, 3, 4, 5}));
