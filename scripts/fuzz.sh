@@ -25,8 +25,8 @@ fi
 }
 
 fuzz_one() {
-    local folder name=$1
-    folder=$(mktemp -d)
+    local name=$1
+    folder=$(mktemp -d) # not local: the trap comes after the function
     trap 'rm -rf "$folder"' EXIT
     mkdir -p "$folder/corpus" "$failures"
     [ ! -d "fuzz/corpus/$name" ] || cp -r "fuzz/corpus/$name/." "$folder/corpus"
