@@ -55,3 +55,4 @@
 #include <Hasutil/StreamType.h>
 #include <Hasutil/StringBuffer.h>
 #include <Hasutil/TsProcessData.h>
+#include <Hasutil/XmlElement.h>

@@ -147,4 +147,11 @@ int HssXPathReader::GetXmlParamKBps(const char* xpath) {
     return GetXmlParamInt(xpath);
 }
 
+XmlElement HssXPathReader::GetXmlElement(const char* xpath) {
+    const detail::XPathResult result(m_context, xpath);
+    const xmlNode* const node = result.firstNode();
+    const bool isElement = node != nullptr && node->type == XML_ELEMENT_NODE;
+    return isElement ? XmlElement(node) : XmlElement();
+}
+
 } // namespace hascommon

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <Hascommon/Export.h>
+#include <Hasutil/XmlElement.h>
 
 #include <atomic>
 #include <string>
@@ -90,6 +91,10 @@ public:
 
     /// @return exactly GetXmlParamInt(): in spite of the name the number is not scaled
     int GetXmlParamKBps(const char* xpath);
+
+    /// The way to lists: an element to walk from, in time that does not grow with the list.
+    /// @return the first node, if that is an element; none otherwise. "/*" is the outermost one.
+    XmlElement GetXmlElement(const char* xpath);
 
 private:
     HAS_LOCAL void adopt(_xmlDoc* document);
