@@ -22,7 +22,8 @@ protected:
         return hastool::openPresentation(url, fetcher(), m_liveTimeout);
     }
     hastool::FetchDocument fetcher() {
-        return [this](const std::string& url) {
+        return [this](const hastool::Resource& resource) {
+            const std::string& url = resource.url;
             ++m_fetches[url];
             const auto found = m_texts.find(url);
             if (found == m_texts.end())
@@ -33,17 +34,17 @@ protected:
     }
     /// The URL of the next piece; "wait" or "end" where there is none.
     static std::string next(Presentation& presentation, size_t stream = 0) {
-        const NextPiece next = presentation.next(stream);
+        const NextPiece next = presentation.next(0, stream);
         if (next.kind == NextPiece::Kind::Wait)
             return "wait";
         return next.kind == NextPiece::Kind::End ? "end" : next.piece.media.url;
     }
     /// Asks again until there is something.
     static NextPiece awaitPiece(Presentation& presentation, size_t stream = 0) {
-        NextPiece next = presentation.next(stream);
+        NextPiece next = presentation.next(0, stream);
         while (next.kind == NextPiece::Kind::Wait) {
             std::this_thread::sleep_for(next.wait);
-            next = presentation.next(stream);
+            next = presentation.next(0, stream);
         }
         return next;
     }
@@ -73,8 +74,8 @@ const std::string kMaster = "#EXTM3U\n"
 TEST_F(HlsPresentationTest, ReadsASinglePlaylistFromBeginToEnd) {
     m_texts["http://h/d/a.m3u8"] = media("s", 5, 3);
     const auto presentation = open("http://h/d/a.m3u8");
-    ASSERT_EQ(presentation->streams().size(), 1U);
-    EXPECT_EQ(presentation->streams()[0].bitrate, 0);
+    ASSERT_EQ(presentation->tracks()[0].streams.size(), 1U);
+    EXPECT_EQ(presentation->tracks()[0].streams[0].bitrate, 0);
     EXPECT_FALSE(presentation->isLive());
     EXPECT_EQ(next(*presentation), "http://h/d/s5.ts");
     EXPECT_EQ(next(*presentation), "http://h/d/s6.ts");
@@ -88,10 +89,10 @@ TEST_F(HlsPresentationTest, SortsStreamsAndLoadsTheirPlaylistsWhenNeeded) {
     m_texts["http://h/m.m3u8"] = kMaster;
     m_texts["http://h/low/v.m3u8"] = media("l", 0, 2);
     const auto presentation = open("http://h/m.m3u8");
-    ASSERT_EQ(presentation->streams().size(), 2U);
-    EXPECT_EQ(presentation->streams()[0].bitrate, 300000);
-    EXPECT_EQ(presentation->streams()[0].label, "320x180");
-    EXPECT_EQ(presentation->streams()[1].bitrate, 900000);
+    ASSERT_EQ(presentation->tracks()[0].streams.size(), 2U);
+    EXPECT_EQ(presentation->tracks()[0].streams[0].bitrate, 300000);
+    EXPECT_EQ(presentation->tracks()[0].streams[0].label, "320x180");
+    EXPECT_EQ(presentation->tracks()[0].streams[1].bitrate, 900000);
     EXPECT_EQ(next(*presentation), "http://h/low/l0.ts");
     EXPECT_EQ(m_fetches.count("http://h/high/v.m3u8"), 0U);
 }
@@ -100,10 +101,10 @@ TEST_F(HlsPresentationTest, LeavesOutRepeatedBitratesAndSoundOnlyVariants) {
     m_texts["http://h/m.m3u8"] = "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=5,CODECS=\"mp4a.40.2\"\na\n"
                                  "#EXT-X-STREAM-INF:BANDWIDTH=9,CODECS=\"avc1.4d,mp4a\"\nb\n"
                                  "#EXT-X-STREAM-INF:BANDWIDTH=9,CODECS=\"avc1.4d,ac-3\"\nc\n";
-    EXPECT_EQ(open("http://h/m.m3u8")->streams().size(), 1U);
+    EXPECT_EQ(open("http://h/m.m3u8")->tracks()[0].streams.size(), 1U);
     m_texts["http://h/s.m3u8"] = "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=5,CODECS=\"mp4a\"\na\n"
                                  "#EXT-X-STREAM-INF:BANDWIDTH=6,CODECS=\"mp4a\"\nb\n";
-    EXPECT_EQ(open("http://h/s.m3u8")->streams().size(), 2U) << "nothing but sound";
+    EXPECT_EQ(open("http://h/s.m3u8")->tracks()[0].streams.size(), 2U) << "nothing but sound";
 }
 
 TEST_F(HlsPresentationTest, AnotherStreamGoesOnAtTheSameTime) {
@@ -166,7 +167,7 @@ TEST_F(HlsPresentationTest, TellsAllAboutAPiece) {
         "#EXTM3U\n#EXT-X-MEDIA-SEQUENCE:9\n#EXT-X-MAP:URI=\"i.mp4\",BYTERANGE=\"7@1\"\n"
         "#EXT-X-DISCONTINUITY\n#EXT-X-GAP\n#EXT-X-BYTERANGE:50@8\n#EXTINF:1.5,\na.mp4\n"
         "#EXT-X-ENDLIST\n";
-    const MediaPiece piece = open("http://h/a.m3u8")->next(0).piece;
+    const MediaPiece piece = open("http://h/a.m3u8")->next(0, 0).piece;
     EXPECT_EQ(piece.media, (hastool::Resource{"http://h/a.mp4", hastool::ByteRange{8, 50}}));
     EXPECT_EQ(piece.init, (hastool::Resource{"http://h/i.mp4", hastool::ByteRange{1, 7}}));
     EXPECT_EQ(piece.index, 9U);
@@ -239,7 +240,7 @@ TEST_F(HlsPresentationTest, CatchesUpWhenTooFarBehindAndCountsWhatIsLost) {
     const MediaPiece piece = awaitPiece(*presentation).piece;
     EXPECT_EQ(piece.media.url, "http://h/s7.ts");
     EXPECT_EQ(piece.lost, 4U);
-    EXPECT_EQ(presentation->next(0).piece.lost, 0U);
+    EXPECT_EQ(presentation->next(0, 0).piece.lost, 0U);
 }
 
 TEST_F(HlsPresentationTest, JoinsAgainWhenTheNumbersStartAnew) {

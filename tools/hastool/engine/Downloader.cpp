@@ -122,6 +122,8 @@ Downloader::Begun Downloader::begin(Transfer& transfer) {
     if (result != 0 || unit == nullptr)
         return Begun::NoUnit;
     transfer.unit = unit;
+    if (m_paused)
+        m_curl->Pause(unit);
     ++m_running;
     m_fresh = false;
     return Begun::Yes;
@@ -150,7 +152,7 @@ void Downloader::conclude(Id id, Transfer& transfer, int code) {
     const auto& range = transfer.resource.range;
     if (transfer.complete)
         code = 0;
-    else if (code == 0 && transfer.whole && range && transfer.delivered < *range->length)
+    else if (code == 0 && transfer.whole && range && transfer.delivered < range->length.value_or(0))
         code = kCutShort;
     if (isRetried(transfer, code, info.httpStatus)) {
         ++transfer.retries;
@@ -204,7 +206,24 @@ bool Downloader::hasBegun(Id id) const {
     return m_transfers.at(id)->begun != std::chrono::steady_clock::time_point();
 }
 
+void Downloader::pause() {
+    m_paused = true;
+    for (auto& [id, transfer] : m_transfers) {
+        if (transfer->unit != nullptr)
+            m_curl->Pause(transfer->unit);
+    }
+}
+
+void Downloader::resume() {
+    m_paused = false;
+    for (auto& [id, transfer] : m_transfers) {
+        if (transfer->unit != nullptr)
+            m_curl->Resume(transfer->unit);
+    }
+}
+
 void Downloader::cancelAll() {
+    resume(); // so that what is cancelled comes to its end
     for (const Id id : m_queue)
         finish(*m_transfers.at(id), kCancelled, {});
     m_queue.clear();

@@ -77,6 +77,11 @@ public:
     uint64_t expected(Id id) const;
     bool hasBegun(Id id) const;
 
+    /// Holds all downloads, those that are added too: connections stay open and no bytes come.
+    void pause();
+    void resume();
+    bool isPaused() const { return m_paused; }
+
     /// Ends everything that has not ended.
     void cancelAll();
     /// Forgets a download that has ended.
@@ -128,6 +133,7 @@ private:
     int m_running = 0;
     int m_parallel = 20;
     Id m_nextId = 1;
+    bool m_paused = false;
     bool m_fresh = true; ///< no download has run over the engine yet
 };
 

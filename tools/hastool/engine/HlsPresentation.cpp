@@ -59,13 +59,14 @@ std::chrono::milliseconds inMilliseconds(double seconds) {
 HlsPresentation::HlsPresentation(const Document& document, FetchDocument fetch,
                                  std::chrono::milliseconds liveTimeout)
     : m_fetch(std::move(fetch))
+    , m_tracks(1)
     , m_liveTimeout(liveTimeout) {
     HlsPlaylist playlist = parseHlsPlaylist(document.text, document.url);
     if (playlist.isMaster()) {
         takeMaster(playlist, document.url);
         return;
     }
-    m_streams.emplace_back();
+    m_tracks[0].streams.emplace_back();
     m_renditions.emplace_back();
     m_renditions[0].url = document.url;
     take(m_renditions[0], std::move(playlist), document.url);
@@ -76,7 +77,7 @@ void HlsPresentation::takeMaster(const HlsPlaylist& playlist, const std::string&
         Rendition rendition;
         rendition.base = base;
         rendition.url = resolve(rendition, variant.uri);
-        m_streams.push_back({variant.bandwidth, variant.resolution});
+        m_tracks[0].streams.push_back({variant.bandwidth, variant.resolution});
         m_renditions.push_back(std::move(rendition));
     }
 }
@@ -86,7 +87,7 @@ bool HlsPresentation::isLive() const {
     return rendition.loaded && !rendition.playlist.ended;
 }
 
-NextPiece HlsPresentation::next(size_t stream) {
+NextPiece HlsPresentation::next(size_t /*track*/, size_t stream) {
     Rendition& rendition = m_renditions.at(stream);
     if (!rendition.loaded)
         load(rendition);
@@ -108,7 +109,7 @@ NextPiece HlsPresentation::next(size_t stream) {
 }
 
 void HlsPresentation::load(Rendition& rendition) {
-    const Document document = m_fetch(rendition.url);
+    const Document document = m_fetch({rendition.url, std::nullopt});
     HlsPlaylist playlist = parseHlsPlaylist(document.text, document.url);
     if (playlist.isMaster())
         throw ToolError(document.url, "a master playlist where a media playlist should be");

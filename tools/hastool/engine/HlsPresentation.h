@@ -24,9 +24,9 @@ public:
     HlsPresentation(const Document& document, FetchDocument fetch,
                     std::chrono::milliseconds liveTimeout);
 
-    const std::vector<StreamInfo>& streams() const override { return m_streams; }
+    const std::vector<TrackInfo>& tracks() const override { return m_tracks; }
     bool isLive() const override;
-    NextPiece next(size_t stream) override;
+    NextPiece next(size_t track, size_t stream) override;
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -54,7 +54,7 @@ private:
     static std::chrono::milliseconds reloadInterval(const Rendition& rendition);
 
     FetchDocument m_fetch;
-    std::vector<StreamInfo> m_streams;
+    std::vector<TrackInfo> m_tracks;
     std::vector<Rendition> m_renditions;
     size_t m_current = 0;
     bool m_joined = false;

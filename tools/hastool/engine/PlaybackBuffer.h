@@ -2,38 +2,43 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <vector>
 
 namespace hastool {
 
-/// Media that was fetched and not yet played, drained as time passes.
+/// Media that was fetched and not yet played, drained as time passes; tracks are played together.
 ///
-/// Play begins, and goes on after the buffer ran empty, when there is enough of it, or all.
+/// Play begins, and goes on after the buffer ran empty, when every track has enough, or all.
 class PlaybackBuffer {
 public:
     using Milliseconds = std::chrono::milliseconds;
 
     /// @param enough  how much media it takes to begin
-    explicit PlaybackBuffer(Milliseconds enough)
-        : m_enough(enough) {}
+    explicit PlaybackBuffer(Milliseconds enough, size_t tracks = 1);
 
-    void add(Milliseconds duration, uint64_t bytes);
-    /// Nothing will be added any more.
-    void finish();
+    void add(Milliseconds duration, uint64_t bytes, size_t track = 0);
+    /// Nothing will be added to a track any more.
+    void finish(size_t track = 0);
+    void finishAll();
     /// Lets time pass.
     void drain(Milliseconds time);
     /// Plays down to a level in no time.
     void drainTo(Milliseconds level);
 
-    Milliseconds level() const { return m_level; }
+    /// How long can be played: what the shortest track has that is not finished, or the longest
+    /// one when all are.
+    Milliseconds level() const;
+    Milliseconds trackLevel(size_t track) const { return m_tracks[track].level; }
     /// Bytes of the media that is there, a piece that is being played in proportion.
     uint64_t bytes() const;
     /// How much was played.
     Milliseconds position() const { return m_position; }
     bool isPlaying() const { return m_playing; }
     /// Whether everything was played.
-    bool isDone() const { return m_finished && m_level.count() == 0; }
+    bool isDone() const;
 
     /// How often and for how long play stood still after it had begun, and how long it took to
     /// begin.
@@ -47,17 +52,23 @@ private:
         Milliseconds left;
         uint64_t bytes;
     };
+    struct Track {
+        std::deque<Piece> pieces;
+        Milliseconds level{0};
+        bool finished = false;
+    };
 
+    bool isFinished() const;
+    void beginWhenReady();
     void play(Milliseconds time);
+    static void playTrack(Track& track, Milliseconds time);
     void stand(Milliseconds time);
 
-    const Milliseconds m_enough;
-    std::deque<Piece> m_pieces;
-    Milliseconds m_level{0};
+    Milliseconds m_enough;
+    std::vector<Track> m_tracks;
     Milliseconds m_position{0};
     bool m_playing = false;
     bool m_begun = false;
-    bool m_finished = false;
     int m_stalls = 0;
     Milliseconds m_stallTime{0};
     Milliseconds m_startupTime{0};

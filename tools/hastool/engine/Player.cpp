@@ -47,31 +47,23 @@ EngineOptions forPlayer(EngineOptions options) {
 Player::Player(PlayOptions options, PlayObserver& observer)
     : m_options(std::move(options))
     , m_observer(observer)
-    , m_writer(m_options.output)
     , m_downloader(forPlayer(m_options.engine), &m_checker)
     , m_buffer(kEnoughToBegin) {
     if (!m_options.trace.empty())
         m_trace.emplace(m_options.trace);
-    m_support.SetBandwidthCallbackEx(&Player::onBitrateChanged, this);
+    if (m_options.pauseAt >= 0)
+        m_viewer = {inMilliseconds(m_options.pauseAt), inMilliseconds(m_options.pauseFor)};
+    registerCallbacks();
 }
 
 void Player::play() {
     open();
     while (wantsMore()) {
-        if (!hasRoom()) {
-            pause(kIdleTick);
-            continue;
-        }
-        choose();
-        const auto next = nextPiece();
-        if (!next)
-            continue;
-        if (next->kind == NextPiece::Kind::End)
-            break;
-        if (next->kind == NextPiece::Kind::Wait)
-            pause(std::min(next->wait, kIdleTick));
+        PlayTrack* const track = pickTrack();
+        if (track != nullptr)
+            advance(*track);
         else
-            take(next->piece);
+            pause(kIdleTick);
     }
     if (m_summary.segments == 0 && !isInterrupted())
         throw ToolError(m_options.url, m_lastFailure.empty() ? "nothing to play" : m_lastFailure);
@@ -79,149 +71,205 @@ void Player::play() {
 }
 
 void Player::open() {
-    const auto fetcher = [this](const std::string& url) { return fetchDocument(url); };
-    m_presentation = openPresentation(m_options.url, fetcher, m_options.liveTimeout);
-    m_renditions = Renditions(m_presentation->streams());
-    m_isBroken.assign(m_presentation->streams().size(), false);
     m_checker.ParseComp();
     m_checker.Start();
     m_lastPoll = hascommon::has_getTime();
+    const auto fetcher = [this](const Resource& resource) { return fetchDocument(resource); };
+    m_presentation = openPresentation(m_options.url, fetcher, m_options.liveTimeout);
+    const auto& tracks = m_presentation->tracks();
+    for (size_t i = 0; i < tracks.size(); ++i)
+        m_tracks.emplace_back(i, tracks[i], m_options.output);
+    m_buffer = PlaybackBuffer(kEnoughToBegin, m_tracks.size());
     configureSwitcher();
 }
 
 void Player::configureSwitcher() {
     std::vector<int> bitrates;
-    for (const StreamInfo& stream : m_presentation->streams())
+    for (const StreamInfo& stream : m_tracks[0].info.streams)
         bitrates.push_back(stream.bitrate);
     m_switcher.Init(&m_checker);
+    m_switcher.SetSwitchParam(m_options.upTimer, m_options.marginKbps);
+    m_switcher.SetBitrateLimit(m_options.groups, m_options.limits);
     m_switcher.ResetData(bitrates, false);
-    for (size_t i = 0; i < bitrates.size(); ++i) {
-        if (bitrates[i] <= m_options.startBitrate)
-            m_stream = i;
+    m_tracks[0].startAt(m_options.startBitrate);
+    int audio = m_options.audioBitrate; // also of audio that comes in the main track
+    for (size_t i = 1; i < m_tracks.size(); ++i) {
+        m_tracks[i].startAt(m_options.audioBitrate);
+        audio = m_tracks[i].bitrate();
     }
-    m_lastGoodStream = m_stream;
+    m_switcher.SetAudioBitrate(audio);
 }
 
-Document Player::fetchDocument(const std::string& url) {
+Document Player::fetchDocument(const Resource& resource) {
     Document document;
-    const Outcome outcome = fetch({url, std::nullopt}, kMaxManifestBytes, document.text);
+    const Outcome outcome = fetch(resource, kMaxManifestBytes, document.text);
     if (!outcome.ok)
-        throw ToolError(url, outcome.failure);
+        throw ToolError(resource.url, outcome.failure);
     document.url = outcome.url;
     return document;
 }
 
 bool Player::wantsMore() const {
+    const auto isUnfinished = [&](const PlayTrack& track) {
+        return !track.ended && (m_options.duration <= 0 || track.seconds < m_options.duration);
+    };
     const bool hasAllSegments =
         m_options.maxSegments > 0 && m_summary.segments >= m_options.maxSegments;
-    const bool hasAllTime = m_options.duration > 0 && m_mediaSeconds >= m_options.duration;
-    return !hasAllSegments && !hasAllTime && !isInterrupted();
+    return !hasAllSegments && !isInterrupted() &&
+           std::any_of(m_tracks.begin(), m_tracks.end(), isUnfinished);
 }
 
-bool Player::hasRoom() const {
-    return m_options.fast || m_buffer.level() < m_options.bufferGoal;
+/// The track with the least media ahead, of those that may have something; null when there is none.
+PlayTrack* Player::pickTrack() {
+    const auto now = Clock::now();
+    PlayTrack* best = nullptr;
+    for (PlayTrack& track : m_tracks) {
+        const bool hasAll = m_options.duration > 0 && track.seconds >= m_options.duration;
+        if (track.ended || hasAll || track.askAt > now)
+            continue;
+        if (best == nullptr || track.seconds < best->seconds)
+            best = &track;
+    }
+    return best;
 }
 
-void Player::choose() {
-    if (m_summary.segments == 0 || m_presentation->streams().size() < 2)
+/// Moves a track on by a piece.
+void Player::advance(PlayTrack& track) {
+    choose(track);
+    const auto next = nextPiece(track);
+    if (!next)
         return;
-    const int next =
-        m_switcher.ProcessAdaptiveSeg(static_cast<int>(m_stream), inMs32(m_buffer.level()));
-    const auto stream = static_cast<size_t>(next);
-    if (next >= 0 && stream < m_isBroken.size() && stream != m_stream && !m_isBroken[stream])
-        changeTo(stream);
+    if (next->kind == NextPiece::Kind::End) {
+        track.ended = true;
+        m_buffer.finish(track.number);
+    } else if (next->kind == NextPiece::Kind::Wait) {
+        track.askAt = Clock::now() + std::min(next->wait, kIdleTick);
+    } else {
+        take(track, next->piece);
+    }
 }
 
-void Player::changeTo(size_t stream) {
-    const auto from = static_cast<unsigned int>(bitrate());
-    const bool isUp = stream > m_stream;
-    m_stream = stream;
-    m_change = isUp ? "up" : "down";
+void Player::choose(PlayTrack& track) {
+    m_choice = {};
+    if (track.number != 0 || m_summary.segments == 0 || track.info.streams.size() < 2)
+        return;
+    m_choice.choiceBuffer = m_buffer.level().count();
+    m_choice.choiceMean = m_checker.GetCurrentAvgBandwidth();
+    m_choice.choiceFirst = m_checker.GetBeginingBandwidth();
+    const int next =
+        m_switcher.ProcessAdaptiveSeg(static_cast<int>(track.stream), inMs32(m_buffer.level()));
+    m_choice.choice = next;
+    const auto stream = static_cast<size_t>(next);
+    if (next >= 0 && stream < track.isBroken.size() && stream != track.stream &&
+        !track.isBroken[stream])
+        changeTo(track, stream);
+}
+
+void Player::changeTo(PlayTrack& track, size_t stream) {
+    const auto from = static_cast<unsigned int>(track.bitrate());
+    const bool isUp = stream > track.stream;
+    track.stream = stream;
+    track.change = isUp ? "up" : "down";
     ++(isUp ? m_summary.switchesUp : m_summary.switchesDown);
-    const unsigned long long pts =
-        static_cast<unsigned long long>(m_mediaSeconds * 1000) * kTimestampsPerMs;
-    m_support.OnBitrateChanged(from, static_cast<unsigned int>(bitrate()), pts, pts, pts, pts);
+    m_support.OnBitrateChanged(from, static_cast<unsigned int>(track.bitrate()), pts(), pts(),
+                               pts(), pts());
 }
 
 /// A stream whose manifest cannot be had is left for the one before, which goes on.
-std::optional<NextPiece> Player::nextPiece() {
+std::optional<NextPiece> Player::nextPiece(PlayTrack& track) {
     try {
-        NextPiece next = m_presentation->next(m_stream);
-        m_lastGoodStream = m_stream;
+        NextPiece next = m_presentation->next(track.number, track.stream);
+        track.lastGoodStream = track.stream;
         return next;
     } catch (const ToolError& error) {
         if (isInterrupted())
             return std::nullopt;
-        if (m_stream == m_lastGoodStream || m_isBroken[m_lastGoodStream])
+        if (track.stream == track.lastGoodStream || track.isBroken[track.lastGoodStream])
             throw;
-        m_isBroken[m_stream] = true;
+        track.isBroken[track.stream] = true;
         m_observer.onTrouble(error.what());
-        changeTo(m_lastGoodStream);
+        changeTo(track, track.lastGoodStream);
         return std::nullopt;
     }
 }
 
-void Player::take(const MediaPiece& piece) {
+void Player::take(PlayTrack& track, const MediaPiece& piece) {
     countLost(piece.lost);
+    if (piece.discontinuity && track.number == 0)
+        m_support.OnDiscontinue(0, pts(), pts(), pts(), pts());
     if (piece.missing) {
-        skip(piece, {});
+        skip(track, piece, {});
         return;
     }
-    if (!fetchInit(piece))
+    if (!fetchInit(track, piece))
         return;
     std::string media;
     const Outcome outcome = fetch(piece.media, kMaxSegmentBytes, media);
     if (outcome.ok)
-        accept(piece, outcome, media);
+        accept(track, piece, outcome, media);
     else if (!isInterrupted())
-        skip(piece, outcome);
+        skip(track, piece, outcome);
 }
 
-bool Player::fetchInit(const MediaPiece& piece) {
+bool Player::fetchInit(PlayTrack& track, const MediaPiece& piece) {
     const Resource wanted = piece.init.value_or(Resource());
-    if (wanted == m_init)
+    if (wanted == track.init)
         return true;
     std::string bytes;
     if (piece.init) {
         const Outcome outcome = fetch(wanted, kMaxInitBytes, bytes);
         if (!outcome.ok) {
             if (!isInterrupted())
-                skip(piece, outcome);
+                skip(track, piece, outcome);
             return false;
         }
     }
-    m_init = wanted;
-    m_initBytes = std::move(bytes);
+    track.init = wanted;
+    track.initBytes = std::move(bytes);
     return true;
 }
 
-void Player::accept(const MediaPiece& piece, const Outcome& outcome, const std::string& media) {
-    m_writer.setInit(m_initBytes);
-    m_writer.write(media);
-    learnResolution(media);
+void Player::accept(PlayTrack& track, const MediaPiece& piece, const Outcome& outcome,
+                    const std::string& media) {
+    if (piece.makeInit)
+        track.initBytes = piece.makeInit(media);
+    track.writer.setInit(track.initBytes);
+    track.writer.write(media);
+    learnResolution(track, media);
     m_failuresInARow = 0;
-    m_mediaSeconds += piece.seconds;
-    m_bitSeconds += piece.seconds * bitrate();
-    ++m_summary.segments;
-    m_summary.bytes += outcome.bytes;
-    m_buffer.add(inMilliseconds(piece.seconds), outcome.bytes);
-    const auto bytes = static_cast<unsigned int>(
-        std::min<uint64_t>(m_buffer.bytes(), std::numeric_limits<unsigned int>::max()));
-    m_switcher.ProcessAdaptiveSegLevel(bytes, inMs32(m_buffer.level()), false);
-    record(rowOf(piece, outcome));
+    buffered(track, piece, outcome.bytes);
+    record(rowOf(track, piece, outcome));
+    track.change = "";
     if (m_options.fast)
         m_buffer.drainTo(kFastLevel);
 }
 
-void Player::learnResolution(const std::string& media) {
-    const std::string& resolution = m_renditions.learn(m_stream, media);
-    if (m_stream != m_shownStream && !resolution.empty())
-        m_observer.onRendition(secondsSinceStart(), bitrate(), resolution);
-    m_shownStream = m_stream;
+void Player::buffered(PlayTrack& track, const MediaPiece& piece, uint64_t bytes) {
+    track.seconds += piece.seconds;
+    ++m_summary.segments;
+    m_summary.bytes += bytes;
+    m_buffer.add(inMilliseconds(piece.seconds), bytes, track.number);
+    if (track.number != 0)
+        return;
+    m_bitSeconds += piece.seconds * track.bitrate();
+    m_mainSeconds += piece.seconds;
+    const auto held = static_cast<unsigned int>(
+        std::min<uint64_t>(m_buffer.bytes(), std::numeric_limits<unsigned int>::max()));
+    m_switcher.ProcessAdaptiveSegLevel(held, inMs32(m_buffer.level()), false);
 }
 
-void Player::skip(const MediaPiece& piece, const Outcome& outcome) {
+void Player::learnResolution(PlayTrack& track, const std::string& media) {
+    if (track.number != 0)
+        return;
+    const std::string& resolution = track.renditions.learn(track.stream, media);
+    if (track.stream != m_shownStream && !resolution.empty())
+        m_observer.onRendition(secondsSinceStart(), track.bitrate(), resolution);
+    m_shownStream = track.stream;
+}
+
+void Player::skip(PlayTrack& track, const MediaPiece& piece, const Outcome& outcome) {
     ++m_summary.skipped;
+    track.seconds += piece.seconds; // the place goes on
     m_lastFailure = outcome.failure;
     if (!piece.missing) {
         const std::string what = piece.media.url + ": " + outcome.failure;
@@ -230,9 +278,10 @@ void Player::skip(const MediaPiece& piece, const Outcome& outcome) {
             throw ToolError(piece.media.url,
                             outcome.failure + ", like the segments before it; given up");
     }
-    TraceRow row = rowOf(piece, outcome);
+    TraceRow row = rowOf(track, piece, outcome);
     row.skipped = true;
     record(row);
+    track.change = "";
 }
 
 void Player::countLost(uint64_t pieces) {
@@ -251,24 +300,26 @@ Outcome Player::fetch(const Resource& resource, size_t limit, std::string& bytes
     return outcome;
 }
 
-TraceRow Player::rowOf(const MediaPiece& piece, const Outcome& outcome) {
-    TraceRow row;
+TraceRow Player::rowOf(const PlayTrack& track, const MediaPiece& piece, const Outcome& outcome) {
+    TraceRow row = m_choice;
     row.time = secondsSinceStart();
+    row.isAudio = track.number != 0;
     row.index = piece.index;
-    row.stream = m_stream;
-    row.bitrate = bitrate();
+    row.stream = track.stream;
+    row.bitrate = track.bitrate();
     row.bytes = outcome.bytes;
     row.duration = piece.seconds;
     row.download = inSeconds(outcome.time);
     row.firstByte = inSeconds(outcome.latency);
-    row.bandwidth = static_cast<unsigned>(m_checker.GetCurrentBandwidth());
-    row.mean = static_cast<unsigned>(m_checker.GetCurrentAvgBandwidth());
+    row.redirects = outcome.redirects;
+    row.bandwidth = m_checker.GetCurrentBandwidth();
+    row.mean = m_checker.GetCurrentAvgBandwidth();
     row.buffer = inSeconds(m_buffer.level());
-    row.change = m_change;
+    row.change = track.change;
     row.stalls = m_buffer.stalls();
     row.stallTime = inSeconds(m_buffer.stallTime());
     row.retries = outcome.retries;
-    row.resolution = m_renditions.resolution(m_stream);
+    row.resolution = track.number == 0 ? track.renditions.resolution(track.stream) : "";
     return row;
 }
 
@@ -276,11 +327,10 @@ void Player::record(const TraceRow& row) {
     if (m_trace)
         m_trace->add(row);
     m_observer.onSegment(row);
-    m_change = "";
 }
 
 void Player::playOut() {
-    m_buffer.finish();
+    m_buffer.finishAll();
     if (m_options.fast)
         m_buffer.drainTo(milliseconds(0));
     const auto end = inMilliseconds(m_options.duration);
@@ -298,13 +348,35 @@ void Player::tick() {
     const auto now = Clock::now();
     const auto passed = std::chrono::duration_cast<milliseconds>(now - m_lastTick);
     m_lastTick += passed;
-    if (!m_options.fast)
-        m_buffer.drain(passed);
+    passTime(passed);
+    holdTransfers();
     pollBandwidth();
     if (now - m_lastStatus < kStatusInterval)
         return;
     m_lastStatus = now;
     m_observer.onStatus(status());
+}
+
+void Player::passTime(milliseconds time) {
+    const ViewerPause::Change change = m_viewer.step(m_buffer.position(), time);
+    if (change == ViewerPause::Change::Begun)
+        m_observer.onEvent(secondsSinceStart(), "pause", "the viewer pauses");
+    else if (change == ViewerPause::Change::Ended)
+        m_observer.onEvent(secondsSinceStart(), "resume", "the viewer goes on");
+    if (!m_options.fast && !m_viewer.isPaused())
+        m_buffer.drain(time);
+}
+
+/// While the buffer is full, or the viewer pauses, transfers stand still; their connections stay.
+void Player::holdTransfers() {
+    const bool isFull = !m_options.fast && m_buffer.level() >= m_options.bufferGoal;
+    const bool isHeld = (isFull || m_viewer.isPaused()) && !isInterrupted();
+    if (isHeld == m_downloader.isPaused())
+        return;
+    if (isHeld)
+        m_downloader.pause();
+    else
+        m_downloader.resume();
 }
 
 /// The checker takes a poll as due only when more than its interval has passed.
@@ -314,6 +386,12 @@ void Player::pollBandwidth() {
         return;
     m_lastPoll = now;
     m_checker.OnPolling(now);
+    m_observer.onSample(sample());
+}
+
+/// The end of what was fetched, as the player counts.
+unsigned long long Player::pts() const {
+    return static_cast<unsigned long long>(m_tracks[0].seconds * 1000) * kTimestampsPerMs;
 }
 
 double Player::secondsSinceStart() const {
@@ -321,46 +399,76 @@ double Player::secondsSinceStart() const {
 }
 
 int Player::bitrate() const {
-    return m_presentation->streams()[m_stream].bitrate;
+    return m_tracks.empty() ? 0 : m_tracks[0].bitrate();
 }
 
 PlayStatus Player::status() {
     PlayStatus status;
     status.position = inSeconds(m_buffer.position());
     status.buffer = inSeconds(m_buffer.level());
-    status.bitrate = m_presentation ? bitrate() : 0;
-    status.resolution = m_renditions.resolution(m_stream);
-    status.bandwidth = static_cast<unsigned>(m_checker.GetCurrentAvgBandwidth());
+    status.bitrate = bitrate();
+    if (!m_tracks.empty())
+        status.resolution = m_tracks[0].renditions.resolution(m_tracks[0].stream);
+    status.bandwidth = m_checker.GetCurrentAvgBandwidth();
     status.switches = m_summary.switchesUp + m_summary.switchesDown;
     status.stalled = m_buffer.stalls() > 0 && !m_buffer.isPlaying();
+    status.paused = m_viewer.isPaused();
     return status;
+}
+
+PlaySample Player::sample() {
+    PlaySample sample;
+    sample.time = secondsSinceStart();
+    sample.bandwidth = m_checker.GetCurrentBandwidth();
+    sample.mean = m_checker.GetCurrentAvgBandwidth();
+    sample.buffer = inSeconds(m_buffer.level());
+    sample.position = inSeconds(m_buffer.position());
+    sample.bitrate = bitrate();
+    sample.playing = m_buffer.isPlaying() && !m_viewer.isPaused();
+    sample.transferHeld = m_downloader.isPaused();
+    return sample;
 }
 
 Summary Player::summary() {
     Summary summary = m_summary;
     summary.url = m_options.url;
     summary.live = m_presentation && m_presentation->isLive();
-    summary.streams = m_presentation ? m_presentation->streams().size() : 0;
     summary.played = inSeconds(m_buffer.position());
     summary.wallTime = secondsSinceStart();
     summary.startupTime = inSeconds(m_buffer.startupTime());
-    summary.meanBitrate = m_mediaSeconds > 0 ? m_bitSeconds / m_mediaSeconds : 0;
     summary.stalls = m_buffer.stalls();
     summary.stallTime = inSeconds(m_buffer.stallTime());
-    summary.bandwidth = static_cast<unsigned>(m_checker.GetCurrentAvgBandwidth());
-    summary.renditions = m_renditions.played();
+    summary.bandwidth = m_checker.GetCurrentAvgBandwidth();
     summary.output = m_options.output;
     summary.trace = m_options.trace;
+    if (m_tracks.empty())
+        return summary;
+    const PlayTrack& main = m_tracks[0];
+    summary.streams = main.info.streams.size();
+    summary.meanBitrate = m_mainSeconds > 0 ? m_bitSeconds / m_mainSeconds : 0;
+    summary.renditions = main.renditions.played();
     return summary;
 }
 
-hascommon::tag_HAS_Status Player::onBitrateChanged(unsigned int, unsigned int from, unsigned int to,
-                                                   unsigned long long, unsigned long long,
-                                                   void* self) {
-    auto* const player = static_cast<Player*>(self);
-    player->m_observer.onSwitch(player->secondsSinceStart(), static_cast<int>(from),
-                                static_cast<int>(to));
-    return hascommon::HAS_STATUS_SUCCESS;
+void Player::registerCallbacks() {
+    m_support.SetBandwidthCallbackEx(
+        [](unsigned int, unsigned int from, unsigned int to, unsigned long long, unsigned long long,
+           void* self) {
+            auto* const player = static_cast<Player*>(self);
+            player->m_observer.onSwitch(player->secondsSinceStart(), static_cast<int>(from),
+                                        static_cast<int>(to));
+            return hascommon::HAS_STATUS_SUCCESS;
+        },
+        this);
+    m_support.SetDiscontinuityCallbackEx(
+        [](unsigned int, unsigned long long videoPts, unsigned long long, unsigned long long,
+           unsigned long long, unsigned int, void* self) {
+            auto* const player = static_cast<Player*>(self);
+            player->m_observer.onEvent(player->secondsSinceStart(), "discontinuity",
+                                       "at " + std::to_string(videoPts / kTimestampsPerMs) + " ms");
+            return hascommon::HAS_STATUS_SUCCESS;
+        },
+        this);
 }
 
 } // namespace hastool

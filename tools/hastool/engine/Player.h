@@ -2,12 +2,12 @@
 #pragma once
 
 #include "Downloader.h"
-#include "MediaWriter.h"
+#include "PlayTrack.h"
 #include "PlaybackBuffer.h"
 #include "Presentation.h"
-#include "Renditions.h"
 #include "Summary.h"
 #include "Trace.h"
+#include "ViewerPause.h"
 
 #include <Hasnet/AdaptiveSegSwitcher.h>
 #include <Hasnet/BandwidthChecker.h>
@@ -15,9 +15,11 @@
 
 #include <chrono>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace hastool {
@@ -32,6 +34,13 @@ struct PlayOptions {
     double duration = 0;      ///< stop after so many seconds of media; 0 for all
     uint64_t maxSegments = 0; ///< stop after so many segments; 0 for all
     int startBitrate = 0;     ///< begin with the best stream up to this; 0 for the lowest
+    int audioBitrate = 0;     ///< play the best audio stream up to this; 0 for the lowest
+    std::vector<std::pair<int, int>> limits;       ///< allowed bitrates, inclusive
+    std::vector<hascommon::bitrateParam_t> groups; ///< see IBitrateSwitcher
+    int marginKbps = 0;  ///< bandwidth kept free; 0 for the switcher's own
+    int upTimer = 0;     ///< seconds before a change to a higher group
+    double pauseAt = -1; ///< pause as a viewer would at this position; below 0 never
+    double pauseFor = 0; ///< seconds
     std::chrono::milliseconds bufferGoal{30000};
     std::chrono::milliseconds liveTimeout{60000};
 };
@@ -45,6 +54,19 @@ struct PlayStatus {
     unsigned bandwidth = 0; ///< mean, bits per second; 0 until measured
     int switches = 0;
     bool stalled = false;
+    bool paused = false; ///< by the viewer
+};
+
+/// One measurement, taken whenever the engine's bandwidth is polled.
+struct PlaySample {
+    double time = 0;        ///< seconds since the play began
+    unsigned bandwidth = 0; ///< the newest of the window's measure, bits per second
+    unsigned mean = 0;      ///< the window's mean
+    double buffer = 0;      ///< seconds
+    double position = 0;    ///< seconds
+    int bitrate = 0;        ///< of the chosen stream
+    bool playing = false;
+    bool transferHeld = false; ///< the buffer is full, or the viewer pauses
 };
 
 /// Is told what happens, on the thread that plays.
@@ -53,6 +75,10 @@ public:
     virtual ~PlayObserver() = default;
     virtual void onStatus(const PlayStatus& status) = 0;
     virtual void onSegment(const TraceRow& row) = 0;
+    virtual void onSample(const PlaySample& sample) = 0;
+    /// The player was told something, or the viewer did something.
+    /// @param kind  "bitrate", "discontinuity", "event", "drm-error", "pause", ...
+    virtual void onEvent(double time, const std::string& kind, const std::string& what) = 0;
     /// @param time  seconds since the play began
     virtual void onSwitch(double time, int from, int to) = 0;
     /// The first segment since the begin or a switch is there.
@@ -62,8 +88,9 @@ public:
     virtual void onTrouble(const std::string& what) = 0;
 };
 
-/// Plays a presentation to its end: fetches one piece after the other, measures, lets the switcher
-/// choose, drains the buffer as time passes, writes the media and the trace.
+/// Plays a presentation to its end: fetches one piece after the other, of the track that has the
+/// least, measures, lets the switcher choose, drains the buffer as time passes, writes the media
+/// and the trace. While the buffer is full the next piece's transfer is held in the engine.
 class Player {
 public:
     /// @param observer  borrowed
@@ -79,32 +106,37 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void open();
+    void registerCallbacks();
     void configureSwitcher();
-    Document fetchDocument(const std::string& url);
+    Document fetchDocument(const Resource& resource);
     bool wantsMore() const;
-    bool hasRoom() const;
-    void choose();
-    void changeTo(size_t stream);
-    std::optional<NextPiece> nextPiece();
-    void take(const MediaPiece& piece);
-    bool fetchInit(const MediaPiece& piece);
-    void accept(const MediaPiece& piece, const Outcome& outcome, const std::string& media);
-    void skip(const MediaPiece& piece, const Outcome& outcome);
-    void learnResolution(const std::string& media);
+    PlayTrack* pickTrack();
+    void advance(PlayTrack& track);
+    void choose(PlayTrack& track);
+    void changeTo(PlayTrack& track, size_t stream);
+    std::optional<NextPiece> nextPiece(PlayTrack& track);
+    void take(PlayTrack& track, const MediaPiece& piece);
+    bool fetchInit(PlayTrack& track, const MediaPiece& piece);
+    void accept(PlayTrack& track, const MediaPiece& piece, const Outcome& outcome,
+                const std::string& media);
+    void buffered(PlayTrack& track, const MediaPiece& piece, uint64_t bytes);
+    void skip(PlayTrack& track, const MediaPiece& piece, const Outcome& outcome);
+    void learnResolution(PlayTrack& track, const std::string& media);
     void countLost(uint64_t pieces);
     Outcome fetch(const Resource& resource, size_t limit, std::string& bytes);
-    TraceRow rowOf(const MediaPiece& piece, const Outcome& outcome);
+    TraceRow rowOf(const PlayTrack& track, const MediaPiece& piece, const Outcome& outcome);
     void record(const TraceRow& row);
     void playOut();
     void pause(std::chrono::milliseconds time);
     void tick();
+    void passTime(std::chrono::milliseconds time);
+    void holdTransfers();
     void pollBandwidth();
+    unsigned long long pts() const;
     double secondsSinceStart() const;
     int bitrate() const;
     PlayStatus status();
-    static hascommon::tag_HAS_Status onBitrateChanged(unsigned int type, unsigned int from,
-                                                      unsigned int to, unsigned long long videoPts,
-                                                      unsigned long long audioPts, void* self);
+    PlaySample sample();
 
     const PlayOptions m_options;
     PlayObserver& m_observer;
@@ -112,24 +144,19 @@ private:
     hascommon::AdaptiveSegSwitcher m_switcher;
     hascommon::CPlayerSupport m_support;
     std::optional<Trace> m_trace;
-    MediaWriter m_writer;
     Downloader m_downloader;
     std::unique_ptr<Presentation> m_presentation;
+    std::deque<PlayTrack> m_tracks; ///< the first is the one that the switcher chooses for
     PlaybackBuffer m_buffer;
+    ViewerPause m_viewer;
 
-    size_t m_stream = 0;
-    size_t m_lastGoodStream = 0;     ///< that a piece came from
     size_t m_shownStream = SIZE_MAX; ///< whose resolution was told last
-    Renditions m_renditions;
-    std::vector<bool> m_isBroken; ///< streams whose manifest cannot be had
-    Resource m_init;
-    std::string m_initBytes;
-    const char* m_change = "";
+    TraceRow m_choice;               ///< the fields of the last choice
     int m_failuresInARow = 0;
     std::string m_lastFailure;
-    double m_mediaSeconds = 0; ///< fetched
     Summary m_summary;
-    double m_bitSeconds = 0; ///< stream bitrates times durations
+    double m_bitSeconds = 0;  ///< bitrates of the main track's pieces times their durations
+    double m_mainSeconds = 0; ///< of these pieces
 
     Clock::time_point m_start = Clock::now();
     Clock::time_point m_lastTick = m_start;

@@ -1,12 +1,19 @@
 #include "Presentation.h"
 
+#include "DashPresentation.h"
 #include "HlsPresentation.h"
+#include "SmoothPresentation.h"
 
 namespace hastool {
 
 std::unique_ptr<Presentation> openPresentation(const std::string& url, const FetchDocument& fetch,
                                                std::chrono::milliseconds liveTimeout) {
-    return std::make_unique<HlsPresentation>(fetch(url), fetch, liveTimeout);
+    const Document document = fetch({url, std::nullopt});
+    if (looksLikeDash(document.text))
+        return std::make_unique<DashPresentation>(document, fetch, liveTimeout);
+    if (looksLikeSmooth(document.text))
+        return std::make_unique<SmoothPresentation>(document, fetch, liveTimeout);
+    return std::make_unique<HlsPresentation>(document, fetch, liveTimeout);
 }
 
 } // namespace hastool

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace hastool {
@@ -19,13 +20,40 @@ struct StreamInfo {
     std::string label; ///< "640x360", or empty
 };
 
+/// Streams of which one is played at a time.
+struct TrackInfo {
+    bool isAudio = false;            ///< nothing but audio, beside a track with video
+    std::vector<StreamInfo> streams; ///< in ascending order of bitrate, at least one
+};
+
+/// One content protection descriptor.
+struct ProtectionDescriptor {
+    std::string schemeId;
+    std::string value;
+    std::string defaultKid; ///< as written
+    std::string pssh;       ///< what goes into a pssh box, in base64; empty when not known
+};
+
+/// What a DRM handler has to know of a protected piece.
+struct Protection {
+    int period = 0;
+    int representation = 0;
+    bool isAudio = false;
+    bool isSeparate = false; ///< audio and video do not come multiplexed
+    std::vector<ProtectionDescriptor> descriptors;
+};
+
 /// One stretch of media to fetch.
 struct MediaPiece {
     Resource media;
     std::optional<Resource> init; ///< what the media cannot be decoded without
-    uint64_t index = 0;           ///< its number in the stream
+    /// Makes that from the media, for a format that has none to fetch; null otherwise.
+    std::function<std::string(std::string_view media)> makeInit;
+    uint64_t index = 0; ///< its number in the stream
     double seconds = 0;
+    double start = 0; ///< seconds since the presentation began, as far as known
     bool discontinuity = false;
+    std::shared_ptr<const Protection> protection; ///< null when it is clear
     bool missing = false; ///< the presentation itself says that there is nothing to fetch
     uint64_t lost = 0;    ///< pieces before it that are no longer to be had
 };
@@ -47,21 +75,22 @@ struct Document {
     std::string url; ///< behind all redirects; what it names is relative to this
 };
 
-/// Fetches a manifest. @throws ToolError when that fails
-using FetchDocument = std::function<Document(const std::string& url)>;
+/// Fetches a manifest or an index. @throws ToolError when that fails
+using FetchDocument = std::function<Document(const Resource& resource)>;
 
-/// A presentation that is being read from begin to end, one piece at a time.
+/// A presentation that is being read from begin to end, track by track and piece by piece.
 class Presentation {
 public:
     virtual ~Presentation() = default;
 
-    /// The qualities in ascending order of bitrate, at least one.
-    virtual const std::vector<StreamInfo>& streams() const = 0;
+    /// At least one track; the first has the video, if there is any, and the qualities to choose
+    /// from. Does not change.
+    virtual const std::vector<TrackInfo>& tracks() const = 0;
     /// Whether pieces are still being added.
     virtual bool isLive() const = 0;
-    /// The next piece, of a stream of the caller's choice; every call moves on by a piece. May
-    /// fetch manifests. @throws ToolError when the presentation cannot go on
-    virtual NextPiece next(size_t stream) = 0;
+    /// The next piece of a track, of a stream of the caller's choice; every call moves the track
+    /// on by a piece. May fetch manifests. @throws ToolError when the presentation cannot go on
+    virtual NextPiece next(size_t track, size_t stream) = 0;
 };
 
 /// Opens the presentation at a URL by what its manifest is. @throws ToolError for one that is

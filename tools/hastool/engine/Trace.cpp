@@ -9,12 +9,17 @@
 namespace hastool {
 namespace {
 
-constexpr char kHeader[] = "time_s,index,stream,bitrate_bps,bytes,duration_s,download_s,"
-                           "first_byte_s,bandwidth_bps,mean_bps,buffer_s,switch,stalls,stall_s,"
+constexpr char kHeader[] = "time_s,track,index,stream,bitrate_bps,bytes,duration_s,download_s,"
+                           "first_byte_s,redirects,bandwidth_bps,mean_bps,buffer_s,switch,stalls,"
+                           "stall_s,choice,choice_mean_bps,choice_first_bps,choice_buffer_ms,"
                            "retries,skipped,resolution\n";
 
 bool endsWith(const std::string& text, const std::string& end) {
     return text.size() > end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+const char* trackName(const TraceRow& row) {
+    return row.isAudio ? "audio" : "main";
 }
 
 double rounded(double value) {
@@ -50,10 +55,13 @@ void Trace::add(const TraceRow& row) {
 void Trace::addCsv(const TraceRow& row) {
     char text[512];
     const int length = std::snprintf(
-        text, sizeof text, "%.3f,%llu,%zu,%d,%llu,%.3f,%.3f,%.3f,%u,%u,%.3f,%s,%d,%.3f,%d,%d,%s\n",
-        row.time, static_cast<unsigned long long>(row.index), row.stream, row.bitrate,
-        static_cast<unsigned long long>(row.bytes), row.duration, row.download, row.firstByte,
-        row.bandwidth, row.mean, row.buffer, row.change, row.stalls, row.stallTime, row.retries,
+        text, sizeof text,
+        "%.3f,%s,%llu,%zu,%d,%llu,%.3f,%.3f,%.3f,%ld,%u,%u,%.3f,%s,%d,%.3f,%d,%u,%u,%lld,%d,%d,%"
+        "s\n",
+        row.time, trackName(row), static_cast<unsigned long long>(row.index), row.stream,
+        row.bitrate, static_cast<unsigned long long>(row.bytes), row.duration, row.download,
+        row.firstByte, row.redirects, row.bandwidth, row.mean, row.buffer, row.change, row.stalls,
+        row.stallTime, row.choice, row.choiceMean, row.choiceFirst, row.choiceBuffer, row.retries,
         row.skipped ? 1 : 0, row.resolution.c_str());
     m_file.write(std::string_view(text, std::min(static_cast<size_t>(length), sizeof text - 1)));
 }
@@ -61,6 +69,7 @@ void Trace::addCsv(const TraceRow& row) {
 void Trace::addJson(const TraceRow& row) {
     const nlohmann::ordered_json object = {
         {"time_s", rounded(row.time)},
+        {"track", trackName(row)},
         {"index", row.index},
         {"stream", row.stream},
         {"bitrate_bps", row.bitrate},
@@ -68,12 +77,17 @@ void Trace::addJson(const TraceRow& row) {
         {"duration_s", rounded(row.duration)},
         {"download_s", rounded(row.download)},
         {"first_byte_s", rounded(row.firstByte)},
+        {"redirects", row.redirects},
         {"bandwidth_bps", row.bandwidth},
         {"mean_bps", row.mean},
         {"buffer_s", rounded(row.buffer)},
         {"switch", row.change},
         {"stalls", row.stalls},
         {"stall_s", rounded(row.stallTime)},
+        {"choice", row.choice},
+        {"choice_mean_bps", row.choiceMean},
+        {"choice_first_bps", row.choiceFirst},
+        {"choice_buffer_ms", row.choiceBuffer},
         {"retries", row.retries},
         {"skipped", row.skipped},
         {"resolution", row.resolution},

@@ -11,22 +11,29 @@ std::string sized(const std::string& resolution) {
     return resolution.empty() ? "" : " " + resolution;
 }
 
+const char* stateText(const PlayStatus& status) {
+    if (status.paused)
+        return " PAUSED";
+    return status.stalled ? " STALLED" : "";
+}
+
 } // namespace
 
 void PlayProgress::onStatus(const PlayStatus& status) {
-    m_terminal.live(secondsText(status.position) + (status.stalled ? " STALLED" : "") +
-                    "  buffer " + secondsText(status.buffer) + "  playing " +
-                    rateText(status.bitrate) + sized(status.resolution) + "  bandwidth " +
-                    measured(status.bandwidth) + "  switches " + std::to_string(status.switches));
+    m_terminal.live(secondsText(status.position) + stateText(status) + "  buffer " +
+                    secondsText(status.buffer) + "  playing " + rateText(status.bitrate) +
+                    sized(status.resolution) + "  bandwidth " + measured(status.bandwidth) +
+                    "  switches " + std::to_string(status.switches));
 }
 
 void PlayProgress::onSegment(const TraceRow& row) {
     if (m_terminal.isLive() || row.skipped)
         return;
-    m_terminal.line(secondsText(row.time) + "  segment " + std::to_string(row.index) + "  " +
-                    rateText(row.bitrate) + sized(row.resolution) + "  " +
-                    sizeText(static_cast<double>(row.bytes)) + " in " + secondsText(row.download) +
-                    "  buffer " + secondsText(row.buffer) + "  bandwidth " + measured(row.mean));
+    m_terminal.line(secondsText(row.time) + (row.isAudio ? "  audio " : "  ") + "segment " +
+                    std::to_string(row.index) + "  " + rateText(row.bitrate) +
+                    sized(row.resolution) + "  " + sizeText(static_cast<double>(row.bytes)) +
+                    " in " + secondsText(row.download) + "  buffer " + secondsText(row.buffer) +
+                    "  bandwidth " + measured(row.mean));
 }
 
 void PlayProgress::onSwitch(double time, int from, int to) {
@@ -36,6 +43,10 @@ void PlayProgress::onSwitch(double time, int from, int to) {
 
 void PlayProgress::onRendition(double time, int bitrate, const std::string& resolution) {
     m_terminal.line(secondsText(time) + "  " + rateText(bitrate) + " is " + resolution);
+}
+
+void PlayProgress::onEvent(double time, const std::string& kind, const std::string& what) {
+    m_terminal.line(secondsText(time) + "  " + kind + ": " + what);
 }
 
 void PlayProgress::onTrouble(const std::string& what) {

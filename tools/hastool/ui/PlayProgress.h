@@ -16,6 +16,8 @@ public:
 
     void onStatus(const PlayStatus& status) override;
     void onSegment(const TraceRow& row) override;
+    void onSample(const PlaySample&) override {}
+    void onEvent(double time, const std::string& kind, const std::string& what) override;
     void onSwitch(double time, int from, int to) override;
     void onRendition(double time, int bitrate, const std::string& resolution) override;
     void onTrouble(const std::string& what) override;

@@ -1,0 +1,30 @@
+// Which of a DASH period's representations are played.
+#pragma once
+
+#include "DashManifest.h"
+
+#include <vector>
+
+namespace hastool {
+
+/// The representations of a period that a track chooses from, in ascending order of bitrate, one
+/// per bitrate.
+///
+/// For video the first set of a kind that can be played, trick modes apart; for audio the first set
+/// whose role is main, or else the first. Sets of other kinds are not played. Where a period has
+/// only audio, it is what the main track plays.
+/// @param isAudio  the track beside the main one
+/// @return nothing when the period has none
+std::vector<const DashRepresentation*> selectRepresentations(const DashPeriod& period,
+                                                             bool isAudio);
+
+/// The one that stands for a bitrate: the highest up to it, or the lowest.
+/// @param representations  in ascending order
+/// @return null when there is none
+const DashRepresentation*
+matchBitrate(const std::vector<const DashRepresentation*>& representations, int bitrate);
+
+/// Whether one representation has both audio and video.
+bool isMultiplexed(const DashRepresentation& representation);
+
+} // namespace hastool

@@ -1,0 +1,25 @@
+// Initialisations for Smooth Streaming, which sends none.
+#pragma once
+
+#include "SmoothManifest.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace hastool {
+
+/// Makes the moov box (ISO/IEC 14496-12) that a stream's fragments cannot be decoded without.
+///
+/// H.264 (parameter sets in the codec's private data, ISO/IEC 14496-15) and AAC (ISO/IEC 14496-3)
+/// are known.
+/// @param track  the track id of its fragments
+/// @return empty for another codec
+std::string makeSmoothInit(const SmoothStream& stream, const SmoothQuality& quality,
+                           uint32_t track);
+
+/// The track id that a fragment is of.
+/// @return 1 for what is no fragment
+uint32_t trackOfFragment(std::string_view fragment);
+
+} // namespace hastool
