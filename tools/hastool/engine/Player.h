@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Downloader.h"
+#include "KeyStore.h"
 #include "MediaWriter.h"
 #include "PlaybackBuffer.h"
 #include "Presentation.h"
@@ -93,6 +94,10 @@ private:
     void learnResolution(const std::string& media);
     void countLost(uint64_t pieces);
     Outcome fetch(const Resource& resource, size_t limit, std::string& bytes);
+    Outcome fetchPart(const MediaPart& part, uint64_t index, size_t limit, std::string& bytes);
+    Outcome decrypt(const MediaPart& part, const std::string& name, size_t limit,
+                    std::string& bytes);
+    Outcome fetchInto(const Resource& resource, ByteSink& sink);
     TraceRow rowOf(const MediaPiece& piece, const Outcome& outcome);
     void record(const TraceRow& row);
     void playOut();
@@ -114,6 +119,7 @@ private:
     std::optional<Trace> m_trace;
     MediaWriter m_writer;
     Downloader m_downloader;
+    KeyStore m_keys;
     std::unique_ptr<Presentation> m_presentation;
     PlaybackBuffer m_buffer;
 
@@ -122,7 +128,7 @@ private:
     size_t m_shownStream = SIZE_MAX; ///< whose resolution was told last
     Renditions m_renditions;
     std::vector<bool> m_isBroken; ///< streams whose manifest cannot be had
-    Resource m_init;
+    MediaPart m_init;
     std::string m_initBytes;
     const char* m_change = "";
     int m_failuresInARow = 0;

@@ -1,6 +1,7 @@
 // What a player sees of a presentation, whatever its format.
 #pragma once
 
+#include "AesKey.h"
 #include "ByteRange.h"
 
 #include <chrono>
@@ -19,11 +20,31 @@ struct StreamInfo {
     std::string label; ///< "640x360", or empty
 };
 
+/// What a resource is encrypted with: AES-128-CBC over all of it, with PKCS#7 padding.
+struct Encryption {
+    std::string keyUrl; ///< where the 16 bytes of the key are
+    AesBytes iv{};
+
+    bool operator==(const Encryption& other) const {
+        return keyUrl == other.keyUrl && iv == other.iv;
+    }
+};
+
+/// A resource to fetch and to decrypt.
+struct MediaPart {
+    Resource resource;
+    std::optional<Encryption> encryption; ///< nothing where it is clear
+
+    bool operator==(const MediaPart& other) const {
+        return resource == other.resource && encryption == other.encryption;
+    }
+};
+
 /// One stretch of media to fetch.
 struct MediaPiece {
-    Resource media;
-    std::optional<Resource> init; ///< what the media cannot be decoded without
-    uint64_t index = 0;           ///< its number in the stream
+    MediaPart media;
+    std::optional<MediaPart> init; ///< what the media cannot be decoded without
+    uint64_t index = 0;            ///< its number in the stream
     double seconds = 0;
     bool discontinuity = false;
     bool missing = false; ///< the presentation itself says that there is nothing to fetch
