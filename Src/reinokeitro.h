@@ -7,8 +7,10 @@
 #include <Hascommon/CCDebugHAS.h>
 #include <Hascommon/CHASDebug.h>
 #include <Hascommon/Datetime.h>
+#include <Hascommon/Drm_Common.h>
 #include <Hascommon/Export.h>
 #include <Hascommon/GURL.h>
+#include <Hascommon/Linux/CAes.h>
 #include <Hascommon/Linux/Dlog.h>
 #include <Hascommon/Linux/HasMemory.h>
 #include <Hascommon/Linux/Sleep.h>

@@ -44,7 +44,7 @@ inline std::string nextUrl(hastool::Presentation& presentation, size_t track = 0
     const hastool::NextPiece next = presentation.next(track, stream);
     if (next.kind == Kind::Wait)
         return "wait";
-    return next.kind == Kind::End ? "end" : next.piece.media.url;
+    return next.kind == Kind::End ? "end" : next.piece.media.resource.url;
 }
 
 /// Asks again until there is something, or the end.

@@ -37,7 +37,7 @@ protected:
         const NextPiece next = presentation.next(0, stream);
         if (next.kind == NextPiece::Kind::Wait)
             return "wait";
-        return next.kind == NextPiece::Kind::End ? "end" : next.piece.media.url;
+        return next.kind == NextPiece::Kind::End ? "end" : next.piece.media.resource.url;
     }
     /// Asks again until there is something.
     static NextPiece awaitPiece(Presentation& presentation, size_t stream = 0) {

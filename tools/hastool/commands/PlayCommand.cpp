@@ -28,7 +28,7 @@ std::chrono::milliseconds inMilliseconds(double seconds) {
 } // namespace
 
 PlayCommand::PlayCommand(CLI::App& app)
-    : m_command(app.add_subcommand("play", "Play a clear HLS presentation without a screen")) {
+    : m_command(app.add_subcommand("play", "Play an HLS presentation without a screen")) {
     constexpr double kMaxSeconds = 1e6;
     CLI::App& command = *m_command;
     command.add_option("URL", m_options.url, "A master or media playlist")->required();

@@ -324,8 +324,9 @@ MediaPiece DashPresentation::pieceOf(size_t track, const Found& found) {
                                     static_cast<uint64_t>(representation.bandwidth), segment.time},
                                    m_url);
     MediaPiece piece;
-    piece.media = {resolve(base, media), segment.range};
-    piece.init = initOf(representation);
+    piece.media.resource = {resolve(base, media), segment.range};
+    if (const auto init = initOf(representation))
+        piece.init = MediaPart{*init, std::nullopt};
     piece.index = segment.number;
     piece.start = segment.start;
     piece.seconds = segment.seconds;

@@ -1,5 +1,6 @@
 #include "HlsPlaylist.h"
 
+#include "AesKey.h"
 #include "HlsAttributes.h"
 #include "Number.h"
 #include "ToolError.h"
@@ -52,6 +53,7 @@ private:
     void onByteRange(std::string_view value);
     void onMap(std::string_view value);
     void onKey(std::string_view value);
+    HlsKey key(const HlsAttributes& list) const;
     void onTargetDuration(std::string_view value);
     void onMediaSequence(std::string_view value);
     void onDiscontinuity(std::string_view) { m_pending.discontinuity = true; }
@@ -62,7 +64,8 @@ private:
     const std::string& m_url;
     size_t m_line = 0;
     HlsPlaylist m_playlist;
-    HlsSegment m_pending; ///< of the next URI
+    HlsSegment m_pending;                                        ///< of the next URI
+    std::map<std::string, std::shared_ptr<const HlsKey>> m_keys; ///< that hold, by KEYFORMAT
     bool m_hasDuration = false;
     bool m_rangeHasOffset = false;
     std::optional<HlsVariant> m_variant; ///< of the next URI
@@ -259,6 +262,7 @@ void Parser::onMap(std::string_view value) {
         map.range = range(list.get("BYTERANGE"), hasOffset);
     if (map.range && *map.range->length > std::numeric_limits<uint64_t>::max() - map.range->first)
         fail("a byte range beyond all ends");
+    map.key = m_pending.key;
     m_pending.map = std::make_shared<const HlsMap>(std::move(map));
 }
 
@@ -266,10 +270,31 @@ void Parser::onKey(std::string_view value) {
     const HlsAttributes list = attributes(value);
     if (list.get("METHOD").empty())
         fail("#EXT-X-KEY without a METHOD");
-    m_pending.key.reset();
-    if (list.get("METHOD") != "NONE")
-        m_pending.key = std::make_shared<const HlsKey>(
-            HlsKey{list.get("METHOD"), list.get("URI"), list.get("IV")});
+    if (list.get("METHOD") == "NONE") {
+        m_keys.clear();
+        m_pending.key.reset();
+        return;
+    }
+    auto next = std::make_shared<const HlsKey>(key(list));
+    m_keys[next->format] = next;
+    const auto plain = m_keys.find(HlsKey().format);
+    m_pending.key = plain != m_keys.end() ? plain->second : m_keys.begin()->second;
+}
+
+HlsKey Parser::key(const HlsAttributes& list) const {
+    HlsKey key;
+    key.method = list.get("METHOD");
+    key.uri = list.get("URI");
+    key.iv = list.get("IV");
+    if (!list.get("KEYFORMAT").empty())
+        key.format = list.get("KEYFORMAT");
+    if (key.method != "AES-128")
+        return key;
+    if (key.uri.empty())
+        fail("#EXT-X-KEY without a URI");
+    if (list.has("IV") && !parseIvAttribute(key.iv))
+        fail("not an initialisation vector: " + inQuotes(key.iv));
+    return key;
 }
 
 void Parser::onTargetDuration(std::string_view value) {

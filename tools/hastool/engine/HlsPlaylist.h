@@ -20,15 +20,20 @@ struct HlsVariant {
     std::string resolution;
 };
 
-/// The EXT-X-MAP or EXT-X-KEY that holds for a segment.
+/// The EXT-X-KEY that holds for a segment. Where several of different KEYFORMATs do, it is the one
+/// whose key is what lies at its URI.
+struct HlsKey {
+    std::string method;
+    std::string uri; ///< as written; there for AES-128
+    std::string iv;  ///< as written; empty, or for AES-128 what parseIvAttribute() reads
+    std::string format = "identity";
+};
+
+/// The EXT-X-MAP that holds for a segment.
 struct HlsMap {
     std::string uri;
     std::optional<ByteRange> range;
-};
-struct HlsKey {
-    std::string method;
-    std::string uri;
-    std::string iv;
+    std::shared_ptr<const HlsKey> key; ///< that holds where it is declared; null when it is clear
 };
 
 /// One media segment.

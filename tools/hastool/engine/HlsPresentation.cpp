@@ -192,20 +192,54 @@ NextPiece HlsPresentation::nothingNew(const Rendition& rendition) {
 }
 
 NextPiece HlsPresentation::pieceOf(const Rendition& rendition, const HlsSegment& segment) {
-    if (segment.key)
-        throw ToolError(rendition.base, "segment " + std::to_string(segment.sequence) +
-                                            " is encrypted (" + segment.key->method +
-                                            "); only clear streams can be played");
     NextPiece result;
     result.kind = NextPiece::Kind::Piece;
-    result.piece.media = {resolve(rendition, segment.uri), segment.range};
+    result.piece.media = mediaOf(rendition, segment);
     if (segment.map)
-        result.piece.init = Resource{resolve(rendition, segment.map->uri), segment.map->range};
+        result.piece.init = initOf(rendition, segment);
     result.piece.index = segment.sequence;
     result.piece.seconds = segment.seconds;
     result.piece.discontinuity = segment.discontinuity;
     result.piece.missing = segment.gap;
     return result;
+}
+
+MediaPart HlsPresentation::mediaOf(const Rendition& rendition, const HlsSegment& segment) const {
+    MediaPart part;
+    part.resource = {resolve(rendition, segment.uri), segment.range};
+    if (segment.key)
+        part.encryption =
+            Encryption{keyUrlOf(rendition, *segment.key, segment),
+                       parseIvAttribute(segment.key->iv).value_or(ivOfSequence(segment.sequence))};
+    return part;
+}
+
+/// An initialisation has no number that could stand for its vector.
+MediaPart HlsPresentation::initOf(const Rendition& rendition, const HlsSegment& segment) const {
+    const HlsMap& map = *segment.map;
+    MediaPart part;
+    part.resource = {resolve(rendition, map.uri), map.range};
+    if (!map.key)
+        return part;
+    const std::string keyUrl = keyUrlOf(rendition, *map.key, segment);
+    const auto iv = parseIvAttribute(map.key->iv);
+    if (!iv)
+        throw ToolError(rendition.base, "segment " + std::to_string(segment.sequence) +
+                                            ": its #EXT-X-MAP is encrypted without an IV");
+    part.encryption = Encryption{keyUrl, *iv};
+    return part;
+}
+
+std::string HlsPresentation::keyUrlOf(const Rendition& rendition, const HlsKey& key,
+                                      const HlsSegment& segment) const {
+    const std::string where = "segment " + std::to_string(segment.sequence);
+    if (key.method != "AES-128")
+        throw ToolError(rendition.base, where + " is encrypted by " + inQuotes(key.method) +
+                                            "; only AES-128 can be played");
+    if (key.format != HlsKey().format)
+        throw ToolError(rendition.base, where + " has a key of the format " + inQuotes(key.format) +
+                                            ", which cannot be fetched");
+    return resolve(rendition, key.uri);
 }
 
 std::string HlsPresentation::resolve(const Rendition& rendition, const std::string& uri) const {

@@ -12,7 +12,8 @@
 
 namespace hastool {
 
-/// A clear HLS presentation of a master playlist or of a single media playlist.
+/// An HLS presentation, clear or encrypted by AES-128, of a master playlist or of a single media
+/// playlist.
 ///
 /// A stream whose playlist has an end is read from its begin; another stream goes on at the same
 /// time in the media. A live stream is joined three segments before its end and read by media
@@ -50,6 +51,11 @@ private:
     const HlsSegment* find(const Rendition& rendition, uint64_t& lost) const;
     NextPiece nothingNew(const Rendition& rendition);
     NextPiece pieceOf(const Rendition& rendition, const HlsSegment& segment);
+    MediaPart mediaOf(const Rendition& rendition, const HlsSegment& segment) const;
+    MediaPart initOf(const Rendition& rendition, const HlsSegment& segment) const;
+    /// @throws ToolError for an encryption of another kind
+    std::string keyUrlOf(const Rendition& rendition, const HlsKey& key,
+                         const HlsSegment& segment) const;
     std::string resolve(const Rendition& rendition, const std::string& uri) const;
     static std::chrono::milliseconds reloadInterval(const Rendition& rendition);
 

@@ -1,7 +1,6 @@
 // One track of a play.
 #pragma once
 
-#include "ByteRange.h"
 #include "MediaWriter.h"
 #include "Presentation.h"
 #include "Renditions.h"
@@ -31,7 +30,7 @@ struct PlayTrack {
     std::vector<bool> isBroken; ///< streams whose manifest cannot be had
     Renditions renditions;
     MediaWriter writer;
-    Resource init; ///< that initBytes came from
+    MediaPart init; ///< that initBytes came from
     std::string initBytes;
     double seconds = 0; ///< fetched
     bool ended = false;

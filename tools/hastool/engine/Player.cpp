@@ -1,6 +1,7 @@
 #include "Player.h"
 
 #include "Interrupt.h"
+#include "SegmentDecryptor.h"
 #include "ToolError.h"
 
 #include <Hascommon/Datetime.h>
@@ -20,6 +21,7 @@ constexpr milliseconds kEnoughToBegin{2000};
 constexpr milliseconds kFastLevel{6000};
 constexpr milliseconds kStatusInterval{200};
 constexpr milliseconds kIdleTick{10};
+constexpr size_t kMaxKeyBytes = 1u << 20; // to be able to say that it is none
 constexpr size_t kMaxInitBytes = 16u << 20;
 constexpr size_t kMaxSegmentBytes = 256u << 20;     // minutes of the best video there is
 constexpr int kMaxFailuresInARow = 3;               // then it is not the segments
@@ -48,6 +50,9 @@ Player::Player(PlayOptions options, PlayObserver& observer)
     : m_options(std::move(options))
     , m_observer(observer)
     , m_downloader(forPlayer(m_options.engine), &m_checker)
+    , m_keys([this](const std::string& url, std::string& bytes) {
+        return fetch({url, std::nullopt}, kMaxKeyBytes, bytes);
+    })
     , m_buffer(kEnoughToBegin) {
     if (!m_options.trace.empty())
         m_trace.emplace(m_options.trace);
@@ -204,7 +209,7 @@ void Player::take(PlayTrack& track, const MediaPiece& piece) {
     if (!fetchInit(track, piece))
         return;
     std::string media;
-    const Outcome outcome = fetch(piece.media, kMaxSegmentBytes, media);
+    const Outcome outcome = fetchPart(piece.media, piece.index, kMaxSegmentBytes, media);
     if (outcome.ok)
         accept(track, piece, outcome, media);
     else if (!isInterrupted())
@@ -212,12 +217,12 @@ void Player::take(PlayTrack& track, const MediaPiece& piece) {
 }
 
 bool Player::fetchInit(PlayTrack& track, const MediaPiece& piece) {
-    const Resource wanted = piece.init.value_or(Resource());
+    const MediaPart wanted = piece.init.value_or(MediaPart());
     if (wanted == track.init)
         return true;
     std::string bytes;
     if (piece.init) {
-        const Outcome outcome = fetch(wanted, kMaxInitBytes, bytes);
+        const Outcome outcome = fetchPart(wanted, piece.index, kMaxInitBytes, bytes);
         if (!outcome.ok) {
             if (!isInterrupted())
                 skip(track, piece, outcome);
@@ -272,10 +277,10 @@ void Player::skip(PlayTrack& track, const MediaPiece& piece, const Outcome& outc
     track.seconds += piece.seconds; // the place goes on
     m_lastFailure = outcome.failure;
     if (!piece.missing) {
-        const std::string what = piece.media.url + ": " + outcome.failure;
+        const std::string what = piece.media.resource.url + ": " + outcome.failure;
         m_observer.onTrouble(what + "; skipped");
         if (++m_failuresInARow >= kMaxFailuresInARow)
-            throw ToolError(piece.media.url,
+            throw ToolError(piece.media.resource.url,
                             outcome.failure + ", like the segments before it; given up");
     }
     TraceRow row = rowOf(track, piece, outcome);
@@ -293,10 +298,40 @@ void Player::countLost(uint64_t pieces) {
 
 Outcome Player::fetch(const Resource& resource, size_t limit, std::string& bytes) {
     MemorySink sink(limit);
+    const Outcome outcome = fetchInto(resource, sink);
+    bytes = std::move(sink.bytes());
+    return outcome;
+}
+
+/// What cannot be decrypted ends the play: the segments behind it would not fare better.
+Outcome Player::fetchPart(const MediaPart& part, uint64_t index, size_t limit, std::string& bytes) {
+    if (!part.encryption)
+        return fetch(part.resource, limit, bytes);
+    try {
+        return decrypt(part, "segment " + std::to_string(index), limit, bytes);
+    } catch (const ToolError&) {
+        if (!isInterrupted())
+            throw;
+        return {};
+    }
+}
+
+Outcome Player::decrypt(const MediaPart& part, const std::string& name, size_t limit,
+                        std::string& bytes) {
+    const AesBytes key = m_keys.get(part.encryption->keyUrl, name);
+    MemorySink plain(limit);
+    SegmentDecryptor decryptor(key, part.encryption->iv, true, plain);
+    const Outcome outcome = fetchInto(part.resource, decryptor);
+    if (outcome.ok && !decryptor.finish())
+        throw ToolError(part.resource.url, name + " cannot be decrypted: " + decryptor.failure());
+    bytes = std::move(plain.bytes());
+    return outcome;
+}
+
+Outcome Player::fetchInto(const Resource& resource, ByteSink& sink) {
     Outcome outcome = download(m_downloader, resource, sink, true, [this] { tick(); });
     ++m_summary.downloads;
     m_summary.retries += static_cast<uint64_t>(outcome.retries);
-    bytes = std::move(sink.bytes());
     return outcome;
 }
 

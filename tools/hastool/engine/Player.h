@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Downloader.h"
+#include "KeyStore.h"
 #include "PlayTrack.h"
 #include "PlaybackBuffer.h"
 #include "Presentation.h"
@@ -124,6 +125,10 @@ private:
     void learnResolution(PlayTrack& track, const std::string& media);
     void countLost(uint64_t pieces);
     Outcome fetch(const Resource& resource, size_t limit, std::string& bytes);
+    Outcome fetchPart(const MediaPart& part, uint64_t index, size_t limit, std::string& bytes);
+    Outcome decrypt(const MediaPart& part, const std::string& name, size_t limit,
+                    std::string& bytes);
+    Outcome fetchInto(const Resource& resource, ByteSink& sink);
     TraceRow rowOf(const PlayTrack& track, const MediaPiece& piece, const Outcome& outcome);
     void record(const TraceRow& row);
     void playOut();
@@ -145,6 +150,7 @@ private:
     hascommon::CPlayerSupport m_support;
     std::optional<Trace> m_trace;
     Downloader m_downloader;
+    KeyStore m_keys;
     std::unique_ptr<Presentation> m_presentation;
     std::deque<PlayTrack> m_tracks; ///< the first is the one that the switcher chooses for
     PlaybackBuffer m_buffer;

@@ -1,6 +1,7 @@
 // What a player sees of a presentation, whatever its format.
 #pragma once
 
+#include "AesKey.h"
 #include "ByteRange.h"
 
 #include <chrono>
@@ -43,10 +44,30 @@ struct Protection {
     std::vector<ProtectionDescriptor> descriptors;
 };
 
+/// What a resource is encrypted with: AES-128-CBC over all of it, with PKCS#7 padding.
+struct Encryption {
+    std::string keyUrl; ///< where the 16 bytes of the key are
+    AesBytes iv{};
+
+    bool operator==(const Encryption& other) const {
+        return keyUrl == other.keyUrl && iv == other.iv;
+    }
+};
+
+/// A resource to fetch and to decrypt.
+struct MediaPart {
+    Resource resource;
+    std::optional<Encryption> encryption; ///< nothing where it is clear
+
+    bool operator==(const MediaPart& other) const {
+        return resource == other.resource && encryption == other.encryption;
+    }
+};
+
 /// One stretch of media to fetch.
 struct MediaPiece {
-    Resource media;
-    std::optional<Resource> init; ///< what the media cannot be decoded without
+    MediaPart media;
+    std::optional<MediaPart> init; ///< what the media cannot be decoded without
     /// Makes that from the media, for a format that has none to fetch; null otherwise.
     std::function<std::string(std::string_view media)> makeInit;
     uint64_t index = 0; ///< its number in the stream

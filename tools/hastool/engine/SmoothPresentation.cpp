@@ -169,7 +169,7 @@ MediaPiece SmoothPresentation::pieceOf(const SmoothStream& stream, const SmoothQ
     if (!url.SchemeIs("http") && !url.SchemeIs("https"))
         throw ToolError(m_url, "not an HTTP URL: " + inQuotes(uri));
     MediaPiece piece;
-    piece.media = {url.spec(), std::nullopt};
+    piece.media.resource = {url.spec(), std::nullopt};
     piece.index = static_cast<uint64_t>(&chunk - stream.chunks.data());
     piece.start = startOf(stream, chunk);
     piece.seconds = secondsOf(stream, chunk);

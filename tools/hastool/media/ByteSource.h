@@ -16,6 +16,10 @@ using ByteSource = std::function<void(const PieceSink& sink)>;
 /// read
 ByteSource fileSource(const std::string& path);
 
+/// What comes in on the standard input, once. @throws ToolError, from the call, when it cannot be
+/// read
+ByteSource standardInput();
+
 /// Bytes in memory.
 /// @param bytes  borrowed
 ByteSource memorySource(const std::string& bytes);

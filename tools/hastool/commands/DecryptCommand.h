@@ -1,0 +1,38 @@
+// hastool decrypt
+#pragma once
+
+#include "../engine/AesKey.h"
+
+#include <optional>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+namespace hastool {
+
+/// Decrypts a file of AES-128-CBC, as a segment of HLS is one.
+class DecryptCommand {
+public:
+    /// Adds the command and its options.
+    explicit DecryptCommand(CLI::App& app);
+
+    /// Whether the command line asked for it.
+    bool isChosen() const { return m_command->parsed(); }
+    /// Runs it. @return the exit status. @throws ToolError
+    int run();
+
+private:
+    /// Nothing, and why in `failure`, where the options give none.
+    std::optional<AesBytes> vector(std::string& failure) const;
+    void decrypt(const AesBytes& key, const AesBytes& iv) const;
+
+    CLI::App* m_command;
+    std::string m_key;
+    std::string m_iv;
+    std::optional<uint64_t> m_sequence;
+    bool m_noPadding = false;
+    std::string m_in;
+    std::string m_out;
+};
+
+} // namespace hastool
