@@ -1,4 +1,5 @@
 // HLS playlists: what is accepted keeps the parser's own promises.
+#include <hastool/engine/AesKey.h>
 #include <hastool/engine/HlsPlaylist.h>
 #include <hastool/engine/ToolError.h>
 
@@ -15,6 +16,12 @@ void require(bool condition) {
         abort();
 }
 
+void checkKey(const hastool::HlsKey& key) {
+    require(!key.method.empty() && key.method != "NONE" && !key.format.empty());
+    require(key.method != "AES-128" || !key.uri.empty());
+    require(key.method != "AES-128" || key.iv.empty() || hastool::parseIvAttribute(key.iv));
+}
+
 void checkSegments(const hastool::HlsPlaylist& playlist) {
     require(playlist.segments.size() <= hastool::kMaxSegments);
     uint64_t sequence = playlist.mediaSequence;
@@ -24,6 +31,10 @@ void checkSegments(const hastool::HlsPlaylist& playlist) {
         require(std::isfinite(segment.seconds) && segment.seconds >= 0);
         require(segment.seconds <= hastool::kMaxSegmentSeconds);
         require(!segment.map || !segment.map->uri.empty());
+        if (segment.key)
+            checkKey(*segment.key);
+        if (segment.map && segment.map->key)
+            checkKey(*segment.map->key);
     }
 }
 

@@ -182,6 +182,50 @@ TEST(HlsPlaylist, RefusesMapsAndKeysWithoutWhatTheyAreFor) {
     EXPECT_EQ(errorOf("#EXTM3U\n#EXT-X-MAP:BYTERANGE=\"1@0\"\n"),
               kUrl + ":2: #EXT-X-MAP without a URI");
     EXPECT_EQ(errorOf("#EXTM3U\n#EXT-X-KEY:URI=\"k\"\n"), kUrl + ":2: #EXT-X-KEY without a METHOD");
+    EXPECT_EQ(errorOf("#EXTM3U\n#EXT-X-KEY:METHOD=AES-128\n"),
+              kUrl + ":2: #EXT-X-KEY without a URI");
+}
+
+TEST(HlsPlaylist, RefusesVectorsThatAreNone) {
+    for (const std::string iv : {"", "0x", "12", "0x1g", "0x000000000000000000000000000000001"})
+        EXPECT_EQ(errorOf("#EXTM3U\n#EXT-X-KEY:METHOD=AES-128,URI=\"k\",IV=" + iv + "\n"),
+                  kUrl + ":2: not an initialisation vector: \"" + iv + "\"");
+    EXPECT_NO_THROW(parse("#EXTM3U\n#EXT-X-KEY:METHOD=SAMPLE-AES,URI=\"k\",IV=x\n" + kOneSegment))
+        << "those of others are theirs";
+}
+
+TEST(HlsPlaylist, ASegmentHasTheKeyThatCanBeFetched) {
+    const std::string fetched = "#EXT-X-KEY:METHOD=AES-128,URI=\"k1\"\n";
+    const std::string other = "#EXT-X-KEY:METHOD=AES-128,URI=\"skd://2\",KEYFORMAT=\"com.a\"\n";
+    for (const std::string& keys : {fetched + other, other + fetched}) {
+        const HlsPlaylist playlist = parse("#EXTM3U\n" + keys + kOneSegment);
+        EXPECT_EQ(playlist.segments.at(0).key->uri, "k1");
+        EXPECT_EQ(playlist.segments.at(0).key->format, "identity");
+    }
+    EXPECT_EQ(parse("#EXTM3U\n" + other + kOneSegment).segments.at(0).key->format, "com.a");
+    const HlsPlaylist spelt =
+        parse("#EXTM3U\n" + fetched +
+              "#EXT-X-KEY:METHOD=AES-128,URI=\"k3\",KEYFORMAT=\"identity\"\n" + kOneSegment);
+    EXPECT_EQ(spelt.segments.at(0).key->uri, "k3") << "a key takes the place of its like";
+}
+
+TEST(HlsPlaylist, NoneEndsTheKeysOfAllFormats) {
+    const HlsPlaylist playlist =
+        parse("#EXTM3U\n#EXT-X-KEY:METHOD=AES-128,URI=\"k\"\n"
+              "#EXT-X-KEY:METHOD=SAMPLE-AES,URI=\"s\",KEYFORMAT=\"com.a\"\n" +
+              kOneSegment + "#EXT-X-KEY:METHOD=NONE\n" + kOneSegment);
+    EXPECT_NE(playlist.segments.at(0).key, nullptr);
+    EXPECT_EQ(playlist.segments.at(1).key, nullptr);
+}
+
+TEST(HlsPlaylist, AMapHasTheKeyThatHoldsWhereItStands) {
+    const HlsPlaylist playlist =
+        parse("#EXTM3U\n#EXT-X-MAP:URI=\"i\"\n#EXT-X-KEY:METHOD=AES-128,URI=\"k\"\n" + kOneSegment +
+              "#EXT-X-MAP:URI=\"j\"\n" + kOneSegment + "#EXT-X-KEY:METHOD=NONE\n" + kOneSegment);
+    EXPECT_EQ(playlist.segments.at(0).map->key, nullptr);
+    EXPECT_EQ(playlist.segments.at(1).map->key->uri, "k");
+    EXPECT_EQ(playlist.segments.at(2).map->key->uri, "k");
+    EXPECT_EQ(playlist.segments.at(2).key, nullptr);
 }
 
 TEST(HlsPlaylist, RefusesSequenceNumbersThatWouldWrap) {

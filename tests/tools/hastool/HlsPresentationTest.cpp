@@ -9,6 +9,7 @@
 
 using namespace std::chrono_literals;
 using hastool::Document;
+using hastool::Encryption;
 using hastool::MediaPiece;
 using hastool::NextPiece;
 using hastool::Presentation;
@@ -168,22 +169,76 @@ TEST_F(HlsPresentationTest, TellsAllAboutAPiece) {
         "#EXT-X-DISCONTINUITY\n#EXT-X-GAP\n#EXT-X-BYTERANGE:50@8\n#EXTINF:1.5,\na.mp4\n"
         "#EXT-X-ENDLIST\n";
     const MediaPiece piece = open("http://h/a.m3u8")->next(0, 0).piece;
-    EXPECT_EQ(piece.media, (hastool::Resource{"http://h/a.mp4", hastool::ByteRange{8, 50}}));
-    EXPECT_EQ(piece.init, (hastool::Resource{"http://h/i.mp4", hastool::ByteRange{1, 7}}));
+    EXPECT_EQ(piece.media.resource,
+              (hastool::Resource{"http://h/a.mp4", hastool::ByteRange{8, 50}}));
+    EXPECT_EQ(piece.init->resource,
+              (hastool::Resource{"http://h/i.mp4", hastool::ByteRange{1, 7}}));
+    EXPECT_FALSE(piece.media.encryption || piece.init->encryption);
     EXPECT_EQ(piece.index, 9U);
     EXPECT_EQ(piece.seconds, 1.5);
     EXPECT_TRUE(piece.discontinuity && piece.missing);
     EXPECT_EQ(piece.lost, 0U);
 }
 
-TEST_F(HlsPresentationTest, RefusesAnEncryptedSegment) {
-    m_texts["http://h/a.m3u8"] = "#EXTM3U\n#EXT-X-MEDIA-SEQUENCE:3\n"
-                                 "#EXT-X-KEY:METHOD=AES-128,URI=\"k\"\n#EXTINF:1,\na\n"
+TEST_F(HlsPresentationTest, TellsKeyAndVectorOfEachSegment) {
+    m_texts["http://h/d/a.m3u8"] =
+        "#EXTM3U\n#EXT-X-MEDIA-SEQUENCE:4294967298\n#EXTINF:1,\na\n"
+        "#EXT-X-KEY:METHOD=AES-128,URI=\"k?1\"\n#EXTINF:1,\nb\n#EXTINF:1,\nc\n"
+        "#EXT-X-KEY:METHOD=AES-128,URI=\"https://keys/2\",IV=0x203\n#EXTINF:1,\nd\n"
+        "#EXT-X-KEY:METHOD=NONE\n#EXTINF:1,\ne\n#EXT-X-ENDLIST\n";
+    const auto presentation = open("http://h/d/a.m3u8");
+    const auto encryption = [&] { return presentation->next(0, 0).piece.media.encryption; };
+    EXPECT_FALSE(encryption());
+    EXPECT_EQ(encryption(),
+              (Encryption{"http://h/d/k?1", {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 3}}));
+    EXPECT_EQ(encryption(),
+              (Encryption{"http://h/d/k?1", {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 4}}));
+    EXPECT_EQ(encryption(),
+              (Encryption{"https://keys/2", {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 3}}));
+    EXPECT_FALSE(encryption());
+}
+
+TEST_F(HlsPresentationTest, AnInitialisationHasTheKeyThatHoldsWhereItIsDeclared) {
+    m_texts["http://h/a.m3u8"] = "#EXTM3U\n#EXT-X-KEY:METHOD=AES-128,URI=\"k1\",IV=0x01\n"
+                                 "#EXT-X-MAP:URI=\"i\"\n#EXTINF:1,\na\n"
+                                 "#EXT-X-KEY:METHOD=AES-128,URI=\"k2\"\n#EXTINF:1,\nb\n"
+                                 "#EXT-X-KEY:METHOD=NONE\n#EXT-X-MAP:URI=\"j\"\n#EXTINF:1,\nc\n"
                                  "#EXT-X-ENDLIST\n";
     const auto presentation = open("http://h/a.m3u8");
+    const MediaPiece first = presentation->next(0, 0).piece;
+    EXPECT_EQ(first.init->encryption->keyUrl, "http://h/k1");
+    EXPECT_EQ(first.init->encryption->iv[15], 1);
+    const MediaPiece second = presentation->next(0, 0).piece;
+    EXPECT_EQ(second.init, first.init);
+    EXPECT_EQ(second.media.encryption->keyUrl, "http://h/k2");
+    EXPECT_FALSE(presentation->next(0, 0).piece.init->encryption);
+}
+
+TEST_F(HlsPresentationTest, RefusesAnEncryptedInitialisationWithoutAVector) {
+    m_texts["http://h/a.m3u8"] = "#EXTM3U\n#EXT-X-KEY:METHOD=AES-128,URI=\"k\"\n"
+                                 "#EXT-X-MAP:URI=\"i\"\n#EXTINF:1,\na\n#EXT-X-ENDLIST\n";
+    const auto presentation = open("http://h/a.m3u8");
     EXPECT_EQ(test::errorOf([&] { next(*presentation); }),
-              "http://h/a.m3u8: segment 3 is encrypted (AES-128); only clear streams can be "
+              "http://h/a.m3u8: segment 0: its #EXT-X-MAP is encrypted without an IV");
+}
+
+TEST_F(HlsPresentationTest, RefusesAnEncryptionOfAnotherKind) {
+    const auto open3 = [&](const std::string& key) {
+        m_texts["http://h/a.m3u8"] = "#EXTM3U\n#EXT-X-MEDIA-SEQUENCE:3\n#EXT-X-KEY:" + key +
+                                     "\n#EXTINF:1,\na\n#EXT-X-ENDLIST\n";
+        const auto presentation = open("http://h/a.m3u8");
+        return test::errorOf([&] { next(*presentation); });
+    };
+    EXPECT_EQ(open3("METHOD=SAMPLE-AES,URI=\"k\""),
+              "http://h/a.m3u8: segment 3 is encrypted by \"SAMPLE-AES\"; only AES-128 can be "
               "played");
+    EXPECT_EQ(open3("METHOD=AES-256"), "http://h/a.m3u8: segment 3 is encrypted by \"AES-256\"; "
+                                       "only AES-128 can be played");
+    EXPECT_EQ(open3("METHOD=AES-128,URI=\"k\",KEYFORMAT=\"com.else\""),
+              "http://h/a.m3u8: segment 3 has a key of the format \"com.else\", which cannot be "
+              "fetched");
+    EXPECT_EQ(open3("METHOD=AES-128,URI=\"data:;base64,AAAA\""),
+              "http://h/a.m3u8: not an HTTP URL: \"data:;base64,AAAA\"");
 }
 
 TEST_F(HlsPresentationTest, RefusesAMasterInsideAMaster) {
@@ -208,7 +263,7 @@ TEST_F(HlsPresentationTest, LoadsALivePlaylistAgainAfterItsTargetDuration) {
     EXPECT_EQ(next(*presentation), "http://h/s0.ts");
     m_texts["http://h/l.m3u8"] = media("s", 0, 2, false, "0.2");
     EXPECT_EQ(m_fetches["http://h/l.m3u8"], 1);
-    EXPECT_EQ(awaitPiece(*presentation).piece.media.url, "http://h/s1.ts");
+    EXPECT_EQ(awaitPiece(*presentation).piece.media.resource.url, "http://h/s1.ts");
     EXPECT_EQ(m_fetches["http://h/l.m3u8"], 2);
 }
 
@@ -218,7 +273,7 @@ TEST_F(HlsPresentationTest, EndsALiveStreamThatIsEnded) {
     for (int i = 0; i < 3; ++i)
         next(*presentation);
     m_texts["http://h/l.m3u8"] = media("s", 1, 3, true, "0.1");
-    EXPECT_EQ(awaitPiece(*presentation).piece.media.url, "http://h/s3.ts");
+    EXPECT_EQ(awaitPiece(*presentation).piece.media.resource.url, "http://h/s3.ts");
     EXPECT_EQ(next(*presentation), "end");
     EXPECT_FALSE(presentation->isLive());
 }
@@ -228,7 +283,7 @@ TEST_F(HlsPresentationTest, WaitsForTheFirstSegmentOfALiveStream) {
     const auto presentation = open("http://h/l.m3u8");
     EXPECT_EQ(next(*presentation), "wait");
     m_texts["http://h/l.m3u8"] = media("s", 0, 5, false, "0.1");
-    EXPECT_EQ(awaitPiece(*presentation).piece.media.url, "http://h/s2.ts");
+    EXPECT_EQ(awaitPiece(*presentation).piece.media.resource.url, "http://h/s2.ts");
 }
 
 TEST_F(HlsPresentationTest, CatchesUpWhenTooFarBehindAndCountsWhatIsLost) {
@@ -238,7 +293,7 @@ TEST_F(HlsPresentationTest, CatchesUpWhenTooFarBehindAndCountsWhatIsLost) {
         next(*presentation);
     m_texts["http://h/l.m3u8"] = media("s", 7, 3, false, "0.1");
     const MediaPiece piece = awaitPiece(*presentation).piece;
-    EXPECT_EQ(piece.media.url, "http://h/s7.ts");
+    EXPECT_EQ(piece.media.resource.url, "http://h/s7.ts");
     EXPECT_EQ(piece.lost, 4U);
     EXPECT_EQ(presentation->next(0, 0).piece.lost, 0U);
 }
@@ -249,7 +304,7 @@ TEST_F(HlsPresentationTest, JoinsAgainWhenTheNumbersStartAnew) {
     for (int i = 0; i < 3; ++i)
         next(*presentation);
     m_texts["http://h/l.m3u8"] = media("n", 0, 4, false, "0.1");
-    EXPECT_EQ(awaitPiece(*presentation).piece.media.url, "http://h/n1.ts");
+    EXPECT_EQ(awaitPiece(*presentation).piece.media.resource.url, "http://h/n1.ts");
 }
 
 TEST_F(HlsPresentationTest, AnotherLiveStreamGoesOnAtTheSameNumber) {
@@ -274,7 +329,7 @@ TEST_F(HlsPresentationTest, RidesOutAFailingReload) {
     }
     EXPECT_GE(m_fetches["http://h/l.m3u8"], 3);
     m_texts["http://h/l.m3u8"] = text;
-    EXPECT_EQ(awaitPiece(*presentation).piece.media.url, "http://h/s1.ts");
+    EXPECT_EQ(awaitPiece(*presentation).piece.media.resource.url, "http://h/s1.ts");
 }
 
 TEST_F(HlsPresentationTest, GivesALiveStreamUpThatStaysAsItIs) {

@@ -1,5 +1,6 @@
 // Playlists from the field.
 #include <hastool/engine/HlsPlaylist.h>
+#include <hastool/engine/Presentation.h>
 #include <support/TempDir.h>
 
 #include <filesystem>
@@ -53,4 +54,41 @@ TEST(HlsSamples, KeysAreToldApart) {
     EXPECT_EQ(playlist.segments[0].key->uri, "https://priv.example.com/key.php?r=52");
     EXPECT_EQ(playlist.segments[4].key->iv, "0x00000000000000000000014BB69D61E4");
     EXPECT_EQ(playlist.segments[5].key, nullptr);
+    EXPECT_EQ(playlist.segments[0].key, playlist.segments[2].key);
+    EXPECT_EQ(playlist.segments[3].key->uri, "https://priv.example.com/key.php?r=53");
+    EXPECT_EQ(playlist.segments[3].key->iv, "");
+    EXPECT_EQ(playlist.segments[4].key->uri, "https://priv.example.com/key.php?r=54");
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(playlist.segments[static_cast<size_t>(i)].key->method, "AES-128");
+}
+
+TEST(HlsSamples, KeysOfOtherMethodsAreRead) {
+    const HlsPlaylist playlist =
+        parse("shaka-packager_avc-ts-live-playlist-with-key-rotation_bear-640x360-video.m3u8");
+    ASSERT_EQ(playlist.segments.size(), 2U);
+    EXPECT_EQ(playlist.segments[0].key->method, "SAMPLE-AES");
+    EXPECT_EQ(playlist.segments[0].key->uri, "data:text/plain;base64,MjM0NTY3ODkwMTIzNDU2MQ==");
+    EXPECT_EQ(playlist.segments[1].key->uri, "data:text/plain;base64,MzQ1Njc4OTAxMjM0NTYxMg==");
+    EXPECT_EQ(playlist.segments[1].key->iv, "0x3334353637383930");
+    EXPECT_EQ(playlist.segments[1].key->format, "identity");
+}
+
+TEST(HlsSamples, VectorsComeFromTheAttributeOrTheNumber) {
+    const std::string text =
+        test::readFile(std::string(HAS_SAMPLES_DIR) + "/manifests/hls/vhs_encrypted.m3u8") +
+        "\n#EXT-X-ENDLIST\n";
+    const auto presentation = hastool::openPresentation(
+        "http://h/a.m3u8",
+        [&](const std::string& url) {
+            return hastool::Document{text, url};
+        },
+        std::chrono::seconds(1));
+    const auto encryption = [&] { return presentation->next(0).piece.media.encryption.value(); };
+    EXPECT_EQ(encryption().iv, hastool::ivOfSequence(7794));
+    EXPECT_EQ(encryption().iv, hastool::ivOfSequence(7795));
+    EXPECT_EQ(encryption().iv, hastool::ivOfSequence(7796));
+    EXPECT_EQ(encryption().iv, hastool::ivOfSequence(7797));
+    EXPECT_EQ(encryption().iv, hastool::AesBytes({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x01, 0x4B, 0xB6,
+                                                  0x9D, 0x61, 0xE4}));
+    EXPECT_FALSE(presentation->next(0).piece.media.encryption);
 }
