@@ -120,7 +120,7 @@ public:
     /// or else from what was kept, becomes its last child, and each data offset in `trun` grows by
     /// its size; so does a `saio` offset that points behind the `moof`. A base data offset in
     /// `tfhd` counts from the file's start, so in every `moof` it moves by what was inserted before
-    /// since the segment began.
+    /// since the segment began; it moves in place of the runs where the first has no offset.
     ///
     /// **After a bad box** nothing of it is emitted, what came before it in this call is, and the
     /// next call begins a segment. After ERROR_BUFFER_LIMIT nothing has changed and smaller chunks
@@ -198,7 +198,8 @@ public:
     /// Reads a `moof` into the moof track records of those of its tracks that are known.
     ///
     /// Sample data that only `saiz` and `saio` describe is read where they say, counted from the
-    /// first byte of the `moof`; it must lie inside it. Its size is trusted, as by parsingBox().
+    /// first byte of the `moof`; it must lie inside it. Boxes of a `traf` may come in any order.
+    /// The size of the `moof` is trusted, as by parsingBox().
     /// @return the bytes walked, which is its size; -1 for a structural error, for auxiliary data
     ///         that is not where it is said to be, and when none of its tracks is known
     int moofBoxParsing(unsigned char* moof);
@@ -284,6 +285,7 @@ private:
     HAS_LOCAL int parsingTrunBox(const BoxView& trun);
 
     HAS_LOCAL bool walkChildren(const BoxView& parent, size_t from, const Walk& walk);
+    HAS_LOCAL bool walkTraf(const BoxView& traf, const Walk& walk);
     HAS_LOCAL bool walkBox(const BoxView& box, const Walk& walk);
     HAS_LOCAL bool bindLastTrack(const BoxView& moof);
     HAS_LOCAL const TRACK_FORMAT* findTrack(unsigned int trackId) const;

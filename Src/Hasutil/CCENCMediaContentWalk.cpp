@@ -17,6 +17,10 @@ constexpr size_t kLongHeader = 16;     // with a size of 64 bits
 constexpr unsigned int kMaxDepth = 32; // real media has about ten boxes in one another
 constexpr size_t kMaxTracks = 1000;    // more than any file has
 
+bool isAuxiliary(unsigned int type) {
+    return type == kSaiz || type == kSaio || type == kSenc;
+}
+
 /// A top-level box; only there may media data have a long size, or none.
 bool topBox(const BoxView& boxes, size_t at, BoxView& box) {
     const bool isMedia = boxes.holds(at, kBoxHeader) && boxes.u32(at + 4) == kMdat;
@@ -43,6 +47,8 @@ struct CCENCMediaContent::Walk {
     /// The fragment that is walked; null outside of one.
     const BoxView* moof = nullptr;
     unsigned int depth = 0;
+    /// Whether auxiliary information among the direct children waits for a second look.
+    bool leavesAuxiliary = false;
 };
 
 void CCENCMediaContent::clearMoov() {
@@ -125,7 +131,24 @@ bool CCENCMediaContent::walkChildren(const BoxView& parent, size_t from, const W
         return false;
     BoxView child;
     for (size_t at = from; at < parent.size(); at += child.size()) {
-        if (!parent.child(at, child) || !walkBox(child, {walk.moof, walk.depth + 1}))
+        if (!parent.child(at, child))
+            return false;
+        const bool isLeft = walk.leavesAuxiliary && isAuxiliary(child.type());
+        if (!isLeft && !walkBox(child, {walk.moof, walk.depth + 1}))
+            return false;
+    }
+    return true;
+}
+
+/// The boxes of a `traf` may come in any order, and those that describe samples can only be read
+/// once the runs have told how many there are.
+bool CCENCMediaContent::walkTraf(const BoxView& traf, const Walk& walk) {
+    m_moofTrack = nullptr; // until its own `tfhd`
+    if (!walkChildren(traf, kBoxHeader, {walk.moof, walk.depth, true}))
+        return false;
+    BoxView child;
+    for (size_t at = kBoxHeader; traf.child(at, child); at += child.size()) {
+        if (isAuxiliary(child.type()) && parsingBox(child.type(), child, walk) < 0)
             return false;
     }
     return true;
@@ -134,7 +157,7 @@ bool CCENCMediaContent::walkChildren(const BoxView& parent, size_t from, const W
 bool CCENCMediaContent::walkBox(const BoxView& box, const Walk& walk) {
     const unsigned int type = box.type();
     if (type == kTraf)
-        m_moofTrack = nullptr; // until its own `tfhd`
+        return walkTraf(box, walk);
     switch (getBoxParsingMode(type)) {
     case BOX_CONTAINER:
         return walkChildren(box, kBoxHeader, walk);

@@ -34,11 +34,16 @@ bool forChildren(const BoxView& parent, Visit visit) {
     return true;
 }
 
-template<typename Visit>
-bool forTrackChildren(const BoxView& moof, Visit visit) {
-    return forChildren(moof, [&visit](const BoxView& child) {
-        return child.type() != kTraf || forChildren(child, visit);
+/// Whether the samples of a `traf` begin at its absolute base itself, without an offset.
+bool beginsAtBase(const BoxView& traf) {
+    bool hasBase = false;
+    const bool hasNoRun = forChildren(traf, [&](const BoxView& box) {
+        if (box.type() == kTfhd)
+            hasBase = (box.u24(9) & kTfhdBaseOffset) != 0;
+        hasBase = hasBase && !(box.type() == kTrun && (box.u24(9) & kTrunDataOffset) != 0);
+        return box.type() != kTrun;
     });
+    return hasBase && !hasNoRun;
 }
 
 bool moveBase(const BoxView& tfhd, long long by) {
@@ -55,11 +60,11 @@ bool moveBase(const BoxView& tfhd, long long by) {
 bool moveRun(const BoxView& trun, unsigned int by) {
     if ((trun.u24(9) & kTrunDataOffset) == 0)
         return true;
-    const auto offset = static_cast<int>(trun.u32(16));
+    const auto offset = static_cast<int>(trun.u32(kDataOffsetAt));
     const long long moved = static_cast<long long>(offset) + by;
     if (moved > INT_MAX)
         return false;
-    storeU32(trun.data() + 16, static_cast<unsigned int>(moved));
+    storeU32(trun.data() + kDataOffsetAt, static_cast<unsigned int>(moved));
     return true;
 }
 
@@ -91,26 +96,36 @@ bool moveAuxiliary(const BoxView& saio, size_t moofSize, unsigned int by) {
     return true;
 }
 
+bool moveTraf(const BoxView& traf, size_t moofSize, const Moved& moved) {
+    // Where the runs are counted from the samples' beginning, it is the base that moves.
+    const bool movesBase = beginsAtBase(traf);
+    return forChildren(traf, [&](const BoxView& box) {
+        switch (box.type()) {
+        case kTfhd:
+            return moveBase(box, moved.before + (movesBase ? moved.behind : 0));
+        case kTrun:
+            return movesBase || moveRun(box, moved.behind);
+        case kSaio:
+            return moveAuxiliary(box, moofSize, moved.behind);
+        default:
+            return true;
+        }
+    });
+}
+
 } // namespace
 
 namespace hascommon::detail {
 
 bool isFragmentSound(const BoxView& moof) {
-    return forTrackChildren(moof, isFieldBoxSound);
+    return forChildren(moof, [](const BoxView& child) {
+        return child.type() != kTraf || forChildren(child, isFieldBoxSound);
+    });
 }
 
 bool moveFragment(const BoxView& moof, const Moved& moved) {
-    return forTrackChildren(moof, [&](const BoxView& box) {
-        switch (box.type()) {
-        case kTfhd:
-            return moveBase(box, moved.before);
-        case kTrun:
-            return moveRun(box, moved.behind);
-        case kSaio:
-            return moveAuxiliary(box, moof.size(), moved.behind);
-        default:
-            return true;
-        }
+    return forChildren(moof, [&](const BoxView& child) {
+        return child.type() != kTraf || moveTraf(child, moof.size(), moved);
     });
 }
 

@@ -18,7 +18,8 @@ struct Moved {
 };
 
 /// Corrects the base data offset (absolute) of each `tfhd`, the data offset of each `trun`, and
-/// those `saio` offsets that point behind the `moof`.
+/// those `saio` offsets that point behind the `moof`. Where samples begin at the base itself,
+/// because the first run has no offset, the base moves in place of the runs.
 /// @param moof  sound, of the size it had before anything was inserted
 /// @return false when a sum does not fit its field; some may have been written then
 bool moveFragment(const BoxView& moof, const Moved& moved);
