@@ -1,3 +1,4 @@
+#include "commands/BoxesCommand.h"
 #include "commands/ExitCode.h"
 #include "commands/GetCommand.h"
 #include "commands/PlayCommand.h"
@@ -35,6 +36,7 @@ int run(int argc, char** argv) {
     app.failure_message([](const CLI::App*, const CLI::Error& error) {
         return "hastool: " + std::string(error.what()) + "\n";
     });
+    hastool::BoxesCommand boxes(app);
     hastool::GetCommand get(app);
     hastool::PlayCommand play(app);
     hastool::SpsCommand sps(app);
@@ -45,6 +47,8 @@ int run(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? hastool::kDone : hastool::kWrongUsage;
     }
+    if (boxes.isChosen())
+        return boxes.run();
     if (get.isChosen())
         return get.run();
     if (sps.isChosen())
