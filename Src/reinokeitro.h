@@ -43,8 +43,12 @@
 #include <Hasnet/curl_thread_option.h>
 #include <Hasutil/CArray.h>
 #include <Hasutil/CBbtsParser.h>
+#include <Hasutil/CCENCMediaContent.h>
+#include <Hasutil/CENCFormat.h>
 #include <Hasutil/CPlayerSupport.h>
 #include <Hasutil/CTSPacketBuffer.h>
+#include <Hasutil/ContentProtection_t.h>
+#include <Hasutil/DrmTypes.h>
 #include <Hasutil/H264HeaderParser.h>
 #include <Hasutil/H264SequenceSetParse.h>
 #include <Hasutil/H264_SyntaxReader.h>
