@@ -120,7 +120,7 @@ public:
     /// or else from what was kept, becomes its last child, and each data offset in `trun` grows by
     /// its size; so does a `saio` offset that points behind the `moof`. A base data offset in
     /// `tfhd` counts from the file's start, so in every `moof` it moves by what was inserted before
-    /// since the segment began.
+    /// since the segment began; it moves in place of the runs where the first has no offset.
     ///
     /// **After a bad box** nothing of it is emitted, what came before it in this call is, and the
     /// next call begins a segment. After ERROR_BUFFER_LIMIT nothing has changed and smaller chunks
@@ -198,7 +198,8 @@ public:
     /// Reads a `moof` into the moof track records of those of its tracks that are known.
     ///
     /// Sample data that only `saiz` and `saio` describe is read where they say, counted from the
-    /// first byte of the `moof`; it must lie inside it. Its size is trusted, as by parsingBox().
+    /// first byte of the `moof`; it must lie inside it. Boxes of a `traf` may come in any order.
+    /// The size of the `moof` is trusted, as by parsingBox().
     /// @return the bytes walked, which is its size; -1 for a structural error, for auxiliary data
     ///         that is not where it is said to be, and when none of its tracks is known
     int moofBoxParsing(unsigned char* moof);
@@ -222,10 +223,10 @@ public:
     ///
     /// With one offset the samples' records lie one behind another; with several there is one for
     /// each run. A record is the IV and, where it is longer, the subsamples.
-    /// @param moof   the bytes in which all of it must lie; offsets count from the first
+    /// @param moof   the bytes in which all of it must lie, only read; offsets count from the first
     /// @param bytes  how many they are
     /// @return 1; -1 when it is not there, or does not fit the sizes `saiz` gave
-    int getAuxiliaryDataFormat(const unsigned char* moof, size_t bytes);
+    int getAuxiliaryDataFormat(unsigned char* moof, size_t bytes);
 
     /// Appends a track; the boxes of a `moov` behind it fill it.
     void addTrackData(const TRACK_FORMAT& track);
@@ -270,41 +271,41 @@ private:
     HAS_LOCAL void clearStream();
     HAS_LOCAL int fail(int error);
 
-    HAS_LOCAL bool makeRoom(unsigned int inLen);
+    HAS_LOCAL bool resizeBuffer(unsigned int inLen);
     HAS_LOCAL Step emitNext(ChunkReader& reader, Target& target);
     HAS_LOCAL Step beginBox(ChunkReader& reader);
-    HAS_LOCAL Step passMedia(ChunkReader& reader, Target& target);
     HAS_LOCAL bool emitBox(const BoxView& box, Target& target);
     HAS_LOCAL bool emitMoov(const BoxView& moov, Target& target);
     HAS_LOCAL bool emitSeparateMoov(const BoxView& moov, size_t psshAt, Target& target);
     HAS_LOCAL bool emitMuxedMoov(const BoxView& moov, size_t psshAt, Target& target);
     HAS_LOCAL bool emitMoof(const BoxView& moof, Target& target);
-    HAS_LOCAL bool lookAtFragment(const BoxView& moof);
-    HAS_LOCAL bool choosePssh(const Target& target, PsshBox& pssh);
+    HAS_LOCAL bool lookIntoMoof(const BoxView& moof);
+    HAS_LOCAL bool choosePssh(bool hasOwn, const Target& target, PsshBox& pssh);
+    HAS_LOCAL int parsingTrafBox(const BoxView& traf);
+    HAS_LOCAL int parsingTrunBox(const BoxView& trun);
 
     HAS_LOCAL bool walkChildren(const BoxView& parent, size_t from, const Walk& walk);
+    HAS_LOCAL bool walkTraf(const BoxView& traf, const Walk& walk);
     HAS_LOCAL bool walkBox(const BoxView& box, const Walk& walk);
-    HAS_LOCAL bool bindLast(const BoxView& moof);
-    HAS_LOCAL int parse(unsigned int type, const BoxView& box, const Walk& walk);
-    HAS_LOCAL int parseMoovBox(unsigned int type, const BoxView& box);
-    HAS_LOCAL int parseMoofBox(unsigned int type, const BoxView& box);
-    HAS_LOCAL int moovBoxParsing(const BoxView& box);
+    HAS_LOCAL bool bindLastTrack(const BoxView& moof);
+    HAS_LOCAL const TRACK_FORMAT* findTrack(unsigned int trackId) const;
+    HAS_LOCAL int parsingBox(unsigned int type, const BoxView& box, const Walk& walk);
+    HAS_LOCAL int parsingMoovPart(unsigned int type, const BoxView& box);
+    HAS_LOCAL int moovBoxParsing();
     HAS_LOCAL int tkhdBoxParsing(const BoxView& box);
     HAS_LOCAL int hdlrBoxParsing(const BoxView& box);
     HAS_LOCAL int stsdBoxParsing(const BoxView& box);
-    HAS_LOCAL int sampleEntryParsing(const BoxView& box, int fields);
-    HAS_LOCAL int sinfBoxParsing(const BoxView& box);
+    HAS_LOCAL int sampleEntryParsing(const BoxView& box, unsigned int fields);
     HAS_LOCAL int frmaBoxParsing(const BoxView& box);
     HAS_LOCAL int tencBoxParsing(const BoxView& box);
     HAS_LOCAL int psshBoxParsing(const BoxView& box);
-    HAS_LOCAL int walkMoof(const BoxView& moof, const Walk& walk);
+    HAS_LOCAL int moofBoxParsing(const BoxView& moof, const Walk& walk);
     HAS_LOCAL int tfhdBoxParsing(const BoxView& box);
     HAS_LOCAL int trunBoxParsing(const BoxView& box);
+    HAS_LOCAL void readSamples(const BoxView& fields, unsigned int flags, unsigned int count);
     HAS_LOCAL int saizBoxParsing(const BoxView& box);
     HAS_LOCAL int saioBoxParsing(const BoxView& box);
     HAS_LOCAL int sencBoxParsing(const BoxView& box);
-    HAS_LOCAL int findDataOffset(const BoxView& traf);
-    HAS_LOCAL const TRACK_FORMAT* findTrack(unsigned int trackId) const;
 
     eDRM_TYPE m_drmType = eDRM_TYPE_NONE;
     bool m_avSeparated = false;

@@ -1,0 +1,103 @@
+#include <Hasutil/detail/AuxiliaryData.h>
+
+#include <algorithm>
+#include <cstring>
+#include <numeric>
+
+namespace {
+
+using namespace hascommon::detail;
+
+constexpr size_t kSubsample = 6;
+
+/// One offset of a `saio`; those of version 1 are kept as two words, the low one first.
+unsigned long long offsetOf(const MOOF_TRACK_FORMAT& track, size_t index) {
+    const auto& words = track.saioOffsets;
+    if (words.size() == track.saioCount)
+        return words[index];
+    return words[2 * index] | static_cast<unsigned long long>(words[2 * index + 1]) << 32;
+}
+
+/// Whether the offsets are there; a record may have been put together by an embedder.
+bool hasOffsets(const MOOF_TRACK_FORMAT& track) {
+    const size_t words = track.saioOffsets.size();
+    return words == track.saioCount || words == 2ULL * track.saioCount;
+}
+
+/// The runs that the offsets stand for: with one offset everything is a single run.
+bool runsOf(const MOOF_TRACK_FORMAT& track, std::vector<unsigned int>& runs) {
+    if (track.saioCount == 1)
+        runs.assign(1, static_cast<unsigned int>(track.samples.size()));
+    else
+        runs = track.runSampleCounts;
+    const auto samples = std::accumulate(runs.begin(), runs.end(), 0ULL);
+    return runs.size() == track.saioCount && samples == track.samples.size();
+}
+
+} // namespace
+
+namespace hascommon::detail {
+
+bool AuxiliaryReader::read(const BoxView& bytes, size_t& at, bool hasSubsamples,
+                           SAMPLE_FORMAT& sample) {
+    if (!bytes.holds(at, m_ivSize))
+        return false;
+    memset(sample.iv, 0, sizeof sample.iv);
+    memcpy(sample.iv, bytes.data() + at, m_ivSize);
+    sample.ivSize = m_ivSize;
+    sample.subsampleCount = 0;
+    at += m_ivSize;
+    return !hasSubsamples || readSubsamples(bytes, at, sample);
+}
+
+bool AuxiliaryReader::readSized(const BoxView& bytes, size_t& at, SAMPLE_FORMAT& sample) {
+    if (sample.auxSize == 0)
+        return true;
+    if (sample.auxSize < m_ivSize || !bytes.holds(at, sample.auxSize))
+        return false;
+    const BoxView record(bytes.data() + at, sample.auxSize);
+    at += sample.auxSize;
+    size_t used = 0;
+    return read(record, used, sample.auxSize > m_ivSize, sample);
+}
+
+bool AuxiliaryReader::readSubsamples(const BoxView& bytes, size_t& at, SAMPLE_FORMAT& sample) {
+    if (!bytes.holds(at, 2))
+        return false;
+    const unsigned int count = bytes.u16(at);
+    if (!bytes.holds(at + 2, kSubsample * count))
+        return false;
+    at += 2;
+    sample.subsampleCount = static_cast<unsigned short>(count);
+    sample.firstSubsample = static_cast<unsigned int>(m_track.subsamples.size());
+    for (unsigned int i = 0; i < count; ++i, at += kSubsample)
+        m_track.subsamples.push_back(
+            {static_cast<unsigned short>(bytes.u16(at)), bytes.u32(at + 2)});
+    return true;
+}
+
+bool bindAuxiliaryData(const BoxView& moof, unsigned char ivSize, MOOF_TRACK_FORMAT& track) {
+    const bool isEmpty =
+        std::all_of(track.samples.begin(), track.samples.end(),
+                    [](const SAMPLE_FORMAT& sample) { return sample.auxSize == 0; });
+    if (isEmpty)
+        return true;
+    std::vector<unsigned int> runs;
+    if (ivSize > kMaxIv || !hasOffsets(track) || !runsOf(track, runs))
+        return false;
+    AuxiliaryReader reader(track, ivSize);
+    auto sample = track.samples.begin();
+    for (size_t run = 0; run < runs.size(); ++run) {
+        const unsigned long long offset = offsetOf(track, run);
+        if (!moof.holds(offset, 0))
+            return false;
+        auto at = static_cast<size_t>(offset);
+        for (unsigned int i = 0; i < runs[run]; ++i, ++sample) {
+            if (!reader.readSized(moof, at, *sample))
+                return false;
+        }
+    }
+    return true;
+}
+
+} // namespace hascommon::detail

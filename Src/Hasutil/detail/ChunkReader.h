@@ -1,0 +1,39 @@
+// The stream as one run of bytes: those that wait, and the chunk in hand behind them.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+namespace hascommon::detail {
+
+/// Takes a stream that comes in chunks apart. What does not have to wait is never copied: bytes are
+/// moved behind those that wait only as far as somebody asks to see them in one piece.
+class ChunkReader {
+public:
+    /// @param waiting  what keepRest() kept; stays the owner's
+    /// @param chunk    stays the caller's while this lives
+    /// @param limit    the most bytes that memory is taken for; nobody asks for more at a time
+    ChunkReader(std::vector<unsigned char>& waiting, unsigned char* chunk, size_t size,
+                size_t limit);
+
+    size_t available() const { return m_waiting.size() + m_left; }
+
+    /// The first `size` of the available bytes in one piece.
+    unsigned char* front(size_t size);
+    /// Copies the first `size` of the available bytes and drops them.
+    void pass(unsigned char* out, size_t size);
+    /// Drops the first `size` of the available bytes.
+    void drop(size_t size);
+    /// Lets what is available wait for the next chunk.
+    void keepRest();
+
+private:
+    void moveBehindWaiting(size_t size);
+
+    std::vector<unsigned char>& m_waiting;
+    unsigned char* m_chunk;
+    size_t m_left;
+    size_t m_limit;
+};
+
+} // namespace hascommon::detail

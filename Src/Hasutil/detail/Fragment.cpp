@@ -1,0 +1,132 @@
+#include <Hasutil/detail/Fragment.h>
+
+#include <Hasutil/detail/BoxTypes.h>
+#include <Hasutil/detail/SaioEntries.h>
+
+#include <climits>
+
+namespace {
+
+using namespace hascommon::detail;
+
+bool isFieldBoxSound(const BoxView& box) {
+    SaioEntries entries;
+    switch (box.type()) {
+    case kTfhd:
+        return box.holds(0, 16) && (box.holds(16, 8) || (box.u24(9) & kTfhdBaseOffset) == 0);
+    case kTrun:
+        return box.holds(0, 16) && (box.holds(16, 4) || (box.u24(9) & kTrunDataOffset) == 0);
+    case kSaio:
+        return findSaioEntries(box, entries);
+    default:
+        return true;
+    }
+}
+
+/// Calls `visit` for each child; false as soon as a child does not fit or `visit` says so.
+template<typename Visit>
+bool forChildren(const BoxView& parent, Visit visit) {
+    BoxView child;
+    for (size_t at = kBoxHeader; at < parent.size(); at += child.size()) {
+        if (!parent.child(at, child) || !visit(child))
+            return false;
+    }
+    return true;
+}
+
+/// Whether the samples of a `traf` begin at its absolute base itself, without an offset.
+bool beginsAtBase(const BoxView& traf) {
+    bool hasBase = false;
+    const bool hasNoRun = forChildren(traf, [&](const BoxView& box) {
+        if (box.type() == kTfhd)
+            hasBase = (box.u24(9) & kTfhdBaseOffset) != 0;
+        hasBase = hasBase && !(box.type() == kTrun && (box.u24(9) & kTrunDataOffset) != 0);
+        return box.type() != kTrun;
+    });
+    return hasBase && !hasNoRun;
+}
+
+bool moveBase(const BoxView& tfhd, long long by) {
+    if ((tfhd.u24(9) & kTfhdBaseOffset) == 0)
+        return true;
+    const unsigned long long base = tfhd.u64(16);
+    const unsigned long long moved = base + static_cast<unsigned long long>(by);
+    if (by < 0 ? moved > base : moved < base)
+        return false;
+    storeU64(tfhd.data() + 16, moved);
+    return true;
+}
+
+bool moveRun(const BoxView& trun, unsigned int by) {
+    if ((trun.u24(9) & kTrunDataOffset) == 0)
+        return true;
+    const auto offset = static_cast<int>(trun.u32(kDataOffsetAt));
+    const long long moved = static_cast<long long>(offset) + by;
+    if (moved > INT_MAX)
+        return false;
+    storeU32(trun.data() + kDataOffsetAt, static_cast<unsigned int>(moved));
+    return true;
+}
+
+bool moveShortOffset(const BoxView& entry, size_t moofSize, unsigned int by) {
+    const unsigned int offset = entry.u32(0);
+    if (offset < moofSize)
+        return true;
+    storeU32(entry.data(), offset + by);
+    return offset + by >= by;
+}
+
+bool moveLongOffset(const BoxView& entry, size_t moofSize, unsigned int by) {
+    const unsigned long long offset = entry.u64(0);
+    if (offset < moofSize)
+        return true;
+    storeU64(entry.data(), offset + by);
+    return offset + by >= by;
+}
+
+bool moveAuxiliary(const BoxView& saio, size_t moofSize, unsigned int by) {
+    SaioEntries offsets;
+    if (!findSaioEntries(saio, offsets))
+        return false;
+    const auto move = offsets.width == 4 ? moveShortOffset : moveLongOffset;
+    for (size_t i = 0; i < offsets.count; ++i) {
+        if (!move(offsets.entry(saio, i), moofSize, by))
+            return false;
+    }
+    return true;
+}
+
+bool moveTraf(const BoxView& traf, size_t moofSize, const Moved& moved) {
+    // Where the runs are counted from the samples' beginning, it is the base that moves.
+    const bool movesBase = beginsAtBase(traf);
+    return forChildren(traf, [&](const BoxView& box) {
+        switch (box.type()) {
+        case kTfhd:
+            return moveBase(box, moved.before + (movesBase ? moved.behind : 0));
+        case kTrun:
+            return movesBase || moveRun(box, moved.behind);
+        case kSaio:
+            return moveAuxiliary(box, moofSize, moved.behind);
+        default:
+            return true;
+        }
+    });
+}
+
+} // namespace
+
+namespace hascommon::detail {
+
+bool isFragmentSound(const BoxView& moof) {
+    return forChildren(moof, [](const BoxView& child) {
+        return child.type() != kTraf || forChildren(child, isFieldBoxSound);
+    });
+}
+
+bool moveFragment(const BoxView& moof, const Moved& moved) {
+    return forChildren(moof, [&](const BoxView& child) {
+        return child.type() != kTraf || moveTraf(child, moof.size(), moved);
+    });
+}
+
+} // namespace hascommon::detail
