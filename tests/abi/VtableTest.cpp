@@ -224,6 +224,36 @@ std::vector<std::string> checkerSlots() {
     return slots;
 }
 
+std::vector<std::string> handlerSlots(const std::string& name) {
+    return of(
+        name,
+        {
+            "~" + name + "()",
+            "~" + name + "()",
+            "GetLastErrorCode()",
+            "SetDRMProperty(Has_DRMPropertyType, string)",
+            "AddSchemeInformation(int, int, MediaType, string const&)",
+            "UpdateSchemeInformation(int, int, MediaType, string const&)",
+            "DeletePeriod(int)",
+            "OnContentStart(void*)",
+            "GetUndecryptedData(int, int, unsigned int&)",
+            "GetDRMDownloadInfo(int, int, int&, string&, unsigned char*&, unsigned int&)",
+            "ProcessDRMInfo(int, int, int, unsigned int, unsigned char*, unsigned int)",
+            "OnSegmentStart(int, int, int, void*, bool)",
+            "ProcessSegmentData(int, int, unsigned char const*, unsigned int, unsigned char*, "
+            "unsigned int&)",
+            "ProcessSegmentFinalData(int, int, unsigned char*&, unsigned int&)",
+            "OnSegmentEnd(int, int)",
+            "OnContentEnd()",
+            "SetExtendHandler(IDashDRMCallback*)",
+            "ResetBuffer()",
+            "GetDRMErrorCode(int*)",
+            "GetDRMErrInfo(string&)",
+            "SetDRMHeader(string)",
+            "setContentProtectionInfo(int, int, void*)",
+        });
+}
+
 std::vector<Row> rows() {
     return {
         {"CurlEasy", "N9hascommon8CurlEasyE",
@@ -267,6 +297,11 @@ std::vector<Row> rows() {
         {"StringBuffer", "N9hascommon12StringBufferE", bufferSlots("StringBuffer")},
         {"CTSPacketBuffer", "N9hascommon15CTSPacketBufferE", bufferSlots("CTSPacketBuffer")},
         {"Packet", "N9hascommon6PacketE", of("Packet", {"~Packet()", "~Packet()"})},
+        {"Marlin", "N9hascommon24DashMarlinCencDRMHandlerE",
+         handlerSlots("DashMarlinCencDRMHandler")},
+        {"PlayReady", "N9hascommon27DashPlayReadyCencDRMHandlerE",
+         handlerSlots("DashPlayReadyCencDRMHandler")},
+        {"Qdrm", "N9hascommon22DashQDRMCencDRMHandlerE", handlerSlots("DashQDRMCencDRMHandler")},
     };
 }
 

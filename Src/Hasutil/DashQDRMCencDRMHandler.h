@@ -1,0 +1,72 @@
+/// @file
+/// Passes DASH segments through for QDRM.
+#pragma once
+
+#include <Hascommon/Export.h>
+#include <Hasutil/IDRMHandler.h>
+
+#include <memory>
+#include <string>
+
+class CCENCMediaContent;
+
+namespace hascommon {
+
+/// The handler for QDRM. Segments pass as IDRMHandler and CCENCMediaContent say; everything not
+/// described here is as the interface has it.
+///
+/// A segment that could not be processed leaves the content object's error as the last error, so
+/// that every later one is refused until OnContentStart(). The other handlers go on. This is meant.
+///
+/// Thread safety: one thread at a time.
+class HAS_API DashQDRMCencDRMHandler : public IDRMHandler {
+public:
+    /// A handler without an error, whose content has not begun.
+    /// @param contentType  kept; nothing depends on it
+    /// @param flag         whether audio and video are separate representations, see
+    ///                     CCENCMediaContent::init()
+    DashQDRMCencDRMHandler(CONTENT_TYPE contentType, bool flag);
+    ~DashQDRMCencDRMHandler() override;
+    DashQDRMCencDRMHandler(const DashQDRMCencDRMHandler&) = delete;
+    DashQDRMCencDRMHandler& operator=(const DashQDRMCencDRMHandler&) = delete;
+
+    int GetLastErrorCode() override;
+    /// Logs it.
+    /// @return 1
+    int SetDRMProperty(Has_DRMPropertyType type, std::string value) override;
+    int AddSchemeInformation(int period, int representation, MediaType mediaType,
+                             const std::string& scheme) override;
+    int UpdateSchemeInformation(int period, int representation, MediaType mediaType,
+                                const std::string& scheme) override;
+    int DeletePeriod(int period) override;
+    /// Begins a content and clears the last error.
+    /// @param drmInfo  not looked at
+    /// @return 1
+    int OnContentStart(void* drmInfo) override;
+    int GetUndecryptedData(int period, int representation, unsigned int& size) override;
+    int GetDRMDownloadInfo(int period, int representation, int& type, std::string& url,
+                           unsigned char*& body, unsigned int& bodySize) override;
+    int ProcessDRMInfo(int period, int representation, int type, unsigned int status,
+                       unsigned char* data, unsigned int size) override;
+    int OnSegmentStart(int period, int representation, int kind, void* info, bool flag) override;
+    int ProcessSegmentData(int period, int representation, const unsigned char* in,
+                           unsigned int inLen, unsigned char* out, unsigned int& outLen) override;
+    int ProcessSegmentFinalData(int period, int representation, unsigned char*& out,
+                                unsigned int& outLen) override;
+    int OnSegmentEnd(int period, int representation) override;
+    int OnContentEnd() override;
+    void SetExtendHandler(IDashDRMCallback* callback) override;
+    void ResetBuffer() override;
+    void GetDRMErrorCode(int* code) override;
+    void GetDRMErrInfo(std::string& info) override;
+    void SetDRMHeader(std::string header) override;
+    void setContentProtectionInfo(int period, int representation, void* descriptors) override;
+
+private:
+    CONTENT_TYPE m_contentType;
+    bool m_flag;
+    int m_lastError = 0;
+    std::unique_ptr<CCENCMediaContent> m_content;
+};
+
+} // namespace hascommon

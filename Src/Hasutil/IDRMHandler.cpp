@@ -1,0 +1,7 @@
+#include <Hasutil/IDRMHandler.h>
+
+namespace hascommon {
+
+IDRMHandler::~IDRMHandler() = default;
+
+} // namespace hascommon

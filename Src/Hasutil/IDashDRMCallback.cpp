@@ -1,0 +1,3 @@
+#include <Hasutil/IDashDRMCallback.h>
+
+IDashDRMCallback::~IDashDRMCallback() = default;
