@@ -210,9 +210,10 @@ void Player::take(PlayTrack& track, const MediaPiece& piece) {
         return;
     std::string media;
     const Outcome outcome = fetchPart(piece.media, piece.index, kMaxSegmentBytes, media);
-    if (outcome.ok)
+    if (outcome.ok) {
+        protect(piece, piece.media, media);
         accept(track, piece, outcome, media);
-    else if (!isInterrupted())
+    } else if (!isInterrupted())
         skip(track, piece, outcome);
 }
 
@@ -229,6 +230,8 @@ bool Player::fetchInit(PlayTrack& track, const MediaPiece& piece) {
             return false;
         }
     }
+    if (piece.init)
+        protect(piece, *piece.init, bytes);
     track.init = wanted;
     track.initBytes = std::move(bytes);
     return true;
@@ -313,6 +316,18 @@ Outcome Player::fetchPart(const MediaPart& part, uint64_t index, size_t limit, s
         if (!isInterrupted())
             throw;
         return {};
+    }
+}
+
+/// Passes what is protected through its handler. One that is refused ends the play.
+void Player::protect(const MediaPiece& piece, const MediaPart& part, std::string& bytes) {
+    if (!piece.protection)
+        return;
+    try {
+        bytes = m_protected.rewrite(*piece.protection, bytes, part.resource.url);
+    } catch (const ToolError& error) {
+        m_support.OnDRMErrorMsg(error.what());
+        throw;
     }
 }
 

@@ -6,6 +6,7 @@
 #include "PlayTrack.h"
 #include "PlaybackBuffer.h"
 #include "Presentation.h"
+#include "ProtectedContent.h"
 #include "Summary.h"
 #include "Trace.h"
 #include "ViewerPause.h"
@@ -128,6 +129,7 @@ private:
     Outcome fetchPart(const MediaPart& part, uint64_t index, size_t limit, std::string& bytes);
     Outcome decrypt(const MediaPart& part, const std::string& name, size_t limit,
                     std::string& bytes);
+    void protect(const MediaPiece& piece, const MediaPart& part, std::string& bytes);
     Outcome fetchInto(const Resource& resource, ByteSink& sink);
     TraceRow rowOf(const PlayTrack& track, const MediaPiece& piece, const Outcome& outcome);
     void record(const TraceRow& row);
@@ -151,6 +153,7 @@ private:
     std::optional<Trace> m_trace;
     Downloader m_downloader;
     KeyStore m_keys;
+    ProtectedContent m_protected;
     std::unique_ptr<Presentation> m_presentation;
     std::deque<PlayTrack> m_tracks; ///< the first is the one that the switcher chooses for
     PlaybackBuffer m_buffer;
