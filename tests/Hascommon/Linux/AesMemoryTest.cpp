@@ -244,7 +244,7 @@ TEST(AesMemory, WithoutMemoryInOpenSslInitFails) {
     EXPECT_EQ(decrypt.GetLastErrorCode(), -11);
     EXPECT_EQ(decrypt.Do(block.data(), 16, block.data() + 16), -1);
     EXPECT_EQ(decrypt.Final(), -1);
-    EXPECT_TRUE(log.contains("Error! EVP_DecryptInit()"));
+    EXPECT_EQ(log.find("Error! EVP_DecryptInit()").function, "Init");
     EXPECT_NE(decrypt.GetFinalBuffer(), nullptr);
 }
 
