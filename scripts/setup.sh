@@ -32,7 +32,7 @@ packages() {
         echo clang-format       # the source layout
         echo clang-tidy         # the source checks
         echo tinyproxy          # requests through a proxy
-        echo openssl            # certificates for servers over TLS
+        echo openssl            # certificates for servers over TLS, and the judge of decryption
         ;;
     *)
         echo "setup.sh: no such group: $1 (there are build, run and test)" >&2

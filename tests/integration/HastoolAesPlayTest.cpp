@@ -66,13 +66,10 @@ protected:
     }
     std::string clear(int segment) const { return clear(std::to_string(segment) + ".ts"); }
     /// Serves the playlist and plays it into the file "o".
-    Child::Result play(const std::string& lines, const std::vector<std::string>& more = {}) {
+    Child::Result play(const std::string& lines, const std::string& retries = "0") {
         m_origin.on("/p/a.m3u8", Reply().body("#EXTM3U\n#EXT-X-TARGETDURATION:2\n" + lines +
                                               "#EXT-X-ENDLIST\n"));
-        std::vector<std::string> arguments = {"play", "--fast", "-q",  "--retries",
-                                              "0",    "-o",     out(), m_origin.url("/p/a.m3u8")};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        return hastool(arguments);
+        return hastool({"play", "--fast", "-q", "--retries", retries, "-o", out(), url("a.m3u8")});
     }
     void serve(const std::string& name, const std::string& body) {
         m_origin.on("/p/" + name, Reply().body(body));
@@ -215,7 +212,7 @@ TEST_F(HastoolAesPlay, GoesOnInTheMiddleOfABlockAfterABrokenConnection) {
     const std::string cipher = encrypt(clear(0), keyOf('k'), ivOf(0));
     m_origin.on("/p/s", {Reply().body(cipher).closedAt(Stage::InBody, 10007),
                          Reply().body(cipher).resetAt(Stage::InBody, 5), Reply().body(cipher)});
-    const Child::Result result = play(tag("k") + "#EXTINF:2,\ns\n", {"--retries", "20"});
+    const Child::Result result = play(tag("k") + "#EXTINF:2,\ns\n", "20");
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_TRUE(readFile(out()) == clear(0));
     EXPECT_GE(m_origin.requests("/p/s").size(), 3U);

@@ -33,8 +33,9 @@ namespace hascommon::aes {
 /// **Keys.** The key is borrowed for the call of Init(). What is derived from it is wiped by
 /// Final(), by the next Init(), and with the last object that shares it.
 ///
-/// Thread safety: one thread at a time for an object and all its copies. Init() has OpenSSL load
-/// its error texts, which belong to the process.
+/// Thread safety: one thread at a time for an object and all its copies; the last shares may be
+/// given up on different threads. The first object has OpenSSL load its error texts, which belong
+/// to the process.
 class HAS_API Decrypt {
 public:
     /// An object that waits for Init(), with the last error code 0. For lack of memory Init()

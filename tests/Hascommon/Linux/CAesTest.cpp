@@ -27,7 +27,6 @@ using test::init;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char kInitFailed[] = "Error! EVP_DecryptInit()";
 const char kUpdateFailed[] = "Error! EVP_DecryptUpdate()";
 const char kFinalFailed[] = "Error! EVP_DecryptFinal()";
 const char kAlignError[] = "Error! Decrypt align error";

@@ -1,6 +1,7 @@
 #include "DecryptCommand.h"
 
 #include "../engine/Interrupt.h"
+#include "../engine/Number.h"
 #include "../engine/OutputFile.h"
 #include "../engine/SegmentDecryptor.h"
 #include "../engine/ToolError.h"
@@ -98,10 +99,17 @@ int DecryptCommand::run() {
 }
 
 std::optional<AesBytes> DecryptCommand::vector(std::string& failure) const {
-    if (m_sequence)
-        return ivOfSequence(*m_sequence);
-    failure = m_command->count("--iv") == 0 ? "--iv or --sequence is needed" : noDigits("--iv");
-    return parseAesBytes(m_iv);
+    if (m_command->count("--iv") > 0) {
+        failure = noDigits("--iv");
+        return parseAesBytes(m_iv);
+    }
+    if (m_command->count("--sequence") == 0) {
+        failure = "--iv or --sequence is needed";
+        return std::nullopt;
+    }
+    failure = "--sequence: not a number: " + inQuotes(m_sequence);
+    const auto sequence = parseUnsigned(m_sequence);
+    return sequence ? std::optional(ivOfSequence(*sequence)) : std::nullopt;
 }
 
 void DecryptCommand::decrypt(const AesBytes& key, const AesBytes& iv) const {

@@ -29,7 +29,7 @@ private:
     CLI::App* m_command;
     std::string m_key;
     std::string m_iv;
-    std::optional<uint64_t> m_sequence;
+    std::string m_sequence;
     bool m_noPadding = false;
     std::string m_in;
     std::string m_out;

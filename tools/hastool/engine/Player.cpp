@@ -301,7 +301,7 @@ void Player::countLost(uint64_t pieces) {
 
 Outcome Player::fetch(const Resource& resource, size_t limit, std::string& bytes) {
     MemorySink sink(limit);
-    const Outcome outcome = fetchInto(resource, sink);
+    Outcome outcome = fetchInto(resource, sink);
     bytes = std::move(sink.bytes());
     return outcome;
 }
@@ -336,7 +336,7 @@ Outcome Player::decrypt(const MediaPart& part, const std::string& name, size_t l
     const AesBytes key = m_keys.get(part.encryption->keyUrl, name);
     MemorySink plain(limit);
     SegmentDecryptor decryptor(key, part.encryption->iv, true, plain);
-    const Outcome outcome = fetchInto(part.resource, decryptor);
+    Outcome outcome = fetchInto(part.resource, decryptor);
     if (outcome.ok && !decryptor.finish())
         throw ToolError(part.resource.url, name + " cannot be decrypted: " + decryptor.failure());
     bytes = std::move(plain.bytes());
