@@ -10,6 +10,8 @@
 #include <list>
 #include <string>
 
+#include <gtest/gtest.h>
+
 namespace test {
 
 constexpr char kPeriod = 3;

@@ -32,9 +32,10 @@ void expectCutsAreTrouble(const std::string& type, const std::string& content, s
     for (size_t size = from; size < content.size(); ++size) {
         const BoxList list(mp4Box(type, content.substr(0, size)));
         EXPECT_NE(list.trouble(), "") << type << " " << size;
-        for (const auto& [name, value] : list.at(0).facts.items()) {
-            if (!value.is_array())
-                EXPECT_EQ(value, whole[name]) << type << " " << size << " " << name;
+        const json facts = list.at(0).facts;
+        for (const auto& [name, value] : facts.items()) {
+            EXPECT_TRUE(value.is_array() || value == whole[name])
+                << type << " " << size << " " << name;
         }
     }
 }
@@ -125,7 +126,7 @@ TEST(BoxFields, AVisualEntryTellsItsSizeAndHoldsBoxes) {
         const std::string entry =
             mp4Box(type, zeros(24) + be(640, 2) + be(360, 2) + zeros(50) + mp4Box("avcC", "x"));
         const BoxList list(samplesEntry("vide", entry));
-        EXPECT_EQ(list.find(type).facts, json({{"width", 640}, {"height", 360}}));
+        EXPECT_EQ(json(list.find(type).facts), json({{"width", 640}, {"height", 360}}));
         EXPECT_EQ(list.at(list.size() - 1).type, "avcC");
         EXPECT_EQ(list.trouble(), "");
     }
@@ -139,7 +140,7 @@ TEST(BoxFields, AnAudioEntryTellsItsChannelsInAllForms) {
         for (const char* type : {"mp4a", "enca"}) {
             const BoxList list(samplesEntry(
                 "soun", mp4Box(type, fields + zeros(static_cast<size_t>(more)) + child)));
-            EXPECT_EQ(list.find(type).facts, json({{"channels", 2}, {"sample_rate", 44100}}));
+            EXPECT_EQ(json(list.find(type).facts), json({{"channels", 2}, {"sample_rate", 44100}}));
             EXPECT_EQ(list.at(list.size() - 1).type, "esds") << version;
         }
         const BoxList iso(samplesEntry("soun", mp4Box("mp4a", fields + child), 1));
@@ -331,9 +332,9 @@ TEST(BoxFields, SampleEncryptionTakesTheIvSizeOfItsSampleGroup) {
 }
 
 TEST(BoxFields, SampleEncryptionFindsItsIvSizeWhereNothingTellsIt) {
-    const std::string part = be(2, 2) + zeros(12);
+    const std::string part = be(2, 2) + std::string(12, 'w'); // taken for counts it is too much
     for (const uint64_t size : {0, 8, 16}) {
-        const std::string entry = std::string(static_cast<size_t>(size), '\0') + part;
+        const std::string entry = std::string(static_cast<size_t>(size), 'i') + part;
         const json facts = factsOf(fullBox("senc", 0, 2, be(3) + entry + entry + entry));
         EXPECT_EQ(facts["iv_size"], size);
         EXPECT_EQ(facts["subsample_count"], 6);

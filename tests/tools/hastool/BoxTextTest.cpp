@@ -15,7 +15,8 @@ namespace {
 
 std::string textOf(const std::string& boxes) {
     std::string text;
-    for (const hastool::BoxInfo& box : BoxList(boxes).boxes())
+    const BoxList list(boxes);
+    for (const hastool::BoxInfo& box : list.boxes())
         text += hastool::toText(box);
     return text;
 }
@@ -23,7 +24,8 @@ std::string textOf(const std::string& boxes) {
 json jsonOf(const std::string& boxes) {
     hastool::BoxJson writer;
     std::string text;
-    for (const hastool::BoxInfo& box : BoxList(boxes).boxes())
+    const BoxList list(boxes);
+    for (const hastool::BoxInfo& box : list.boxes())
         text += writer.add(box);
     return json::parse(text + writer.finish());
 }

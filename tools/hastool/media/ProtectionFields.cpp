@@ -37,9 +37,7 @@ std::optional<uint64_t> countSubsamples(BoxFields& box, uint64_t samples, uint64
                                         bool hasSubsamples) {
     uint64_t sum = 0;
     if (!hasSubsamples)
-        return samples == (ivSize == 0 ? 0 : box.left() / ivSize) && samples * ivSize == box.left()
-                   ? std::optional(sum)
-                   : std::nullopt;
+        return samples * ivSize == box.left() ? std::optional(sum) : std::nullopt;
     for (uint64_t i = 0; i < samples && !box.isCut(); ++i) {
         box.skip(ivSize);
         const uint64_t count = box.number(2);
