@@ -79,16 +79,16 @@ TEST(HlsSamples, VectorsComeFromTheAttributeOrTheNumber) {
         "\n#EXT-X-ENDLIST\n";
     const auto presentation = hastool::openPresentation(
         "http://h/a.m3u8",
-        [&](const std::string& url) {
-            return hastool::Document{text, url};
+        [&](const hastool::Resource& resource) {
+            return hastool::Document{text, resource.url};
         },
         std::chrono::seconds(1));
-    const auto encryption = [&] { return presentation->next(0).piece.media.encryption.value(); };
+    const auto encryption = [&] { return presentation->next(0, 0).piece.media.encryption.value(); };
     EXPECT_EQ(encryption().iv, hastool::ivOfSequence(7794));
     EXPECT_EQ(encryption().iv, hastool::ivOfSequence(7795));
     EXPECT_EQ(encryption().iv, hastool::ivOfSequence(7796));
     EXPECT_EQ(encryption().iv, hastool::ivOfSequence(7797));
     EXPECT_EQ(encryption().iv, hastool::AesBytes({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x01, 0x4B, 0xB6,
                                                   0x9D, 0x61, 0xE4}));
-    EXPECT_FALSE(presentation->next(0).piece.media.encryption);
+    EXPECT_FALSE(presentation->next(0, 0).piece.media.encryption);
 }

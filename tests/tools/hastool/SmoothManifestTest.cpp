@@ -21,7 +21,8 @@ std::string oneStream(const std::string& inside, const std::string& attributes =
 
 std::string chunks(const std::string& inside) {
     std::string text;
-    for (const auto& chunk : parse(oneStream(inside)).streams.at(0).chunks)
+    const SmoothManifest manifest = parse(oneStream(inside));
+    for (const auto& chunk : manifest.streams.at(0).chunks)
         text += std::to_string(chunk.time) + "+" + std::to_string(chunk.duration) + " ";
     return text;
 }

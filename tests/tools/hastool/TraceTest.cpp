@@ -28,6 +28,12 @@ TraceRow row() {
     row.change = "up";
     row.stalls = 1;
     row.stallTime = 0.75;
+    row.isAudio = true;
+    row.redirects = 3;
+    row.choice = 1;
+    row.choiceMean = 2500000;
+    row.choiceFirst = 7000000;
+    row.choiceBuffer = 4200;
     row.retries = 2;
     row.resolution = "640x360";
     return row;
@@ -41,9 +47,11 @@ TEST(Trace, WritesCsvRowByRow) {
     trace.add(row());
     EXPECT_EQ(
         readFile(dir.file("t.csv")),
-        "time_s,index,stream,bitrate_bps,bytes,duration_s,download_s,first_byte_s,"
-        "bandwidth_bps,mean_bps,buffer_s,switch,stalls,stall_s,retries,skipped,resolution\n"
-        "1.500,7,1,800000,200000,2.000,0.250,0.004,4000000,3000000,5.500,up,1,0.750,2,0,640x360\n");
+        "time_s,track,index,stream,bitrate_bps,bytes,duration_s,download_s,first_byte_s,redirects,"
+        "bandwidth_bps,mean_bps,buffer_s,switch,stalls,stall_s,choice,choice_mean_bps,"
+        "choice_first_bps,choice_buffer_ms,retries,skipped,resolution\n"
+        "1.500,audio,7,1,800000,200000,2.000,0.250,0.004,3,4000000,3000000,5.500,up,1,0.750,1,"
+        "2500000,7000000,4200,2,0,640x360\n");
 }
 
 TEST(Trace, WritesAJsonListOfTheSameNames) {
@@ -58,7 +66,10 @@ TEST(Trace, WritesAJsonListOfTheSameNames) {
     }
     const auto list = nlohmann::json::parse(readFile(dir.file("t.json")));
     ASSERT_EQ(list.size(), 2U);
-    EXPECT_EQ(list[0].size(), 17U);
+    EXPECT_EQ(list[0].size(), 23U);
+    EXPECT_EQ(list[0]["track"], "audio");
+    EXPECT_EQ(list[0]["choice"], 1);
+    EXPECT_EQ(list[0]["choice_buffer_ms"], 4200);
     EXPECT_EQ(list[0]["time_s"], 1.5);
     EXPECT_EQ(list[0]["index"], 7);
     EXPECT_EQ(list[0]["bitrate_bps"], 800000);

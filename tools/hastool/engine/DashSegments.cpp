@@ -93,12 +93,13 @@ double Lister::secondsAt(uint64_t time) const {
 bool Lister::add(DashSegment segment) {
     const double end = segment.start + segment.seconds;
     // What a timeline lists is there, whatever the clock says.
-    const double until =
-        m_addressing.timeline ? std::numeric_limits<double>::infinity() : m_window.until;
+    constexpr double kEver = std::numeric_limits<double>::infinity();
+    const double until = m_addressing.timeline ? kEver : m_window.until;
+    const double from = m_addressing.timeline ? -kEver : m_window.from;
     if (end > until + kTolerance || segment.start > periodEnd() - kTolerance ||
         segment.number > m_addressing.endNumber.value_or(std::numeric_limits<uint64_t>::max()))
         return false;
-    if (end <= m_window.from + kTolerance || end <= m_period.start + kTolerance)
+    if (end <= from + kTolerance || end <= m_period.start + kTolerance)
         return true;
     if (m_segments.size() == kMaxDashSegments)
         throw ToolError(m_where, "more segments than can be handled");
@@ -132,8 +133,8 @@ void Lister::listRun(const DashRun& run, uint64_t& time, uint64_t end) {
         count = end > time ? (end - time - 1) / run.duration + 1 : 1;
     if (run.duration > kMaxTime / count || time > kMaxTime - run.duration * count)
         throw ToolError(m_where, "segment times that overflow");
-    // What lies before the window is jumped over: a run may be endless.
-    const double before = (m_window.from - secondsAt(time)) * m_scale;
+    // What lies before the window is jumped over where a run has no count: it may be endless.
+    const double before = run.repeats < 0 ? (m_window.from - secondsAt(time)) * m_scale : 0;
     const double skipped = std::floor(before / static_cast<double>(run.duration)) - 1;
     bool isWithin = true;
     for (uint64_t i = clampedIndex(skipped, count); i < count && isWithin; ++i) {

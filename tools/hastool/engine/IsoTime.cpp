@@ -52,7 +52,8 @@ std::optional<double> parseZone(std::string_view text) {
 std::optional<double> parseFraction(std::string_view text) {
     if (text.empty())
         return 0;
-    return text.front() == '.' ? parseDecimal("0" + std::string(text)) : std::nullopt;
+    const bool isFraction = text.front() == '.' && text.size() > 1;
+    return isFraction ? parseDecimal("0" + std::string(text)) : std::nullopt;
 }
 
 } // namespace
