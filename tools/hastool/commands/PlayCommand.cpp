@@ -1,13 +1,16 @@
 #include "PlayCommand.h"
 
+#include "../engine/BitrateGroups.h"
 #include "../engine/Interrupt.h"
 #include "../engine/ToolError.h"
+#include "../media/ByteSource.h"
 #include "../ui/PlayProgress.h"
 #include "EngineFlags.h"
 #include "ExitCode.h"
 
 #include <cstdio>
 #include <limits>
+#include <tuple>
 
 #include <nlohmann/json.hpp>
 
@@ -18,6 +21,7 @@ constexpr char kExamples[] = R"(Examples:
   hastool play http://host/master.m3u8
   hastool play --fast -o film.ts http://host/master.m3u8
   hastool play --duration 60 --trace play.csv http://host/live.m3u8
+  hastool play --pause-at 20:10 --limit 0-1500000 http://host/manifest.mpd
   hastool play --json --start-bitrate 1500000 http://host/master.m3u8
 )";
 
@@ -28,10 +32,14 @@ std::chrono::milliseconds inMilliseconds(double seconds) {
 } // namespace
 
 PlayCommand::PlayCommand(CLI::App& app)
-    : m_command(app.add_subcommand("play", "Play an HLS presentation without a screen")) {
+    : m_command(
+          app.add_subcommand("play", "Play an HLS, DASH or Smooth presentation without a screen")) {
     constexpr double kMaxSeconds = 1e6;
     CLI::App& command = *m_command;
-    command.add_option("URL", m_options.url, "A master or media playlist")->required();
+    command
+        .add_option("URL", m_options.url,
+                    "An HLS playlist, DASH manifest or Smooth Streaming manifest")
+        ->required();
     command.add_option("-o,--output", m_options.output, "Write the media to this file")
         ->type_name("FILE");
     command.add_option("--trace", m_options.trace, "Record every segment, as .csv or .json")
@@ -59,8 +67,69 @@ PlayCommand::PlayCommand(CLI::App& app)
         ->type_name("SECONDS");
     command.add_flag("--json", m_json, "Print the summary as JSON");
     command.add_flag("-q,--quiet", m_quiet, "Show no progress");
+    command
+        .add_option("--pause-at", m_pauseAt,
+                    "Pause at this position, as a viewer would, for a while")
+        ->type_name("POSITION:SECONDS");
+    addSwitcherOptions();
     addEngineFlags(command, m_options.engine);
     command.footer(kExamples);
+}
+
+/// What the bitrate switcher is told.
+void PlayCommand::addSwitcherOptions() {
+    constexpr int kMaxInt = std::numeric_limits<int>::max();
+    CLI::App& command = *m_command;
+    command
+        .add_option("--audio-bitrate", m_options.audioBitrate,
+                    "Play the best audio up to this many bits per second, not the lowest; without "
+                    "separate audio, what the audio in the streams comes to")
+        ->check(CLI::Range(0, kMaxInt).description(""))
+        ->type_name("BPS");
+    command
+        .add_option("--limit", m_limits,
+                    "Allow these bitrates only, in bits per second; repeatable")
+        ->allow_extra_args(false)
+        ->type_name("A-B");
+    command
+        .add_option("--groups", m_groupsFile,
+                    "Lines of \"bitrate,group,class\": switches within a group are free")
+        ->type_name("FILE");
+    command
+        .add_option("--margin", m_options.marginKbps,
+                    "Bandwidth to keep free, in kbit/s; 0 for about a tenth of the bitrate")
+        ->check(CLI::Range(0, kMaxInt / 1000).description(""))
+        ->type_name("KBPS");
+    command
+        .add_option("--up-timer", m_options.upTimer,
+                    "Seconds that a change to a higher group waits")
+        ->check(CLI::Range(0, 86400).description(""))
+        ->type_name("SECONDS");
+}
+
+/// What CLI11 does not parse. @throws ToolError for text that is none
+void PlayCommand::completeOptions() {
+    m_options.bufferGoal = inMilliseconds(m_bufferGoal);
+    m_options.liveTimeout = inMilliseconds(m_liveTimeout);
+    for (const std::string& text : m_limits) {
+        const auto limit = parseBitrateLimit(text);
+        if (!limit)
+            throw ToolError("--limit", "not a range of bitrates: " + inQuotes(text));
+        m_options.limits.push_back(*limit);
+    }
+    if (!m_groupsFile.empty()) {
+        std::string text;
+        fileSource(m_groupsFile)([&](const unsigned char* data, size_t size) {
+            text.append(reinterpret_cast<const char*>(data), size);
+        });
+        m_options.groups = parseBitrateGroups(text, m_groupsFile);
+    }
+    if (m_pauseAt.empty())
+        return;
+    const auto pause = parsePauseAt(m_pauseAt);
+    if (!pause)
+        throw ToolError("--pause-at", "not a position and a time: " + inQuotes(m_pauseAt));
+    std::tie(m_options.pauseAt, m_options.pauseFor) = *pause;
 }
 
 int PlayCommand::run() {
@@ -70,8 +139,12 @@ int PlayCommand::run() {
                          inQuotes(m_options.trace));
         return kWrongUsage;
     }
-    m_options.bufferGoal = inMilliseconds(m_bufferGoal);
-    m_options.liveTimeout = inMilliseconds(m_liveTimeout);
+    try {
+        completeOptions();
+    } catch (const ToolError& error) {
+        terminal.trouble(error.what());
+        return kWrongUsage;
+    }
     PlayProgress progress(terminal);
     Player player(m_options, progress);
     try {

@@ -5,6 +5,7 @@
 #include "../ui/Terminal.h"
 
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -22,12 +23,17 @@ public:
     int run();
 
 private:
+    void addSwitcherOptions();
+    void completeOptions();
     void report(const Summary& summary) const;
 
     CLI::App* m_command;
     PlayOptions m_options;
     double m_bufferGoal = 30;
     double m_liveTimeout = 60;
+    std::vector<std::string> m_limits; ///< as written
+    std::string m_groupsFile;
+    std::string m_pauseAt; ///< as written
     bool m_json = false;
     bool m_quiet = false;
 };
