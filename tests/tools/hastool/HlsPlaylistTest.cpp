@@ -254,3 +254,32 @@ TEST(HlsPlaylist, SurvivesEveryCutOfAPlaylist) {
     EXPECT_GT(accepted, 10);
     EXPECT_LT(accepted, 60);
 }
+
+TEST(HlsPlaylist, ReadsAudioRenditionsAndTheirGroups) {
+    const HlsPlaylist playlist =
+        parse("#EXTM3U\n"
+              "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"a\",NAME=\"English\",URI=\"en.m3u8\"\n"
+              "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"a\",NAME=\"Suomi\",DEFAULT=YES,URI=\"fi.m3u8\"\n"
+              "#EXT-X-MEDIA:TYPE=SUBTITLES,GROUP-ID=\"s\",NAME=\"x\",URI=\"s.m3u8\"\n"
+              "#EXT-X-STREAM-INF:BANDWIDTH=5,AUDIO=\"a\"\nv.m3u8\n");
+    ASSERT_EQ(playlist.audio.size(), 2U);
+    EXPECT_EQ(playlist.audio[0].name, "English");
+    EXPECT_FALSE(playlist.audio[0].isDefault);
+    EXPECT_EQ(playlist.audio[1].uri, "fi.m3u8");
+    EXPECT_TRUE(playlist.audio[1].isDefault);
+    EXPECT_EQ(playlist.variants.at(0).audioGroup, "a");
+}
+
+TEST(HlsPlaylist, ReadsDatesAndCuesOfTheSegmentBehindThem) {
+    const HlsPlaylist playlist =
+        parse("#EXTM3U\n#EXT-X-TARGETDURATION:2\n"
+              "#EXT-X-PROGRAM-DATE-TIME:2024-01-01T00:01:00.500Z\n#EXTINF:2,\na\n"
+              "#EXT-X-CUE-OUT:30\n#EXT-X-PROGRAM-DATE-TIME:soon\n#EXTINF:2,\nb\n"
+              "#EXT-X-CUE-IN\n#EXTINF:2,\nc\n");
+    ASSERT_EQ(playlist.segments.size(), 3U);
+    EXPECT_DOUBLE_EQ(playlist.segments[0].dateTime.value(), 1704067260.5);
+    EXPECT_EQ(playlist.segments[0].cue, hastool::HlsCue::None);
+    EXPECT_FALSE(playlist.segments[1].dateTime) << "one that cannot be read is as good as none";
+    EXPECT_EQ(playlist.segments[1].cue, hastool::HlsCue::Out);
+    EXPECT_EQ(playlist.segments[2].cue, hastool::HlsCue::In);
+}

@@ -351,3 +351,43 @@ TEST_F(HlsPresentationTest, FailsWhereAPlaylistCannotBeHad) {
     const auto presentation = open("http://h/m.m3u8");
     EXPECT_EQ(test::errorOf([&] { next(*presentation); }), "http://h/low/v.m3u8: not there");
 }
+
+TEST_F(HlsPresentationTest, PlaysTheDefaultAudioOfTheGroupAsATrack) {
+    m_texts["http://h/m.m3u8"] =
+        "#EXTM3U\n#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"g\",NAME=\"one\",URI=\"a1.m3u8\"\n"
+        "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"g\",NAME=\"two\",DEFAULT=YES,URI=\"a2.m3u8\"\n"
+        "#EXT-X-STREAM-INF:BANDWIDTH=5,AUDIO=\"g\"\nv.m3u8\n";
+    m_texts["http://h/v.m3u8"] = media("v", 0, 2);
+    m_texts["http://h/a2.m3u8"] = media("a", 0, 3);
+    const auto presentation = open("http://h/m.m3u8");
+    ASSERT_EQ(presentation->tracks().size(), 2U);
+    EXPECT_TRUE(presentation->tracks()[1].isAudio);
+    EXPECT_EQ(presentation->tracks()[1].streams.at(0).label, "two");
+    EXPECT_EQ(presentation->next(0, 0).piece.media.resource.url, "http://h/v0.ts");
+    EXPECT_EQ(presentation->next(1, 0).piece.media.resource.url, "http://h/a0.ts");
+    EXPECT_EQ(presentation->next(1, 0).piece.media.resource.url, "http://h/a1.ts");
+    EXPECT_EQ(presentation->next(0, 0).piece.media.resource.url, "http://h/v1.ts");
+    EXPECT_EQ(presentation->next(0, 0).kind, NextPiece::Kind::End);
+    EXPECT_EQ(presentation->next(1, 0).kind, NextPiece::Kind::Piece);
+}
+
+TEST_F(HlsPresentationTest, HasNoTrackForAudioThatComesWithTheVideo) {
+    m_texts["http://h/m.m3u8"] = "#EXTM3U\n#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"g\",NAME=\"one\"\n"
+                                 "#EXT-X-STREAM-INF:BANDWIDTH=5,AUDIO=\"g\"\nv.m3u8\n";
+    m_texts["http://h/v.m3u8"] = media("v", 0, 2);
+    EXPECT_EQ(open("http://h/m.m3u8")->tracks().size(), 1U);
+}
+
+TEST_F(HlsPresentationTest, TellsDatesAdvertisementsAndTheTimeOfAPiece) {
+    m_texts["http://h/v.m3u8"] = "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXTINF:2,\na\n"
+                                 "#EXT-X-PROGRAM-DATE-TIME:2024-01-01T00:01:00Z\n#EXT-X-CUE-OUT\n"
+                                 "#EXTINF:2,\nb\n#EXT-X-CUE-IN\n#EXTINF:2,\nc\n#EXT-X-ENDLIST\n";
+    using Advertisement = MediaPiece::Advertisement;
+    const auto presentation = open("http://h/v.m3u8");
+    EXPECT_EQ(presentation->next(0, 0).piece.advertisement, Advertisement::None);
+    const MediaPiece second = presentation->next(0, 0).piece;
+    EXPECT_EQ(second.advertisement, Advertisement::Begins);
+    EXPECT_DOUBLE_EQ(second.dateTime.value(), 1704067260);
+    EXPECT_DOUBLE_EQ(second.start, 2);
+    EXPECT_EQ(presentation->next(0, 0).piece.advertisement, Advertisement::Ends);
+}

@@ -2,6 +2,7 @@
 
 #include "AesKey.h"
 #include "HlsAttributes.h"
+#include "IsoTime.h"
 #include "Number.h"
 #include "ToolError.h"
 
@@ -58,6 +59,10 @@ private:
     void onMediaSequence(std::string_view value);
     void onDiscontinuity(std::string_view) { m_pending.discontinuity = true; }
     void onGap(std::string_view) { m_pending.gap = true; }
+    void onCueOut(std::string_view) { m_pending.cue = HlsCue::Out; }
+    void onCueIn(std::string_view) { m_pending.cue = HlsCue::In; }
+    void onDateTime(std::string_view value);
+    void onMedia(std::string_view value);
     void onEndList(std::string_view) { m_playlist.ended = true; }
 
     std::string_view m_rest;
@@ -131,6 +136,10 @@ void Parser::takeTag(std::string_view line) {
         {"#EXT-X-MEDIA-SEQUENCE", &Parser::onMediaSequence},
         {"#EXT-X-DISCONTINUITY", &Parser::onDiscontinuity},
         {"#EXT-X-GAP", &Parser::onGap},
+        {"#EXT-X-CUE-OUT", &Parser::onCueOut},
+        {"#EXT-X-CUE-IN", &Parser::onCueIn},
+        {"#EXT-X-PROGRAM-DATE-TIME", &Parser::onDateTime},
+        {"#EXT-X-MEDIA", &Parser::onMedia},
         {"#EXT-X-ENDLIST", &Parser::onEndList},
     };
     const size_t colon = line.find(':');
@@ -235,7 +244,23 @@ void Parser::onStreamInf(std::string_view value) {
     variant.bandwidth = static_cast<int>(bandwidth);
     variant.codecs = list.get("CODECS");
     variant.resolution = list.get("RESOLUTION");
+    variant.audioGroup = list.get("AUDIO");
     m_variant = std::move(variant);
+}
+
+/// A date that cannot be read is as good as none.
+void Parser::onDateTime(std::string_view value) {
+    m_pending.dateTime = parseIsoDateTime(std::string(value));
+}
+
+void Parser::onMedia(std::string_view value) {
+    const HlsAttributes list = attributes(value);
+    if (list.get("TYPE") != "AUDIO")
+        return;
+    if (m_playlist.audio.size() == kMaxVariants)
+        fail("too many renditions");
+    m_playlist.audio.push_back(
+        {list.get("GROUP-ID"), list.get("NAME"), list.get("URI"), list.get("DEFAULT") == "YES"});
 }
 
 void Parser::onInf(std::string_view value) {

@@ -18,7 +18,19 @@ struct HlsVariant {
     std::string uri;   ///< as written
     std::string codecs;
     std::string resolution;
+    std::string audioGroup; ///< empty where its audio comes with it
 };
+
+/// One EXT-X-MEDIA of audio.
+struct HlsRendition {
+    std::string group;
+    std::string name;
+    std::string uri; ///< as written; empty where it comes with the variants
+    bool isDefault = false;
+};
+
+/// An advertisement that begins or ends before a segment (EXT-X-CUE-OUT, EXT-X-CUE-IN).
+enum class HlsCue { None, Out, In };
 
 /// The EXT-X-KEY that holds for a segment. Where several of different KEYFORMATs do, it is the one
 /// whose key is what lies at its URI.
@@ -44,6 +56,8 @@ struct HlsSegment {
     std::optional<ByteRange> range;
     bool discontinuity = false; ///< its timestamps do not go on from the segment before
     bool gap = false;           ///< it is known to be missing
+    HlsCue cue = HlsCue::None;
+    std::optional<double> dateTime; ///< seconds since the epoch that it begins at, where said
     std::shared_ptr<const HlsMap> map;
     std::shared_ptr<const HlsKey> key; ///< null when it is clear
 };
@@ -51,6 +65,7 @@ struct HlsSegment {
 /// A parsed playlist: variants of a master playlist, or segments of a media playlist.
 struct HlsPlaylist {
     std::vector<HlsVariant> variants;
+    std::vector<HlsRendition> audio;
     std::vector<HlsSegment> segments;
     double targetSeconds = 0;
     uint64_t mediaSequence = 0;

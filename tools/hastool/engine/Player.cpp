@@ -39,6 +39,16 @@ unsigned int inMs32(milliseconds time) {
     return static_cast<unsigned int>(time.count());
 }
 
+/// "20240101T000100", UTC.
+std::string dateText(double seconds) {
+    return hascommon::has_dateTimeToString(std::llround(seconds * 1000));
+}
+
+/// A time stamp as the player counts, in words.
+std::string placeText(unsigned long long pts) {
+    return "at " + std::to_string(pts / kTimestampsPerMs) + " ms of the media";
+}
+
 EngineOptions forPlayer(EngineOptions options) {
     options.retriesBrokenConnections = true;
     return options;
@@ -200,8 +210,8 @@ std::optional<NextPiece> Player::nextPiece(PlayTrack& track) {
 
 void Player::take(PlayTrack& track, const MediaPiece& piece) {
     countLost(piece.lost);
-    if (piece.discontinuity && track.number == 0)
-        m_support.OnDiscontinue(0, pts(), pts(), pts(), pts());
+    if (track.number == 0)
+        tellPlayer(piece);
     if (piece.missing) {
         skip(track, piece, {});
         return;
@@ -215,6 +225,20 @@ void Player::take(PlayTrack& track, const MediaPiece& piece) {
         accept(track, piece, outcome, media);
     } else if (!isInterrupted())
         skip(track, piece, outcome);
+}
+
+/// What the player is told when the main track comes to a piece.
+void Player::tellPlayer(const MediaPiece& piece) {
+    using Advertisement = MediaPiece::Advertisement;
+    if (piece.discontinuity)
+        m_support.OnDiscontinue(0, pts(), pts(), pts(), pts());
+    if (piece.advertisement == Advertisement::Begins)
+        m_support.OnADStart(pts(), pts(), pts(), pts());
+    else if (piece.advertisement == Advertisement::Ends)
+        m_support.OnADEnd(pts(), pts(), pts(), pts(), 0);
+    if (piece.dateTime && (!m_hasDateTime || piece.discontinuity))
+        m_observer.onEvent(secondsSinceStart(), "date-time", dateText(*piece.dateTime));
+    m_hasDateTime = m_hasDateTime || piece.dateTime;
 }
 
 bool Player::fetchInit(PlayTrack& track, const MediaPiece& piece) {
@@ -500,23 +524,54 @@ Summary Player::summary() {
     return summary;
 }
 
+void Player::tell(const char* kind, const std::string& what) {
+    m_observer.onEvent(secondsSinceStart(), kind, what);
+}
+
+/// Whatever the engine tells the player is handed on to the observer.
 void Player::registerCallbacks() {
+    using namespace hascommon;
+    using Time = unsigned long long;
     m_support.SetBandwidthCallbackEx(
-        [](unsigned int, unsigned int from, unsigned int to, unsigned long long, unsigned long long,
-           void* self) {
+        [](unsigned int, unsigned int from, unsigned int to, Time, Time, void* self) {
             auto* const player = static_cast<Player*>(self);
             player->m_observer.onSwitch(player->secondsSinceStart(), static_cast<int>(from),
                                         static_cast<int>(to));
-            return hascommon::HAS_STATUS_SUCCESS;
+            return HAS_STATUS_SUCCESS;
         },
         this);
     m_support.SetDiscontinuityCallbackEx(
-        [](unsigned int, unsigned long long videoPts, unsigned long long, unsigned long long,
-           unsigned long long, unsigned int, void* self) {
-            auto* const player = static_cast<Player*>(self);
-            player->m_observer.onEvent(player->secondsSinceStart(), "discontinuity",
-                                       "at " + std::to_string(videoPts / kTimestampsPerMs) + " ms");
-            return hascommon::HAS_STATUS_SUCCESS;
+        [](unsigned int, Time videoPts, Time, Time, Time, unsigned int, void* self) {
+            static_cast<Player*>(self)->tell("discontinuity", placeText(videoPts));
+            return HAS_STATUS_SUCCESS;
+        },
+        this);
+    m_support.SetAdvertisementCallbackEx(
+        [](unsigned int type, Time videoPts, Time, Time, Time, unsigned int, void* self) {
+            constexpr unsigned int kBegins = 8;
+            static_cast<Player*>(self)->tell(type == kBegins ? "ad-start" : "ad-end",
+                                             placeText(videoPts));
+            return HAS_STATUS_SUCCESS;
+        },
+        this);
+    m_support.SetOnEventCallbackEx(
+        [](int first, int second, int third, void* self) {
+            static_cast<Player*>(self)->tell("event", std::to_string(first) + " " +
+                                                          std::to_string(second) + " " +
+                                                          std::to_string(third));
+            return HAS_STATUS_SUCCESS;
+        },
+        this);
+    m_support.SetOnDRMErrorCallbackEx(
+        [](int code, void* self) {
+            static_cast<Player*>(self)->tell("drm-error", std::to_string(code));
+            return HAS_STATUS_SUCCESS;
+        },
+        this);
+    m_support.SetOnDRMErrInfoCallbackEx(
+        [](const char* text, void* self) {
+            static_cast<Player*>(self)->tell("drm-error", text);
+            return HAS_STATUS_SUCCESS;
         },
         this);
 }

@@ -118,6 +118,8 @@ private:
     void changeTo(PlayTrack& track, size_t stream);
     std::optional<NextPiece> nextPiece(PlayTrack& track);
     void take(PlayTrack& track, const MediaPiece& piece);
+    void tellPlayer(const MediaPiece& piece);
+    void tell(const char* kind, const std::string& what);
     bool fetchInit(PlayTrack& track, const MediaPiece& piece);
     void accept(PlayTrack& track, const MediaPiece& piece, const Outcome& outcome,
                 const std::string& media);
@@ -161,6 +163,7 @@ private:
 
     size_t m_shownStream = SIZE_MAX; ///< whose resolution was told last
     TraceRow m_choice;               ///< the fields of the last choice
+    bool m_hasDateTime = false;      ///< the first one was told
     int m_failuresInARow = 0;
     std::string m_lastFailure;
     Summary m_summary;

@@ -74,7 +74,10 @@ struct MediaPiece {
     double seconds = 0;
     double start = 0; ///< seconds since the presentation began, as far as known
     bool discontinuity = false;
-    std::shared_ptr<const Protection> protection; ///< null when it is clear
+    std::optional<double> dateTime; ///< seconds since the epoch that it begins at
+    enum class Advertisement { None, Begins, Ends };
+    Advertisement advertisement = Advertisement::None; ///< before it
+    std::shared_ptr<const Protection> protection;      ///< null when it is clear
     bool missing = false; ///< the presentation itself says that there is nothing to fetch
     uint64_t lost = 0;    ///< pieces before it that are no longer to be had
 };
