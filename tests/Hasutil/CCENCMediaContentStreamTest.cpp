@@ -117,6 +117,11 @@ TEST_F(Stream, PassesMediaDataOfA64BitSize) {
     EXPECT_EQ(chunk(Bytes(segment.begin() + 15, segment.end())), segment);
 }
 
+TEST_F(Stream, ReadsA64BitSizeThatComesByteByByte) {
+    const Bytes mdat = longBox("mdat", counting(4));
+    EXPECT_EQ(deliver(content, mdat, 1, 0).bytes, mdat);
+}
+
 TEST_F(Stream, PassesMediaDataBeyond4GiB) {
     Bytes mdat = u32(1) + text("mdat") + u64(0x500000000ULL);
     EXPECT_EQ(chunk(mdat), mdat);
