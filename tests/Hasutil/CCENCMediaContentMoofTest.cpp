@@ -12,7 +12,7 @@
 
 namespace {
 
-using namespace test::box;
+using namespace test::boxes;
 using test::ExactBytes;
 using test::LogCapture;
 using testing::ElementsAre;

@@ -12,7 +12,7 @@
 
 namespace {
 
-using namespace test::box;
+using namespace test::boxes;
 using test::ExactBytes;
 using test::LogCapture;
 using testing::Each;
@@ -327,6 +327,15 @@ TEST(MoovWalk, SkipsClearSampleEntries) {
     const Bytes moov = box("moov", trak(9, "vide", box("avc1", zeros(10) + sizedBox(3, "junk"))));
     EXPECT_EQ(walker.walk(moov), static_cast<long long>(moov.size()));
     EXPECT_EQ(walker.getTracks().back().encrypted, 0U);
+}
+
+TEST(MoovWalk, SkipsTheSampleEncryptionOfASampleTable) {
+    Walker walker;
+    const Bytes table = box("stbl", stsd({}) + senc(0, 0, {}) + saiz(0, 0) + saio({}));
+    const ExactBytes moov(box("moov", box("trak", tkhd(1) + table)));
+    const Bytes before = moov.copy();
+    EXPECT_EQ(walker.walk(moov), static_cast<long long>(moov.size()));
+    EXPECT_EQ(moov.copy(), before);
 }
 
 TEST(MoovWalk, FailsForAChildBeyondItsParent) {

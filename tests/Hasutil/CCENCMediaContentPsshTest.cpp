@@ -13,7 +13,7 @@
 
 namespace {
 
-using namespace test::box;
+using namespace test::boxes;
 using test::deliver;
 using test::Emitted;
 using test::LogCapture;

@@ -17,7 +17,7 @@
 
 namespace {
 
-using namespace test::box;
+using namespace test::boxes;
 using nlohmann::json;
 using test::ExactBytes;
 

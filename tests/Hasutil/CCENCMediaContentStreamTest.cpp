@@ -12,7 +12,7 @@
 
 namespace {
 
-using namespace test::box;
+using namespace test::boxes;
 using test::deliver;
 using test::Emitted;
 using test::ExactBytes;

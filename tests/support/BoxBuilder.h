@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace test::box {
+namespace test::boxes {
 
 using Bytes = std::vector<unsigned char>;
 
@@ -170,4 +170,4 @@ inline Bytes patched(Bytes bytes, size_t at, const Bytes& by) {
     return bytes;
 }
 
-} // namespace test::box
+} // namespace test::boxes
