@@ -1,4 +1,5 @@
 #include "commands/BoxesCommand.h"
+#include "commands/CencCommand.h"
 #include "commands/ExitCode.h"
 #include "commands/GetCommand.h"
 #include "commands/PlayCommand.h"
@@ -37,6 +38,7 @@ int run(int argc, char** argv) {
         return "hastool: " + std::string(error.what()) + "\n";
     });
     hastool::BoxesCommand boxes(app);
+    hastool::CencCommand cenc(app);
     hastool::GetCommand get(app);
     hastool::PlayCommand play(app);
     hastool::SpsCommand sps(app);
@@ -49,6 +51,8 @@ int run(int argc, char** argv) {
     }
     if (boxes.isChosen())
         return boxes.run();
+    if (cenc.isChosen())
+        return cenc.run();
     if (get.isChosen())
         return get.run();
     if (sps.isChosen())
