@@ -41,7 +41,7 @@ public:
 
     void take(const BoxInfo& box) {
         if (box.depth == 0) {
-            if (m_trouble.empty() && !box.trouble.empty())
+            if (m_trouble.empty() && !isWhole(box))
                 m_trouble = "offset " + std::to_string(box.offset) + ": " + box.trouble;
             m_isMedia = m_isMedia || isOfMedia(box.type);
             m_isInParent = isParent(box.type);
@@ -52,6 +52,10 @@ public:
         }
         if (box.type == "hdlr" && box.facts.contains("handler"))
             takeHandler(box.facts["handler"]);
+        if (box.type == "stco" || box.type == "co64")
+            m_hasPlaces = m_hasPlaces || box.facts.value("entry_count", uint64_t{0}) > 0;
+        if (box.type == "mdat")
+            m_found.hasFixedPlaces = m_found.hasFixedPlaces || m_hasPlaces;
     }
     /// @throws ToolError
     PsshBoxes finish(const std::string& path) {
@@ -63,6 +67,11 @@ public:
     }
 
 private:
+    /// Whether a box and all behind it can be told apart; what it holds is the handler's business.
+    bool isWhole(const BoxInfo& box) const {
+        return !box.type.empty() && box.size >= box.headerSize &&
+               box.size <= m_source.size - box.offset;
+    }
     void takeChild(const BoxInfo& box) {
         uint64_t digest = 0;
         m_found.tracks += box.type == "trak" ? 1 : 0;
@@ -85,6 +94,7 @@ private:
     bool m_isMedia = false;
     bool m_isInParent = false;
     bool m_hasHandler = false;
+    bool m_hasPlaces = false;
 };
 
 using Children = std::vector<PsshBoxes::Parent::Child>;
