@@ -1,5 +1,6 @@
 #include "commands/DecryptCommand.h"
 #include "commands/BoxesCommand.h"
+#include "commands/CencCommand.h"
 #include "commands/ExitCode.h"
 #include "commands/GetCommand.h"
 #include "commands/PlayCommand.h"
@@ -39,6 +40,7 @@ int run(int argc, char** argv) {
     });
     hastool::DecryptCommand decrypt(app);
     hastool::BoxesCommand boxes(app);
+    hastool::CencCommand cenc(app);
     hastool::GetCommand get(app);
     hastool::PlayCommand play(app);
     hastool::SpsCommand sps(app);
@@ -53,6 +55,8 @@ int run(int argc, char** argv) {
         return decrypt.run();
     if (boxes.isChosen())
         return boxes.run();
+    if (cenc.isChosen())
+        return cenc.run();
     if (get.isChosen())
         return get.run();
     if (sps.isChosen())

@@ -1,0 +1,80 @@
+#include "CencCommand.h"
+
+#include "../engine/OutputFile.h"
+#include "../engine/ToolError.h"
+#include "../media/CencPass.h"
+#include "../media/PsshText.h"
+#include "ExitCode.h"
+
+#include <cstdio>
+#include <filesystem>
+
+namespace hastool {
+namespace {
+
+constexpr size_t kMaxChunk = 4u << 20; // the handlers hold back little more
+
+constexpr char kExamples[] = R"(Examples:
+  hastool cenc in.mp4 out.mp4 --pssh AAAA... \
+      --scheme-id urn:uuid:9A04F079-9840-4286-AB92-E65BE0885F95
+  hastool cenc --separate --chunk 1460 in.mp4 out.mp4 \
+      --scheme-id urn:uuid:5E629AF5-38DA-4063-8977-97FFBD9902D4
+The media stay encrypted; only pssh boxes are put in, replaced or made "free".
+)";
+
+/// What was done, as far as the file can be read again.
+std::string summary(const std::string& path, const PsshBoxes& before, uint64_t size) {
+    std::string text = path + ": " + std::to_string(size) + " bytes";
+    if (std::filesystem::is_regular_file(path))
+        text += ", " + changesOf(before, findPsshBoxes(fileBlocks(path), path)).text();
+    return text + "\n";
+}
+
+} // namespace
+
+CencCommand::CencCommand(CLI::App& app)
+    : m_command(app.add_subcommand("cenc", "Pass an encrypted MP4 file through a DRM handler")) {
+    CLI::App& command = *m_command;
+    command.add_option("IN", m_input, "The file, encrypted or not")->required();
+    command.add_option("OUT", m_output, "The file to write")->required();
+    command.add_option("--scheme-id", m_schemeId, "The scheme id of the DRM system")
+        ->type_name("URN")
+        ->required();
+    command.add_option("--pssh", m_pssh, "PSSH data, or a whole pssh box, as the manifest has it")
+        ->type_name("BASE64");
+    CLI::Option* const muxed =
+        command.add_flag("--muxed", m_isMuxed, "Audio and video in one: change the movie");
+    command
+        .add_flag("--separate", m_isSeparate, "Audio or video alone: change the movie fragments")
+        ->excludes(muxed);
+    command.add_option("--chunk", m_chunk, "Bytes that are handed over at a time")
+        ->check(CLI::Range(size_t{1}, kMaxChunk).description(""))
+        ->type_name("BYTES")
+        ->capture_default_str();
+    command.footer(kExamples);
+}
+
+int CencCommand::run() {
+    const auto pssh = psshDataText(m_pssh);
+    if (!pssh) {
+        std::fprintf(stderr, "hastool: --pssh: not base64: %s\n", inQuotes(m_pssh).c_str());
+        return kWrongUsage;
+    }
+    const BlockSource source = fileBlocks(m_input);
+    const PsshBoxes before = findPsshBoxes(source, m_input);
+    const bool isSeparate = m_isSeparate || (!m_isMuxed && before.tracks < 2);
+    OutputFile file(m_output, OutputFile::Mode::Replace);
+    uint64_t size = 0;
+    passThroughHandler(source, m_input, before, {m_schemeId, *pssh, isSeparate}, m_chunk,
+                       [&](const unsigned char* data, size_t count) {
+                           file.write(std::string_view(reinterpret_cast<const char*>(data), count));
+                           size += count;
+                       });
+    if (before.hasFixedPlaces && size != source.size)
+        throw ToolError(m_input, "not fragmented: its samples would no longer be found");
+    file.commit();
+    std::fputs(summary(m_output, before, size).c_str(), stdout);
+    return kDone;
+}
+
+} // namespace hastool

@@ -1,0 +1,30 @@
+// A file on its way through a DRM handler.
+#pragma once
+
+#include "BlockSource.h"
+#include "PsshBoxes.h"
+
+#include <functional>
+#include <string>
+
+namespace hastool {
+
+/// What an engine would know of a content from its manifest.
+struct CencContent {
+    std::string schemeId;
+    std::string pssh; ///< data in base64; empty for none
+    bool isSeparate = false;
+};
+
+/// Takes what comes out.
+using CencSink = std::function<void(const unsigned char* data, size_t size)>;
+
+/// Passes a file as one segment through the handler for its scheme, as an engine does.
+/// @param path    for messages
+/// @param boxes   of the source
+/// @param chunk   bytes that are handed over at a time
+/// @throws ToolError for a scheme without a handler, and when the handler refuses
+void passThroughHandler(const BlockSource& source, const std::string& path, const PsshBoxes& boxes,
+                        const CencContent& content, size_t chunk, const CencSink& sink);
+
+} // namespace hastool
