@@ -1,7 +1,6 @@
 #include "Player.h"
 
 #include "Interrupt.h"
-#include "SegmentDecryptor.h"
 #include "ToolError.h"
 
 #include <Hascommon/Datetime.h>
@@ -21,11 +20,7 @@ constexpr milliseconds kEnoughToBegin{2000};
 constexpr milliseconds kFastLevel{6000};
 constexpr milliseconds kStatusInterval{200};
 constexpr milliseconds kIdleTick{10};
-constexpr size_t kMaxKeyBytes = 1u << 20; // to be able to say that it is none
-constexpr size_t kMaxInitBytes = 16u << 20;
-constexpr size_t kMaxSegmentBytes = 256u << 20;     // minutes of the best video there is
-constexpr int kMaxFailuresInARow = 3;               // then it is not the segments
-constexpr unsigned long long kTimestampsPerMs = 90; // of transport streams
+constexpr int kMaxFailuresInARow = 3; // then it is not the segments
 
 milliseconds inMilliseconds(double seconds) {
     return milliseconds(std::llround(seconds * 1000));
@@ -44,31 +39,22 @@ std::string dateText(double seconds) {
     return hascommon::has_dateTimeToString(std::llround(seconds * 1000));
 }
 
-/// A time stamp as the player counts, in words.
-std::string placeText(unsigned long long pts) {
-    return "at " + std::to_string(pts / kTimestampsPerMs) + " ms of the media";
-}
-
-EngineOptions forPlayer(EngineOptions options) {
-    options.retriesBrokenConnections = true;
-    return options;
-}
-
 } // namespace
 
 Player::Player(PlayOptions options, PlayObserver& observer)
     : m_options(std::move(options))
     , m_observer(observer)
-    , m_downloader(forPlayer(m_options.engine), &m_checker)
-    , m_keys([this](const std::string& url, std::string& bytes) {
-        return fetch({url, std::nullopt}, kMaxKeyBytes, bytes);
-    })
+    , m_callbacks(
+          [this](const std::string& kind, const std::string& what) {
+              m_observer.onEvent(secondsSinceStart(), kind, what);
+          },
+          [this](int from, int to) { m_observer.onSwitch(secondsSinceStart(), from, to); })
+    , m_fetcher(m_options.engine, m_checker, [this] { tick(); })
     , m_buffer(kEnoughToBegin) {
     if (!m_options.trace.empty())
         m_trace.emplace(m_options.trace);
     if (m_options.pauseAt >= 0)
         m_viewer = {inMilliseconds(m_options.pauseAt), inMilliseconds(m_options.pauseFor)};
-    registerCallbacks();
 }
 
 void Player::play() {
@@ -89,7 +75,7 @@ void Player::open() {
     m_checker.ParseComp();
     m_checker.Start();
     m_lastPoll = hascommon::has_getTime();
-    const auto fetcher = [this](const Resource& resource) { return fetchDocument(resource); };
+    const auto fetcher = [this](const Resource& resource) { return m_fetcher.document(resource); };
     m_presentation = openPresentation(m_options.url, fetcher, m_options.liveTimeout);
     const auto& tracks = m_presentation->tracks();
     for (size_t i = 0; i < tracks.size(); ++i)
@@ -113,15 +99,6 @@ void Player::configureSwitcher() {
         audio = m_tracks[i].bitrate();
     }
     m_switcher.SetAudioBitrate(audio);
-}
-
-Document Player::fetchDocument(const Resource& resource) {
-    Document document;
-    const Outcome outcome = fetch(resource, kMaxManifestBytes, document.text);
-    if (!outcome.ok)
-        throw ToolError(resource.url, outcome.failure);
-    document.url = outcome.url;
-    return document;
 }
 
 bool Player::wantsMore() const {
@@ -186,8 +163,8 @@ void Player::changeTo(PlayTrack& track, size_t stream) {
     track.stream = stream;
     track.change = isUp ? "up" : "down";
     ++(isUp ? m_summary.switchesUp : m_summary.switchesDown);
-    m_support.OnBitrateChanged(from, static_cast<unsigned int>(track.bitrate()), pts(), pts(),
-                               pts(), pts());
+    m_callbacks.hub().OnBitrateChanged(from, static_cast<unsigned int>(track.bitrate()), pts(),
+                                       pts(), pts(), pts());
 }
 
 /// A stream whose manifest cannot be had is left for the one before, which goes on.
@@ -219,7 +196,7 @@ void Player::take(PlayTrack& track, const MediaPiece& piece) {
     if (!fetchInit(track, piece))
         return;
     std::string media;
-    const Outcome outcome = fetchPart(piece.media, piece.index, kMaxSegmentBytes, media);
+    const Outcome outcome = m_fetcher.segment(piece.media, piece.index, media);
     if (outcome.ok) {
         protect(piece, piece.media, media);
         accept(track, piece, outcome, media);
@@ -231,11 +208,11 @@ void Player::take(PlayTrack& track, const MediaPiece& piece) {
 void Player::tellPlayer(const MediaPiece& piece) {
     using Advertisement = MediaPiece::Advertisement;
     if (piece.discontinuity)
-        m_support.OnDiscontinue(0, pts(), pts(), pts(), pts());
+        m_callbacks.hub().OnDiscontinue(0, pts(), pts(), pts(), pts());
     if (piece.advertisement == Advertisement::Begins)
-        m_support.OnADStart(pts(), pts(), pts(), pts());
+        m_callbacks.hub().OnADStart(pts(), pts(), pts(), pts());
     else if (piece.advertisement == Advertisement::Ends)
-        m_support.OnADEnd(pts(), pts(), pts(), pts(), 0);
+        m_callbacks.hub().OnADEnd(pts(), pts(), pts(), pts(), 0);
     if (piece.dateTime && (!m_hasDateTime || piece.discontinuity))
         m_observer.onEvent(secondsSinceStart(), "date-time", dateText(*piece.dateTime));
     m_hasDateTime = m_hasDateTime || piece.dateTime;
@@ -247,7 +224,7 @@ bool Player::fetchInit(PlayTrack& track, const MediaPiece& piece) {
         return true;
     std::string bytes;
     if (piece.init) {
-        const Outcome outcome = fetchPart(wanted, piece.index, kMaxInitBytes, bytes);
+        const Outcome outcome = m_fetcher.init(wanted, piece.index, bytes);
         if (!outcome.ok) {
             if (!isInterrupted())
                 skip(track, piece, outcome);
@@ -323,55 +300,14 @@ void Player::countLost(uint64_t pieces) {
     m_observer.onTrouble(std::to_string(pieces) + " segments were gone before they were fetched");
 }
 
-Outcome Player::fetch(const Resource& resource, size_t limit, std::string& bytes) {
-    MemorySink sink(limit);
-    Outcome outcome = fetchInto(resource, sink);
-    bytes = std::move(sink.bytes());
-    return outcome;
-}
-
-/// What cannot be decrypted ends the play: the segments behind it would not fare better.
-Outcome Player::fetchPart(const MediaPart& part, uint64_t index, size_t limit, std::string& bytes) {
-    if (!part.encryption)
-        return fetch(part.resource, limit, bytes);
-    try {
-        return decrypt(part, "segment " + std::to_string(index), limit, bytes);
-    } catch (const ToolError&) {
-        if (!isInterrupted())
-            throw;
-        return {};
-    }
-}
-
 /// Passes what is protected through its handler. One that is refused ends the play.
 void Player::protect(const MediaPiece& piece, const MediaPart& part, std::string& bytes) {
-    if (!piece.protection)
-        return;
     try {
-        bytes = m_protected.rewrite(*piece.protection, bytes, part.resource.url);
+        m_fetcher.rewrite(piece, part, bytes);
     } catch (const ToolError& error) {
-        m_support.OnDRMErrorMsg(error.what());
+        m_callbacks.hub().OnDRMErrorMsg(error.what());
         throw;
     }
-}
-
-Outcome Player::decrypt(const MediaPart& part, const std::string& name, size_t limit,
-                        std::string& bytes) {
-    const AesBytes key = m_keys.get(part.encryption->keyUrl, name);
-    MemorySink plain(limit);
-    SegmentDecryptor decryptor(key, part.encryption->iv, true, plain);
-    Outcome outcome = fetchInto(part.resource, decryptor);
-    if (outcome.ok && !decryptor.finish())
-        throw ToolError(part.resource.url, name + " cannot be decrypted: " + decryptor.failure());
-    bytes = std::move(plain.bytes());
-    return outcome;
-}
-
-Outcome Player::fetchInto(const Resource& resource, ByteSink& sink) {
-    Outcome outcome = download(m_downloader, resource, sink, true, [this] { tick(); });
-    ++m_summary.downloads;
-    m_summary.retries += static_cast<uint64_t>(outcome.retries);
-    return outcome;
 }
 
 TraceRow Player::rowOf(const PlayTrack& track, const MediaPiece& piece, const Outcome& outcome) {
@@ -445,12 +381,7 @@ void Player::passTime(milliseconds time) {
 void Player::holdTransfers() {
     const bool isFull = !m_options.fast && m_buffer.level() >= m_options.bufferGoal;
     const bool isHeld = (isFull || m_viewer.isPaused()) && !isInterrupted();
-    if (isHeld == m_downloader.isPaused())
-        return;
-    if (isHeld)
-        m_downloader.pause();
-    else
-        m_downloader.resume();
+    m_fetcher.hold(isHeld);
 }
 
 /// The checker takes a poll as due only when more than its interval has passed.
@@ -465,7 +396,8 @@ void Player::pollBandwidth() {
 
 /// The end of what was fetched, as the player counts.
 unsigned long long Player::pts() const {
-    return static_cast<unsigned long long>(m_tracks[0].seconds * 1000) * kTimestampsPerMs;
+    return static_cast<unsigned long long>(m_tracks[0].seconds * 1000) *
+           PlayerCallbacks::kTimestampsPerMs;
 }
 
 double Player::secondsSinceStart() const {
@@ -499,7 +431,7 @@ PlaySample Player::sample() {
     sample.position = inSeconds(m_buffer.position());
     sample.bitrate = bitrate();
     sample.playing = m_buffer.isPlaying() && !m_viewer.isPaused();
-    sample.transferHeld = m_downloader.isPaused();
+    sample.transferHeld = m_fetcher.isHeld();
     return sample;
 }
 
@@ -513,6 +445,8 @@ Summary Player::summary() {
     summary.stalls = m_buffer.stalls();
     summary.stallTime = inSeconds(m_buffer.stallTime());
     summary.bandwidth = m_checker.GetCurrentAvgBandwidth();
+    summary.downloads = m_fetcher.downloads();
+    summary.retries = m_fetcher.retries();
     summary.output = m_options.output;
     summary.trace = m_options.trace;
     if (m_tracks.empty())
@@ -522,58 +456,6 @@ Summary Player::summary() {
     summary.meanBitrate = m_mainSeconds > 0 ? m_bitSeconds / m_mainSeconds : 0;
     summary.renditions = main.renditions.played();
     return summary;
-}
-
-void Player::tell(const char* kind, const std::string& what) {
-    m_observer.onEvent(secondsSinceStart(), kind, what);
-}
-
-/// Whatever the engine tells the player is handed on to the observer.
-void Player::registerCallbacks() {
-    using namespace hascommon;
-    using Time = unsigned long long;
-    m_support.SetBandwidthCallbackEx(
-        [](unsigned int, unsigned int from, unsigned int to, Time, Time, void* self) {
-            auto* const player = static_cast<Player*>(self);
-            player->m_observer.onSwitch(player->secondsSinceStart(), static_cast<int>(from),
-                                        static_cast<int>(to));
-            return HAS_STATUS_SUCCESS;
-        },
-        this);
-    m_support.SetDiscontinuityCallbackEx(
-        [](unsigned int, Time videoPts, Time, Time, Time, unsigned int, void* self) {
-            static_cast<Player*>(self)->tell("discontinuity", placeText(videoPts));
-            return HAS_STATUS_SUCCESS;
-        },
-        this);
-    m_support.SetAdvertisementCallbackEx(
-        [](unsigned int type, Time videoPts, Time, Time, Time, unsigned int, void* self) {
-            constexpr unsigned int kBegins = 8;
-            static_cast<Player*>(self)->tell(type == kBegins ? "ad-start" : "ad-end",
-                                             placeText(videoPts));
-            return HAS_STATUS_SUCCESS;
-        },
-        this);
-    m_support.SetOnEventCallbackEx(
-        [](int first, int second, int third, void* self) {
-            static_cast<Player*>(self)->tell("event", std::to_string(first) + " " +
-                                                          std::to_string(second) + " " +
-                                                          std::to_string(third));
-            return HAS_STATUS_SUCCESS;
-        },
-        this);
-    m_support.SetOnDRMErrorCallbackEx(
-        [](int code, void* self) {
-            static_cast<Player*>(self)->tell("drm-error", std::to_string(code));
-            return HAS_STATUS_SUCCESS;
-        },
-        this);
-    m_support.SetOnDRMErrInfoCallbackEx(
-        [](const char* text, void* self) {
-            static_cast<Player*>(self)->tell("drm-error", text);
-            return HAS_STATUS_SUCCESS;
-        },
-        this);
 }
 
 } // namespace hastool

@@ -1,19 +1,17 @@
 // A player without a screen.
 #pragma once
 
-#include "Downloader.h"
-#include "KeyStore.h"
+#include "PieceFetcher.h"
 #include "PlayTrack.h"
 #include "PlaybackBuffer.h"
+#include "PlayerCallbacks.h"
 #include "Presentation.h"
-#include "ProtectedContent.h"
 #include "Summary.h"
 #include "Trace.h"
 #include "ViewerPause.h"
 
 #include <Hasnet/AdaptiveSegSwitcher.h>
 #include <Hasnet/BandwidthChecker.h>
-#include <Hasutil/CPlayerSupport.h>
 
 #include <chrono>
 #include <cstdint>
@@ -108,9 +106,7 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void open();
-    void registerCallbacks();
     void configureSwitcher();
-    Document fetchDocument(const Resource& resource);
     bool wantsMore() const;
     PlayTrack* pickTrack();
     void advance(PlayTrack& track);
@@ -119,7 +115,6 @@ private:
     std::optional<NextPiece> nextPiece(PlayTrack& track);
     void take(PlayTrack& track, const MediaPiece& piece);
     void tellPlayer(const MediaPiece& piece);
-    void tell(const char* kind, const std::string& what);
     bool fetchInit(PlayTrack& track, const MediaPiece& piece);
     void accept(PlayTrack& track, const MediaPiece& piece, const Outcome& outcome,
                 const std::string& media);
@@ -127,12 +122,7 @@ private:
     void skip(PlayTrack& track, const MediaPiece& piece, const Outcome& outcome);
     void learnResolution(PlayTrack& track, const std::string& media);
     void countLost(uint64_t pieces);
-    Outcome fetch(const Resource& resource, size_t limit, std::string& bytes);
-    Outcome fetchPart(const MediaPart& part, uint64_t index, size_t limit, std::string& bytes);
-    Outcome decrypt(const MediaPart& part, const std::string& name, size_t limit,
-                    std::string& bytes);
     void protect(const MediaPiece& piece, const MediaPart& part, std::string& bytes);
-    Outcome fetchInto(const Resource& resource, ByteSink& sink);
     TraceRow rowOf(const PlayTrack& track, const MediaPiece& piece, const Outcome& outcome);
     void record(const TraceRow& row);
     void playOut();
@@ -151,11 +141,9 @@ private:
     PlayObserver& m_observer;
     hascommon::BandwidthChecker m_checker;
     hascommon::AdaptiveSegSwitcher m_switcher;
-    hascommon::CPlayerSupport m_support;
     std::optional<Trace> m_trace;
-    Downloader m_downloader;
-    KeyStore m_keys;
-    ProtectedContent m_protected;
+    PlayerCallbacks m_callbacks;
+    PieceFetcher m_fetcher;
     std::unique_ptr<Presentation> m_presentation;
     std::deque<PlayTrack> m_tracks; ///< the first is the one that the switcher chooses for
     PlaybackBuffer m_buffer;
