@@ -230,8 +230,9 @@ CCENCMediaContent::Step CCENCMediaContent::emitNext(ChunkReader& reader, Target&
 }
 
 CCENCMediaContent::Step CCENCMediaContent::beginBox(ChunkReader& reader) {
-    const BoxView header(reader.front(kBoxHeader), kBoxHeader);
-    const bool isMedia = header.type() == kMdat;
+    const BoxView header(reader.front(kBoxHeader), kBoxHeader); // until the next front()
+    const unsigned int type = header.type();
+    const bool isMedia = type == kMdat;
     unsigned long long size = header.u32(0);
     unsigned long long least = kBoxHeader;
     if (isMedia && size == 0)
@@ -247,7 +248,7 @@ CCENCMediaContent::Step CCENCMediaContent::beginBox(ChunkReader& reader) {
         fail(ERROR_BOX_SIZE);
         return Step::Failed;
     }
-    m_boxType = header.type();
+    m_boxType = type;
     m_boxLeft = size;
     m_isPassing = isMedia;
     return Step::Done;

@@ -158,6 +158,9 @@ bool CCENCMediaContent::walkBox(const BoxView& box, const Walk& walk) {
     const unsigned int type = box.type();
     if (type == kTraf)
         return walkTraf(box, walk);
+    // In a sample table it describes samples that no fragment lists, and nothing here keeps them.
+    if (isAuxiliary(type) && walk.moof == nullptr)
+        return true;
     switch (getBoxParsingMode(type)) {
     case BOX_CONTAINER:
         return walkChildren(box, kBoxHeader, walk);
