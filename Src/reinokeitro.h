@@ -46,15 +46,15 @@
 #include <Hasutil/CArray.h>
 #include <Hasutil/CBbtsParser.h>
 #include <Hasutil/CCENCMediaContent.h>
-#include <Hasutil/CENCFormat.h>
 #include <Hasutil/CDRMManager.h>
+#include <Hasutil/CENCFormat.h>
 #include <Hasutil/CPlayerSupport.h>
 #include <Hasutil/CTSPacketBuffer.h>
 #include <Hasutil/ContentProtection_t.h>
-#include <Hasutil/DrmTypes.h>
 #include <Hasutil/DashMarlinCencDRMHandler.h>
 #include <Hasutil/DashPlayReadyCencDRMHandler.h>
 #include <Hasutil/DashQDRMCencDRMHandler.h>
+#include <Hasutil/DrmTypes.h>
 #include <Hasutil/H264HeaderParser.h>
 #include <Hasutil/H264SequenceSetParse.h>
 #include <Hasutil/H264_SyntaxReader.h>

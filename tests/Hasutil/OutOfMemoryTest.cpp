@@ -1,6 +1,9 @@
 // What the media utilities do when memory runs out: nothing throws, and what was there stays.
 #include <Hascommon/Packet.h>
 #include <Hasutil/CBbtsParser.h>
+#include <Hasutil/ContentProtection_t.h>
+#include <Hasutil/DashMarlinCencDRMHandler.h>
+#include <Hasutil/DashQDRMCencDRMHandler.h>
 #include <Hasutil/H264HeaderParser.h>
 #include <Hasutil/HssXPathReader.h>
 #include <Hasutil/StringBuffer.h>
@@ -10,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <list>
 #include <string>
 
 namespace {
@@ -106,6 +111,61 @@ TEST(OutOfMemory, XPathAnswersAreEmpty) {
     EXPECT_TRUE(failing.hasFailed());
     EXPECT_TRUE(reader.GetXmlParamAttr("/a", "b").empty());
     EXPECT_EQ(reader.GetXmlParamInt("/a/text()"), 0);
+}
+
+/// Half of a box, which has to be kept until the rest comes.
+const ExactBytes& halfBox() {
+    static const ExactBytes bytes = [] {
+        ExactBytes half(100000);
+        half[1] = 3; // of 200,000 bytes, about
+        std::copy_n("free", 4, half.data() + 4);
+        return half;
+    }();
+    return bytes;
+}
+
+TEST(OutOfMemory, AHandlerRefusesAChunkThatItCannotKeep) {
+    hascommon::DashQDRMCencDRMHandler handler(CONTENT_TYPE_VIDEO, true);
+    const ExactBytes out(200000);
+    unsigned int size = 0;
+    const auto pass = [&] {
+        return handler.ProcessSegmentData(0, 0, halfBox().data(), halfBox().uintSize(), out.data(),
+                                          size);
+    };
+    {
+        const FailingNew failing(0);
+        EXPECT_EQ(pass(), 0);
+        EXPECT_TRUE(failing.hasFailed());
+    }
+    handler.OnContentStart(nullptr);
+    EXPECT_EQ(pass(), 1);
+}
+
+TEST(OutOfMemory, AHandlerKeepsTheDescriptorsItHas) {
+    hascommon::DashQDRMCencDRMHandler handler(CONTENT_TYPE_VIDEO, true);
+    std::list<dashengine::ContentProtection_t> descriptors(1);
+    descriptors.front().schemeIdUri = std::string(100, 'x');
+    for (int allowed = 0;; ++allowed) {
+        const FailingNew failing(allowed);
+        handler.setContentProtectionInfo(1, 2, &descriptors);
+        if (!failing.hasFailed())
+            break;
+        ASSERT_LT(allowed, 100);
+    }
+    EXPECT_EQ(handler.GetLastErrorCode(), 0);
+}
+
+TEST(OutOfMemory, AMarlinKindThatCannotBeRememberedIsUnusable) {
+    hascommon::DashMarlinCencDRMHandler handler(CONTENT_TYPE_VIDEO, true);
+    std::string info = "TYPE=" + std::string(100, 'x');
+    {
+        const FailingNew failing(0);
+        EXPECT_EQ(handler.OnContentStart(&info), 0);
+        EXPECT_TRUE(failing.hasFailed());
+    }
+    EXPECT_EQ(handler.GetLastErrorCode(), -51);
+    info = "TYPE=MARLIN-MS3";
+    EXPECT_EQ(handler.OnContentStart(&info), 1);
 }
 
 } // namespace
