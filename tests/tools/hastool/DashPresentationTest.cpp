@@ -4,7 +4,7 @@
 #include <Hascommon/Datetime.h>
 #include <hastool/engine/BoxBuilder.h>
 #include <hastool/engine/DashPresentation.h>
-#include <hastool/engine/PsshBox.h>
+#include <hastool/media/PsshText.h>
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 #include "DashPresentation.h"
 
+#include "../media/PsshText.h"
 #include "DashSelection.h"
 #include "DashTemplate.h"
 #include "IsoTime.h"
-#include "PsshBox.h"
 #include "ToolError.h"
 #include "XmlDocument.h"
 
@@ -364,7 +364,7 @@ DashPresentation::protectionOf(const DashPeriod& period, size_t track,
     result->isAudio = m_tracks[track].isAudio;
     result->isSeparate = !isMultiplexed(representation);
     for (const DashProtection& it : representation.protections) {
-        std::string pssh = it.pssh.empty() ? it.pro : psshPayload(it.pssh);
+        std::string pssh = it.pssh.empty() ? it.pro : psshDataText(it.pssh).value_or("");
         result->descriptors.push_back({it.schemeId, it.value, it.defaultKid, std::move(pssh)});
     }
     return result;
