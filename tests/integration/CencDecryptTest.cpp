@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <list>
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -40,11 +41,17 @@ Bytes clearFile(const test::TempDir& folder, const std::string& movflags) {
     return text(test::readFile(path));
 }
 
-/// The checksum of every frame of every stream, decrypted.
+/// The checksum of every frame of every stream, decrypted. A program that may seek reads all
+/// fragments first, and some of its versions then take the IVs of the wrong one.
 std::string frames(const test::TempDir& folder, const Bytes& file, const std::string& key) {
     const std::string path = folder.write("media.mp4", std::string(file.begin(), file.end()));
-    return test::runOk({"ffmpeg", "-v", "fatal", "-nostdin", "-decryption_key", key, "-i", path,
-                        "-map", "0", "-c", "copy", "-f", "framemd5", "-"});
+    std::istringstream listing(
+        test::runOk({"ffmpeg", "-v", "fatal", "-nostdin", "-seekable", "0", "-decryption_key", key,
+                     "-i", path, "-map", "0", "-c", "copy", "-f", "framemd5", "-"}));
+    std::string all;
+    for (std::string line; std::getline(listing, line);)
+        all += line.substr(0, line.find(", S=")) + "\n"; // a `pssh` comes beside the frames
+    return all;
 }
 
 /// Frames of a stream, in lines "stream, ...".
@@ -87,9 +94,9 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(
     Ways, DecryptedFrames,
-    testing::Combine(testing::Values("frag_keyframe+empty_moov",
-                                     "frag_keyframe+empty_moov+default_base_moof",
-                                     "frag_keyframe+empty_moov+separate_moof"),
+    testing::Combine(testing::Values("frag_keyframe+empty_moov+skip_trailer",
+                                     "frag_keyframe+empty_moov+skip_trailer+default_base_moof",
+                                     "frag_keyframe+empty_moov+skip_trailer+separate_moof"),
                      testing::Bool()));
 
 TEST_P(DecryptedFrames, AreThoseOfTheFileBeforeItWasProtected) {
