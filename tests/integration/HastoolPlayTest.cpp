@@ -1,9 +1,11 @@
 #include "Hastool.h"
 
+#include <Hasnet/AdaptiveSegSwitcher.h>
 #include <support/FaultOrigin.h>
 #include <support/MediaLadder.h>
 #include <support/Nginx.h>
 
+#include <cmath>
 #include <csignal>
 #include <fstream>
 #include <sstream>
@@ -25,6 +27,28 @@ using test::Stage;
 namespace {
 
 const std::vector<int> kBitrates = {100, 250, 500};
+
+/// Measures what a trace says.
+class ReplayedChecker : public hascommon::IBandwidthChecker {
+public:
+    bool Start() override { return true; }
+    bool Stop() override { return true; }
+    bool IsMonitoring() override { return true; }
+    void OnPolling(long long) override {}
+    void SetMonitorInterval(unsigned int) override {}
+    unsigned int GetMonitorInterval() override { return 250; }
+    unsigned int GetCurrentBandwidth() override { return current; }
+    unsigned int GetBeginingBandwidth() override { return first; }
+    unsigned int GetCurrentMinBandwidth() override { return mean; }
+    unsigned int GetCurrentAvgBandwidth() override { return mean; }
+    unsigned int GetAverageBandwidth() override { return mean; }
+    int GetVariationRateBandwidth() override { return 0; }
+    unsigned int GetDownloadPerHour() override { return 0; }
+
+    unsigned current = 0;
+    unsigned mean = 0;
+    unsigned first = 0;
+};
 
 class HastoolPlay : public testing::Test {
 protected:
@@ -55,6 +79,15 @@ protected:
         m_err = result.err;
         m_summary = json::parse(result.out);
         return json::parse(readFile(file("t.json")));
+    }
+    /// Of all qualities, as the master playlist has them.
+    std::vector<int> bitrates() const {
+        const std::string text = readFile(m_ladder->folder() / "master.m3u8");
+        std::vector<int> result;
+        const std::string name = "BANDWIDTH=";
+        for (size_t at = text.find(name); at != std::string::npos; at = text.find(name, at + 1))
+            result.push_back(std::stoi(text.substr(at + name.size())));
+        return result;
     }
     static int count(const json& trace, const std::string& change) {
         int result = 0;
@@ -128,6 +161,35 @@ TEST_F(HastoolPlay, SwitchesDownAndUpInFragmentedMp4) {
     EXPECT_GE(count(trace, "down"), 1) << trace.dump(1);
     EXPECT_EQ(decodeErrors(file("o.mp4")), "");
     EXPECT_EQ(test::decodedSeconds(file("o.mp4")), 48);
+}
+
+TEST_F(HastoolPlay, SwitchesAsTheSwitchersOwnRulesGiveForTheTrace) {
+    serve(MediaLadder::Format::TransportStream, 48, kBitrates);
+    shape([](int segment) { return segment < 10 || segment > 12 ? 400000 : 60000; });
+    const json trace = play({"--fast", master()});
+    ASSERT_EQ(trace.size(), 24U);
+    ReplayedChecker checker;
+    hascommon::AdaptiveSegSwitcher switcher;
+    switcher.Init(&checker);
+    switcher.SetSwitchParam(0, 0);
+    switcher.ResetData(bitrates(), false);
+    int stream = 0;
+    for (const json& row : trace) {
+        SCOPED_TRACE(row.dump());
+        constexpr int kNotAsked = -2;
+        if (row["choice"] != kNotAsked) {
+            checker.mean = row["choice_mean_bps"];
+            checker.first = row["choice_first_bps"];
+            EXPECT_EQ(switcher.ProcessAdaptiveSeg(stream, row["choice_buffer_ms"]), row["choice"]);
+        }
+        if (row["choice"] >= 0)
+            stream = row["choice"];
+        EXPECT_EQ(stream, row["stream"]);
+        checker.current = row["bandwidth_bps"];
+        switcher.ProcessAdaptiveSegLevel(
+            0, static_cast<unsigned>(std::lround(row["buffer_s"].get<double>() * 1000)), false);
+    }
+    EXPECT_GE(count(trace, "up"), 2);
 }
 
 TEST_F(HastoolPlay, DrainsInRealTime) {

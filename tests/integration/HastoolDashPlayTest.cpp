@@ -1,0 +1,285 @@
+// Playing DASH and Smooth Streaming, clear and protected, judged by ffmpeg.
+#include "Hastool.h"
+
+#include <support/CencFragments.h>
+#include <support/MediaLadder.h>
+#include <support/Nginx.h>
+
+#include <filesystem>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+using nlohmann::json;
+using test::Child;
+using test::hastool;
+using test::readFile;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kPlayReady[] = "urn:uuid:9a04f079-9840-4286-ab92-e65be0885f95";
+constexpr char kMarlin[] = "urn:uuid:5E629AF5-38DA-4063-8977-97FFBD9902D4";
+
+/// A test picture in two qualities and a tone, packed by ffmpeg.
+void pack(const std::string& target, const std::vector<std::string>& how) {
+    fs::create_directories(fs::path(target).parent_path());
+    std::vector<std::string> command = {"ffmpeg",
+                                        "-v",
+                                        "error",
+                                        "-nostdin",
+                                        "-f",
+                                        "lavfi",
+                                        "-i",
+                                        "testsrc2=size=192x108:rate=25:duration=6",
+                                        "-f",
+                                        "lavfi",
+                                        "-i",
+                                        "sine=440:duration=6",
+                                        "-map",
+                                        "0",
+                                        "-map",
+                                        "0",
+                                        "-map",
+                                        "1",
+                                        "-c:v",
+                                        "libx264",
+                                        "-preset",
+                                        "ultrafast",
+                                        "-g",
+                                        "50",
+                                        "-keyint_min",
+                                        "50",
+                                        "-sc_threshold",
+                                        "0",
+                                        "-b:v:0",
+                                        "100k",
+                                        "-b:v:1",
+                                        "300k",
+                                        "-c:a",
+                                        "aac"};
+    command.insert(command.end(), how.begin(), how.end());
+    command.push_back(target);
+    test::runOk(command);
+}
+
+/// Audio that begins at 0: the packer leaves out where the first chunk begins.
+void packSmooth(const std::string& folder, const std::string& scratch) {
+    const std::string video = scratch + "/v.mp4";
+    const std::string audio = scratch + "/a.aac";
+    pack(video, {"-an"});
+    pack(audio, {"-vn", "-f", "adts"});
+    test::runOk({"ffmpeg",
+                 "-v",
+                 "error",
+                 "-nostdin",
+                 "-i",
+                 video,
+                 "-i",
+                 audio,
+                 "-map",
+                 "0:v",
+                 "-map",
+                 "1:a",
+                 "-c",
+                 "copy",
+                 "-bsf:a",
+                 "aac_adtstoasc",
+                 "-f",
+                 "smoothstreaming",
+                 "-min_frag_duration",
+                 "2000000",
+                 folder});
+}
+
+int countOf(const std::string& text, const std::string& part) {
+    int count = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++count;
+    return count;
+}
+
+class HastoolDashPlay : public testing::Test {
+protected:
+    json play(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), {"play", "--fast", "-q", "--json", "-o", out()});
+        const Child::Result result = hastool(arguments);
+        EXPECT_EQ(result.status, 0) << result.err;
+        return json::parse(result.out);
+    }
+    std::string out() const { return m_dir.file("o.mp4"); }
+    std::string audioOut() const { return m_dir.file("o.audio.mp4"); }
+
+    test::TempDir m_dir;
+    test::Nginx m_server;
+};
+
+/// A manifest of one file with Common Encryption.
+std::string protectedManifest(const std::string& descriptors, const std::string& codecs) {
+    return "<MPD xmlns='urn:mpeg:dash:schema:mpd:2011' xmlns:cenc='urn:mpeg:cenc:2013' "
+           "mediaPresentationDuration='PT3S'><Period><AdaptationSet contentType='video'>" +
+           descriptors + "<Representation id='v' bandwidth='300000' codecs='" + codecs +
+           "'><BaseURL>v.mp4</BaseURL></Representation></AdaptationSet></Period></MPD>";
+}
+
+std::string descriptor(const std::string& schemeId, const std::string& more = "") {
+    return "<ContentProtection schemeIdUri='" + schemeId + "'>" + more + "</ContentProtection>";
+}
+
+} // namespace
+
+TEST_F(HastoolDashPlay, WritesVideoAndAudioByteByByte) {
+    const fs::path folder = fs::path(m_server.root()) / "d";
+    pack((folder / "m.mpd").string(),
+         {"-f", "dash", "-seg_duration", "2", "-adaptation_sets", "id=0,streams=v id=1,streams=a"});
+    const json summary = play({m_server.url("/d/m.mpd")});
+    EXPECT_EQ(summary["segments"], 6);
+    EXPECT_EQ(summary["streams"], 2);
+    EXPECT_EQ(summary["skipped"], 0);
+    const auto joined = [&](const std::string& stream) {
+        std::string bytes = readFile(folder / ("init-stream" + stream + ".m4s"));
+        for (int i = 1; i <= 3; ++i)
+            bytes +=
+                readFile(folder / ("chunk-stream" + stream + "-0000" + std::to_string(i) + ".m4s"));
+        return bytes;
+    };
+    EXPECT_TRUE(readFile(out()) == joined("0"));
+    EXPECT_TRUE(readFile(audioOut()) == joined("2"));
+    EXPECT_EQ(test::decodeErrors(out()), "");
+    EXPECT_EQ(test::decodeErrors(audioOut()), "");
+}
+
+TEST_F(HastoolDashPlay, PlaysFilesWithASegmentIndex) {
+    const fs::path folder = fs::path(m_server.root()) / "d";
+    pack((folder / "m.mpd").string(),
+         {"-f", "dash", "-seg_duration", "2", "-single_file", "1", "-global_sidx", "1",
+          "-adaptation_sets", "id=0,streams=v id=1,streams=a"});
+    const json summary = play({m_server.url("/d/m.mpd"), "--start-bitrate", "10000000"});
+    EXPECT_EQ(summary["segments"], 6);
+    EXPECT_EQ(test::decodeErrors(out()), "");
+    EXPECT_EQ(test::decodedSeconds(out()), 6);
+}
+
+TEST_F(HastoolDashPlay, PlaysSmoothStreamingWithAnInitialisationOfItsOwn) {
+    packSmooth(m_server.root() + "/s.ism", m_dir.path().string());
+    const json summary = play({m_server.url("/s.ism/Manifest")});
+    EXPECT_EQ(summary["segments"], 6);
+    EXPECT_EQ(summary["renditions"][0]["resolution"], "192x108");
+    EXPECT_EQ(test::decodeErrors(out()), "");
+    EXPECT_EQ(test::decodeErrors(audioOut()), "");
+    EXPECT_EQ(test::decodedSeconds(out()), 6);
+}
+
+TEST_F(HastoolDashPlay, PutsThePsshOfTheManifestIntoEachFragment) {
+    const std::string file = m_server.root() + "/d/v.mp4";
+    fs::create_directories(m_server.root() + "/d");
+    test::makeEncryptedFragments(file, false);
+    const std::string frames = test::decryptedFrames(file);
+    ASSERT_NE(frames, "");
+    const std::string box = "AAAAJHBzc2gAAAAAmgTweZhAQoarkuZb4IhflQAAAARkYXRh"; // "data"
+    for (const std::string& descriptors :
+         {descriptor(kPlayReady, "<cenc:pssh>" + box + "</cenc:pssh>"),
+          descriptor("urn:mpeg:dash:mp4protection:2011") + descriptor("urn:uuid:other") +
+              descriptor(kMarlin, "<cenc:pssh>" + box + "</cenc:pssh>")}) {
+        m_server.write("d/m.mpd", protectedManifest(descriptors, "avc1.42c00d"));
+        play({m_server.url("/d/m.mpd")});
+        const std::string written = readFile(out());
+        EXPECT_GT(countOf(written, "moof"), 1);
+        EXPECT_EQ(countOf(written, "pssh"), countOf(written, "moof"));
+        EXPECT_EQ(countOf(written, std::string("\0\0\0\4data", 8)), countOf(written, "moof"));
+        EXPECT_EQ(test::decryptedFrames(out()), frames);
+    }
+}
+
+TEST_F(HastoolDashPlay, PutsThePsshIntoTheMovieWhereAudioAndVideoAreMultiplexed) {
+    const std::string file = m_server.root() + "/d/v.mp4";
+    fs::create_directories(m_server.root() + "/d");
+    test::makeEncryptedFragments(file, true);
+    const std::string box = "AAAAJHBzc2gAAAAAmgTweZhAQoarkuZb4IhflQAAAARkYXRh";
+    m_server.write("d/m.mpd",
+                   protectedManifest(descriptor(kPlayReady, "<cenc:pssh>" + box + "</cenc:pssh>"),
+                                     "avc1.42c00d,mp4a.40.2"));
+    play({m_server.url("/d/m.mpd")});
+    EXPECT_EQ(countOf(readFile(out()), "pssh"), 1);
+    EXPECT_EQ(readFile(out()).size(), fs::file_size(file) + 36);
+    EXPECT_EQ(test::decryptedFrames(out()), test::decryptedFrames(file));
+}
+
+TEST_F(HastoolDashPlay, SaysWhenNoHandlerKnowsTheProtection) {
+    m_server.write("d/v.mp4", "media");
+    m_server.write("d/m.mpd", protectedManifest(descriptor("urn:uuid:other"), "avc1"));
+    const Child::Result result = hastool({"play", "--fast", "-q", m_server.url("/d/m.mpd")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "hastool: " + m_server.url("/d/v.mp4") +
+                              ": protected by a system that is not supported\n");
+}
+
+TEST_F(HastoolDashPlay, EndsInOneLineForAManifestThatIsNone) {
+    m_server.write("a.mpd", "<MPD><Period></MPD>");
+    m_server.write("b.mpd", "<MPD/>");
+    m_server.write("c", "<SmoothStreamingMedia/>");
+    m_server.write("d", "<html></html>");
+    const std::pair<const char*, const char*> rows[] = {
+        {"/a.mpd", "not a well-formed XML document"},
+        {"/b.mpd", "an MPD without a Period"},
+        {"/c", "a Smooth Streaming manifest without a stream"},
+        {"/d", "not a playlist: no #EXTM3U before \"<html></html>\""}};
+    for (const auto& [path, message] : rows) {
+        const Child::Result result = hastool({"play", "--fast", "-q", m_server.url(path)});
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(test::lines(result.err), 1) << result.err;
+        EXPECT_NE(result.err.find(path), std::string::npos) << result.err;
+        EXPECT_NE(result.err.find(message), std::string::npos) << result.err;
+    }
+}
+
+TEST_F(HastoolDashPlay, ReadsAManifestOfFiftyMegabytes) {
+    std::string text = "<MPD mediaPresentationDuration='PT4S'><Period><AdaptationSet "
+                       "contentType='video'><SegmentTemplate media='s$Number$' duration='2'/>"
+                       "<Representation id='v' bandwidth='1'/></AdaptationSet><EventStream>";
+    const std::string event = "<Event id='1'>" + std::string(1000, 'x') + "</Event>\n";
+    while (text.size() < 50u << 20)
+        text += event;
+    text += "</EventStream></Period></MPD>";
+    m_server.write("big.mpd", text);
+    m_server.write("s1", "one");
+    m_server.write("s2", "two");
+    const json summary = play({m_server.url("/big.mpd")});
+    EXPECT_EQ(summary["segments"], 2);
+    EXPECT_EQ(readFile(out()), "onetwo");
+}
+
+TEST_F(HastoolDashPlay, PlaysUrlsWithBlanksAndOtherLetters) {
+    m_server.write("d/\xC3\xA4 b/s 1.m4s", "one");
+    m_server.write("d/m.mpd",
+                   "<MPD mediaPresentationDuration='PT2S'><Period><AdaptationSet "
+                   "contentType='video'><BaseURL>\xC3\xA4 b/</BaseURL>"
+                   "<SegmentTemplate media='s $Number$.m4s' duration='2'/>"
+                   "<Representation id='v' bandwidth='1'/></AdaptationSet></Period></MPD>");
+    play({m_server.url("/d/m.mpd")});
+    EXPECT_EQ(readFile(out()), "one");
+}
+
+TEST_F(HastoolDashPlay, TakesAnEmptySegmentAsItIs) {
+    m_server.write("d/s1", "");
+    m_server.write("d/s2", "two");
+    m_server.write("d/m.mpd",
+                   "<MPD mediaPresentationDuration='PT4S'><Period><AdaptationSet "
+                   "contentType='video'><SegmentTemplate media='s$Number$' duration='2'/>"
+                   "<Representation id='v' bandwidth='1'/></AdaptationSet></Period></MPD>");
+    EXPECT_EQ(play({m_server.url("/d/m.mpd")})["segments"], 2);
+    EXPECT_EQ(readFile(out()), "two");
+}
+
+TEST_F(HastoolDashPlay, KeepsWhatWasWrittenWhenALaterSegmentIsMissing) {
+    m_server.write("d/s1", "one");
+    m_server.write("d/s3", "three");
+    m_server.write("d/m.mpd",
+                   "<MPD mediaPresentationDuration='PT6S'><Period><AdaptationSet "
+                   "contentType='video'><SegmentTemplate media='s$Number$' duration='2'/>"
+                   "<Representation id='v' bandwidth='1'/></AdaptationSet></Period></MPD>");
+    const json summary = play({"--retries", "0", m_server.url("/d/m.mpd")});
+    EXPECT_EQ(summary["skipped"], 1);
+    EXPECT_EQ(readFile(out()), "onethree");
+}
