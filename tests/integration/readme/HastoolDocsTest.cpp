@@ -55,7 +55,7 @@ TEST_F(HastoolDocsTest, TraceFieldsAreThoseOfTheTool) {
     test::run({HASTOOL_PATH, "play", "--trace", trace, "http://127.0.0.1:1/"});
     const std::string header = test::readFile(trace);
     EXPECT_THAT(matches(document, "`([a-z_]+)`"), IsSupersetOf(matches(header, "([a-z_]+)[,\n]")));
-    EXPECT_EQ(std::count(header.begin(), header.end(), ','), 16);
+    EXPECT_EQ(std::count(header.begin(), header.end(), ','), 22);
 }
 
 } // namespace
