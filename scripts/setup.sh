@@ -33,6 +33,7 @@ packages() {
         echo clang-tidy         # the source checks
         echo tinyproxy          # requests through a proxy
         echo openssl            # certificates for servers over TLS, and the judge of decryption
+        echo doxygen            # the API pages
         ;;
     *)
         echo "setup.sh: no such group: $1 (there are build, run and test)" >&2
