@@ -5,8 +5,8 @@
 #include <Hasutil/detail/BoxTypes.h>
 #include <Hasutil/detail/ChunkReader.h>
 #include <Hasutil/detail/Fragment.h>
+#include <Hasutil/detail/OffsetTable.h>
 #include <Hasutil/detail/PsshBox.h>
-#include <Hasutil/detail/SaioEntries.h>
 
 #include <algorithm>
 #include <climits>
@@ -19,8 +19,8 @@ namespace {
 
 using namespace hascommon::detail;
 
-constexpr size_t kLongHeader = 16; // with a size of 64 bits
-constexpr unsigned long long kToTheEnd = ~0ULL;
+constexpr size_t kLongHeader = 16;              // with a size of 64 bits
+constexpr unsigned long long kToTheEnd = ~0ULL; // as far as anybody will ever count
 /// Samples of a fragment that no byte of it stands for: five seconds of PCM at 48 kHz.
 constexpr unsigned int kMaxImpliedSamples = 0x40000;
 /// Tracks of a fragment; more than any file has.
@@ -149,6 +149,7 @@ void CCENCMediaContent::clearStream() {
     m_boxType = 0;
     m_boxLeft = 0;
     m_isPassing = false;
+    m_position = 0;
     m_inserted = 0;
 }
 
@@ -160,6 +161,13 @@ int CCENCMediaContent::fail(int error) {
 int CCENCMediaContent::process(int period, int representation, unsigned char* in,
                                unsigned int inLen, unsigned char* out, unsigned int& outLen) {
     outLen = 0;
+    if (isMediaOnly(in, inLen, out)) {
+        memcpy(out, in, inLen);
+        m_boxLeft -= inLen;
+        m_position += inLen;
+        outLen = inLen;
+        return static_cast<int>(inLen);
+    }
     if ((in == nullptr && inLen != 0) || (out == nullptr && inLen + m_waiting.size() != 0))
         return fail(ERROR_ARGUMENT);
     if (m_newSegment)
@@ -182,6 +190,13 @@ int CCENCMediaContent::process(int period, int representation, unsigned char* in
     }
     reader.keepRest();
     return static_cast<int>(target.used);
+}
+
+/// Whether a chunk is media data from end to end, and only that, as most chunks are.
+bool CCENCMediaContent::isMediaOnly(const unsigned char* in, unsigned int inLen,
+                                    const unsigned char* out) const {
+    return m_isPassing && inLen < m_boxLeft && inLen < m_capacity && !m_newSegment &&
+           m_waiting.empty() && in != nullptr && out != nullptr;
 }
 
 /// Nothing is allocated here: most chunks never wait. The lines tell what might have to.
@@ -210,8 +225,8 @@ CCENCMediaContent::Step CCENCMediaContent::emitNext(ChunkReader& reader, Target&
         const auto size =
             static_cast<size_t>(std::min<unsigned long long>(m_boxLeft, reader.available()));
         reader.pass(target.take(size), size);
-        if (m_boxLeft != kToTheEnd)
-            m_boxLeft -= size;
+        m_boxLeft -= size;
+        m_position += size;
         m_isPassing = m_boxLeft != 0;
         return Step::Done;
     }
@@ -225,6 +240,7 @@ CCENCMediaContent::Step CCENCMediaContent::emitNext(ChunkReader& reader, Target&
         return Step::Failed;
     }
     reader.drop(size);
+    m_position += size;
     m_boxLeft = 0;
     return Step::Done;
 }
@@ -310,8 +326,9 @@ bool CCENCMediaContent::emitMuxedMoov(const BoxView& moov, size_t psshAt, Target
     pssh.write(out + before);
     const size_t behind = before + replaced;
     memcpy(out + before + pssh.size(), moov.data() + behind, moov.size() - behind);
-    m_inserted += static_cast<long long>(pssh.size()) - static_cast<long long>(replaced);
-    return true;
+    const auto grown = static_cast<long long>(pssh.size()) - static_cast<long long>(replaced);
+    m_inserted += grown;
+    return moveSampleTables(BoxView(out, static_cast<size_t>(size)), m_position + behind, grown);
 }
 
 bool CCENCMediaContent::emitMoof(const BoxView& moof, Target& target) {
@@ -539,7 +556,7 @@ void CCENCMediaContent::readSamples(const BoxView& fields, unsigned int flags, u
 }
 
 int CCENCMediaContent::saioBoxParsing(const BoxView& box) {
-    SaioEntries entries;
+    OffsetTable entries;
     if (m_moofTrack == nullptr || !findSaioEntries(box, entries))
         return -1;
     m_moofTrack->saioCount = entries.count;

@@ -116,11 +116,13 @@ public:
     /// **Rewriting.** `moov` of separate media: its last `pssh` is retyped "free", once PSSH data
     /// is kept; the data and system id of each are kept. `moov` of multiplexed media: a `pssh`
     /// built from the descriptor replaces the last one or becomes the last child; only the last one
-    /// is meant in both cases. `moof` of separate media without a `pssh`: one from the descriptor,
-    /// or else from what was kept, becomes its last child, and each data offset in `trun` grows by
-    /// its size; so does a `saio` offset that points behind the `moof`. A base data offset in
-    /// `tfhd` counts from the file's start, so in every `moof` it moves by what was inserted before
-    /// since the segment began; it moves in place of the runs where the first has no offset.
+    /// is meant in both cases. Samples that such a `moov` lists itself, behind what was put in,
+    /// stay findable: its `stco`, `co64` and `saio` follow. `moof` of separate media without a
+    /// `pssh`: one from the descriptor, or else from what was kept, becomes its last child, and
+    /// each data offset in `trun` grows by its size; so does a `saio` offset that points behind the
+    /// `moof`. A base data offset in `tfhd` counts from the file's start, so in every `moof` it
+    /// moves by what was inserted before since the segment began; it moves in place of the runs
+    /// where the first has no offset.
     ///
     /// **After a bad box** nothing of it is emitted, what came before it in this call is, and the
     /// next call begins a segment. After ERROR_BUFFER_LIMIT nothing has changed and smaller chunks
@@ -271,6 +273,8 @@ private:
     HAS_LOCAL void clearStream();
     HAS_LOCAL int fail(int error);
 
+    HAS_LOCAL bool isMediaOnly(const unsigned char* in, unsigned int inLen,
+                               const unsigned char* out) const;
     HAS_LOCAL bool resizeBuffer(unsigned int inLen);
     HAS_LOCAL Step emitNext(ChunkReader& reader, Target& target);
     HAS_LOCAL Step beginBox(ChunkReader& reader);
@@ -318,9 +322,10 @@ private:
     std::vector<unsigned char> m_waiting; // the beginning of one box, never more
     unsigned int m_capacity = 0;          // what may come to wait, as told in the log
     unsigned int m_boxType = 0;
-    unsigned long long m_boxLeft = 0; // of the current box; 0 between boxes
-    bool m_isPassing = false;         // the current box is media data
-    long long m_inserted = 0;         // bytes put before what is emitted now, since a clean start
+    unsigned long long m_boxLeft = 0;  // of the current box; 0 between boxes
+    bool m_isPassing = false;          // the current box is media data
+    unsigned long long m_position = 0; // of the current byte in the stream as it came
+    long long m_inserted = 0;          // bytes put before what is emitted now, since a clean start
 
     // The walk.
     std::list<TRACK_FORMAT> m_tracks;

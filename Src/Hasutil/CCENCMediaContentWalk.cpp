@@ -330,6 +330,8 @@ int CCENCMediaContent::sencBoxParsing(const BoxView& box) {
         return -1;
     const bool hasSubsamples = (box.u24(9) & kSencSubsamples) != 0;
     AuxiliaryReader reader(*m_moofTrack, track->perSampleIvSize);
+    if (hasSubsamples)
+        reader.expect(box.size());
     size_t at = 16; // the box's own count of samples says nothing that `trun` does not
     for (SAMPLE_FORMAT& sample : m_moofTrack->samples) {
         if (!reader.read(box, at, hasSubsamples, sample))

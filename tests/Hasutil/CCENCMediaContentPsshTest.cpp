@@ -227,6 +227,66 @@ TEST_F(Muxed, BuildsAnEmptyPsshForADescriptorWithoutText) {
     EXPECT_EQ(rewritten(moovOf(pssh(kOtherId, counting(7)))), moovOf(pssh(kPlayReadyId, {})));
 }
 
+Bytes sampleTables(const Bytes& tables) {
+    return box("trak", box("mdia", box("minf", box("stbl", tables))));
+}
+Bytes stco(const std::vector<unsigned int>& offsets) {
+    return patched(saio(offsets), 4, text("stco"));
+}
+Bytes co64(const std::vector<unsigned long long>& offsets) {
+    Bytes entries = u32(static_cast<unsigned int>(offsets.size()));
+    for (const unsigned long long offset : offsets)
+        entries = entries + u64(offset);
+    return fullBox("co64", 0, 0, entries);
+}
+
+TEST_F(Muxed, MovesWhatTheMoovItselfSaysOfSamplesBehindIt) {
+    describe(kText);
+    const Bytes ftyp = box("ftyp", counting(8));
+    const auto moov = [](unsigned int by, const Bytes& more = {}) {
+        const unsigned int end = 16 + 8 + 8 * 4 + 28 + 32 + 24; // of the box as it came
+        return box("moov", sampleTables(stco({10, end - 1, end + by}) +
+                                        co64({0, 0x700000000ULL + by}) + saio({20, 500 + by})) +
+                               more);
+    };
+    ASSERT_EQ(moov(0).size(), 8U + 8 * 4 + 28 + 32 + 24);
+    EXPECT_EQ(rewritten(ftyp + moov(0)), ftyp + moov(37, pssh(kPlayReadyId, kData)));
+}
+
+TEST_F(Muxed, MovesItBackWhereTheMoovShrinks) {
+    describe(kText);
+    const auto moov = [](unsigned int offset, const Bytes& more) {
+        return box("moov", sampleTables(stco({offset})) + more);
+    };
+    EXPECT_EQ(rewritten(moov(1000, pssh(kOtherId, zeros(15)))),
+              moov(990, pssh(kPlayReadyId, kData)));
+}
+
+TEST_F(Muxed, RefusesAChunkOffsetThatWouldOverflow) {
+    describe(kText);
+    for (const Bytes& table : {stco({0xFFFFFFFF}), co64({0xFFFFFFFFFFFFFFFFULL})}) {
+        content.startSegment();
+        EXPECT_FALSE(deliver(content, box("moov", sampleTables(table)), 1000).isWhole);
+    }
+}
+
+TEST_F(Muxed, LeavesSampleTablesAloneThatNobodyCanRead) {
+    describe(kText);
+    const Bytes lies[] = {
+        box("stco", zeros(3)),
+        fullBox("stco", 0, 0, u32(2) + u32(5000)),
+        fullBox("co64", 0, 0, u32(0x20000000) + u64(5000)),
+        sizedBox(99, "stco"),
+        fullBox("saio", 0, 0, u32(3) + u32(5000)),
+    };
+    for (const Bytes& lie : lies) {
+        const Bytes moov = box("moov", sampleTables(lie));
+        const Bytes out = rewritten(moov);
+        EXPECT_EQ(Bytes(out.begin() + 8, out.begin() + static_cast<std::ptrdiff_t>(moov.size())),
+                  Bytes(moov.begin() + 8, moov.end()));
+    }
+}
+
 TEST_F(Muxed, LogsTheMoov) {
     describe(kText);
     content.setContentProtectionInfo(3, 4, nullptr);

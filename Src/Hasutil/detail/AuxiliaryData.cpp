@@ -9,6 +9,7 @@ namespace {
 using namespace hascommon::detail;
 
 constexpr size_t kSubsample = 6;
+constexpr unsigned char kUsualIv = 8;
 
 /// One offset of a `saio`; those of version 1 are kept as two words, the low one first.
 unsigned long long offsetOf(const MOOF_TRACK_FORMAT& track, size_t index) {
@@ -43,11 +44,18 @@ bool AuxiliaryReader::read(const BoxView& bytes, size_t& at, bool hasSubsamples,
     if (!bytes.holds(at, m_ivSize))
         return false;
     memset(sample.iv, 0, sizeof sample.iv);
-    memcpy(sample.iv, bytes.data() + at, m_ivSize);
+    if (m_ivSize == kUsualIv)
+        memcpy(sample.iv, bytes.data() + at, kUsualIv); // without a call
+    else
+        memcpy(sample.iv, bytes.data() + at, m_ivSize);
     sample.ivSize = m_ivSize;
     sample.subsampleCount = 0;
     at += m_ivSize;
     return !hasSubsamples || readSubsamples(bytes, at, sample);
+}
+
+void AuxiliaryReader::expect(size_t bytes) {
+    m_track.subsamples.reserve(m_track.subsamples.size() + bytes / kSubsample);
 }
 
 bool AuxiliaryReader::readSized(const BoxView& bytes, size_t& at, SAMPLE_FORMAT& sample) {
@@ -70,9 +78,12 @@ bool AuxiliaryReader::readSubsamples(const BoxView& bytes, size_t& at, SAMPLE_FO
     at += 2;
     sample.subsampleCount = static_cast<unsigned short>(count);
     sample.firstSubsample = static_cast<unsigned int>(m_track.subsamples.size());
-    for (unsigned int i = 0; i < count; ++i, at += kSubsample)
-        m_track.subsamples.push_back(
-            {static_cast<unsigned short>(bytes.u16(at)), bytes.u32(at + 2)});
+    m_track.subsamples.resize(m_track.subsamples.size() + count);
+    SUBSAMPLE_FORMAT* subsample = m_track.subsamples.data() + sample.firstSubsample;
+    for (unsigned int i = 0; i < count; ++i, ++subsample, at += kSubsample) {
+        subsample->clearBytes = static_cast<unsigned short>(bytes.u16(at));
+        subsample->protectedBytes = bytes.u32(at + 2);
+    }
     return true;
 }
 

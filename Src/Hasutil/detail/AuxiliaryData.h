@@ -18,6 +18,9 @@ public:
         : m_track(track)
         , m_ivSize(ivSize) {}
 
+    /// Takes memory at once for the subsamples that this many bytes may hold.
+    void expect(size_t bytes);
+
     /// Reads an IV and, when asked to, the subsamples behind it.
     /// @param at  where it begins; moved behind it
     /// @return false when the bytes do not hold it; the sample may then have its IV only

@@ -5,13 +5,6 @@
 
 namespace hascommon::detail {
 
-ChunkReader::ChunkReader(std::vector<unsigned char>& waiting, unsigned char* chunk, size_t size,
-                         size_t limit)
-    : m_waiting(waiting)
-    , m_chunk(chunk)
-    , m_left(size)
-    , m_limit(limit) {}
-
 unsigned char* ChunkReader::front(size_t size) {
     if (m_waiting.empty())
         return m_chunk;
@@ -29,21 +22,15 @@ void ChunkReader::pass(unsigned char* out, size_t size) {
     if (size == waiting)
         return;
     memcpy(out + waiting, m_chunk, size - waiting);
-    drop(size - waiting);
+    skip(size - waiting);
 }
 
 void ChunkReader::drop(size_t size) {
     const size_t waiting = std::min(size, m_waiting.size());
-    m_waiting.erase(m_waiting.begin(), m_waiting.begin() + static_cast<std::ptrdiff_t>(waiting));
-    if (size == waiting)
-        return;
-    m_chunk += size - waiting;
-    m_left -= size - waiting;
-}
-
-void ChunkReader::keepRest() {
-    if (m_left != 0)
-        moveBehindWaiting(m_left);
+    if (waiting != 0)
+        m_waiting.erase(m_waiting.begin(),
+                        m_waiting.begin() + static_cast<std::ptrdiff_t>(waiting));
+    skip(size - waiting);
 }
 
 void ChunkReader::moveBehindWaiting(size_t size) {
@@ -52,8 +39,7 @@ void ChunkReader::moveBehindWaiting(size_t size) {
     if (needed > m_waiting.capacity())
         m_waiting.reserve(std::max(needed, std::min(2 * m_waiting.capacity(), m_limit)));
     m_waiting.insert(m_waiting.end(), m_chunk, m_chunk + size);
-    m_chunk += size;
-    m_left -= size;
+    skip(size);
 }
 
 } // namespace hascommon::detail

@@ -14,7 +14,11 @@ public:
     /// @param chunk    stays the caller's while this lives
     /// @param limit    the most bytes that memory is taken for; nobody asks for more at a time
     ChunkReader(std::vector<unsigned char>& waiting, unsigned char* chunk, size_t size,
-                size_t limit);
+                size_t limit)
+        : m_waiting(waiting)
+        , m_chunk(chunk)
+        , m_left(size)
+        , m_limit(limit) {}
 
     size_t available() const { return m_waiting.size() + m_left; }
 
@@ -25,10 +29,18 @@ public:
     /// Drops the first `size` of the available bytes.
     void drop(size_t size);
     /// Lets what is available wait for the next chunk.
-    void keepRest();
+    void keepRest() {
+        if (m_left != 0)
+            moveBehindWaiting(m_left);
+    }
 
 private:
     void moveBehindWaiting(size_t size);
+    /// Drops bytes of the chunk.
+    void skip(size_t size) {
+        m_chunk += size;
+        m_left -= size;
+    }
 
     std::vector<unsigned char>& m_waiting;
     unsigned char* m_chunk;

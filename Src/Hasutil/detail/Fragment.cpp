@@ -1,7 +1,7 @@
 #include <Hasutil/detail/Fragment.h>
 
 #include <Hasutil/detail/BoxTypes.h>
-#include <Hasutil/detail/SaioEntries.h>
+#include <Hasutil/detail/OffsetTable.h>
 
 #include <climits>
 
@@ -10,14 +10,14 @@ namespace {
 using namespace hascommon::detail;
 
 bool isFieldBoxSound(const BoxView& box) {
-    SaioEntries entries;
+    OffsetTable table;
     switch (box.type()) {
     case kTfhd:
         return box.holds(0, 16) && (box.holds(16, 8) || (box.u24(9) & kTfhdBaseOffset) == 0);
     case kTrun:
         return box.holds(0, 16) && (box.holds(16, 4) || (box.u24(9) & kTrunDataOffset) == 0);
     case kSaio:
-        return findSaioEntries(box, entries);
+        return findSaioEntries(box, table);
     default:
         return true;
     }
@@ -49,11 +49,10 @@ bool beginsAtBase(const BoxView& traf) {
 bool moveBase(const BoxView& tfhd, long long by) {
     if ((tfhd.u24(9) & kTfhdBaseOffset) == 0)
         return true;
-    const unsigned long long base = tfhd.u64(16);
-    const unsigned long long moved = base + static_cast<unsigned long long>(by);
-    if (by < 0 ? moved > base : moved < base)
+    unsigned long long base = tfhd.u64(16);
+    if (!moveOffset(base, by))
         return false;
-    storeU64(tfhd.data() + 16, moved);
+    storeU64(tfhd.data() + 16, base);
     return true;
 }
 
@@ -68,32 +67,9 @@ bool moveRun(const BoxView& trun, unsigned int by) {
     return true;
 }
 
-bool moveShortOffset(const BoxView& entry, size_t moofSize, unsigned int by) {
-    const unsigned int offset = entry.u32(0);
-    if (offset < moofSize)
-        return true;
-    storeU32(entry.data(), offset + by);
-    return offset + by >= by;
-}
-
-bool moveLongOffset(const BoxView& entry, size_t moofSize, unsigned int by) {
-    const unsigned long long offset = entry.u64(0);
-    if (offset < moofSize)
-        return true;
-    storeU64(entry.data(), offset + by);
-    return offset + by >= by;
-}
-
 bool moveAuxiliary(const BoxView& saio, size_t moofSize, unsigned int by) {
-    SaioEntries offsets;
-    if (!findSaioEntries(saio, offsets))
-        return false;
-    const auto move = offsets.width == 4 ? moveShortOffset : moveLongOffset;
-    for (size_t i = 0; i < offsets.count; ++i) {
-        if (!move(offsets.entry(saio, i), moofSize, by))
-            return false;
-    }
-    return true;
+    OffsetTable table;
+    return findSaioEntries(saio, table) && moveOffsets(saio, table, moofSize, by);
 }
 
 bool moveTraf(const BoxView& traf, size_t moofSize, const Moved& moved) {
