@@ -67,11 +67,13 @@ IDRMHandler* CDRMManager::FindHandler(const std::string& schemeId, std::string,
     if (IDRMHandler* const known = find(schemeId, mediaType))
         return known;
     const bool isKept = systemType == SYSTEM_TYPE_CENC;
+    const bool isGenericAlone =
+        isKept && schemeId == kCommonEncryption && m_contentProtectSize == 1;
     std::unique_ptr<IDRMHandler> handler;
     if (has_iequal(schemeId, kMarlin)) {
         if (isKept)
             handler = make<DashMarlinCencDRMHandler>(mediaType, flag);
-    } else if (has_iequal(schemeId, kPlayReady)) {
+    } else if (has_iequal(schemeId, kPlayReady) || isGenericAlone) {
         handler = make<DashPlayReadyCencDRMHandler>(mediaType, flag);
     } else if (has_iequal(schemeId, kPlayReadySwapped)) {
         HAS_LOG("---Dash PlayReady Handler---, type:%d", static_cast<int>(mediaType));
@@ -79,8 +81,6 @@ IDRMHandler* CDRMManager::FindHandler(const std::string& schemeId, std::string,
     } else if (has_iequal(schemeId, kQdrm)) {
         HAS_LOG("---Dash QDRM Handler---, type:%d", static_cast<int>(mediaType));
         handler = make<DashQDRMCencDRMHandler>(mediaType, flag);
-    } else if (isKept && schemeId == kCommonEncryption && m_contentProtectSize == 1) {
-        handler = make<DashPlayReadyCencDRMHandler>(mediaType, flag);
     }
     if (!handler || !isKept)
         return handler.release();

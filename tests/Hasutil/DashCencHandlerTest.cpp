@@ -57,7 +57,13 @@ protected:
 };
 
 using Systems = ::testing::Types<Marlin, PlayReady, Qdrm>;
-TYPED_TEST_SUITE(DashCencHandler, Systems);
+struct SystemNames {
+    template<typename System>
+    static std::string GetName(int) {
+        return std::string(System::kFile).substr(0, std::string(System::kFile).find("Cenc"));
+    }
+};
+TYPED_TEST_SUITE(DashCencHandler, Systems, SystemNames);
 
 TYPED_TEST(DashCencHandler, BeginsWithoutAnErrorAndWithNothingWaiting) {
     typename TypeParam::Handler fresh(CONTENT_TYPE_AUDIO, true);

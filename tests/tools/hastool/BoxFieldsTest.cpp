@@ -292,7 +292,7 @@ TEST(BoxFields, ARunWithoutSizesTakesTheDefaultOne) {
 }
 
 TEST(BoxFields, ASampleCountThatTheBoxCannotHoldIsTrouble) {
-    for (const uint64_t flags : {0x200, 0xF00, 0x100}) {
+    for (const uint64_t flags : {0x200U, 0xF00U, 0x100U}) {
         const BoxList list(fullBox("trun", 0, flags, be(0xFFFFFFFF) + zeros(64)));
         EXPECT_NE(list.trouble(), "");
         EXPECT_EQ(list.at(0).facts["sample_count"], 0xFFFFFFFF);
@@ -333,7 +333,7 @@ TEST(BoxFields, SampleEncryptionTakesTheIvSizeOfItsSampleGroup) {
 
 TEST(BoxFields, SampleEncryptionFindsItsIvSizeWhereNothingTellsIt) {
     const std::string part = be(2, 2) + std::string(12, 'w'); // taken for counts it is too much
-    for (const uint64_t size : {0, 8, 16}) {
+    for (const uint64_t size : {0U, 8U, 16U}) {
         const std::string entry = std::string(static_cast<size_t>(size), 'i') + part;
         const json facts = factsOf(fullBox("senc", 0, 2, be(3) + entry + entry + entry));
         EXPECT_EQ(facts["iv_size"], size);
@@ -343,7 +343,7 @@ TEST(BoxFields, SampleEncryptionFindsItsIvSizeWhereNothingTellsIt) {
 }
 
 TEST(BoxFields, SampleEncryptionThatDoesNotFillItsBoxIsTrouble) {
-    for (const uint64_t flags : {0, 2}) {
+    for (const uint64_t flags : {0U, 2U}) {
         EXPECT_NE(BoxList(fullBox("senc", 0, flags, be(2) + zeros(21))).trouble(), "");
         EXPECT_NE(BoxList(fullBox("senc", 0, flags, be(0xFFFFFFFF) + zeros(21))).trouble(), "");
     }

@@ -59,7 +59,7 @@ TEST(CencPass, EveryFragmentOfSeparateMediaGetsABox) {
     const std::string file = movie() + fragment("one") + fragment("two");
     const std::string pssh = psshBox(kPlayReadyId, "data");
     const std::string expected = movie() + fragment("one", pssh) + fragment("two", pssh);
-    for (const size_t chunk : {1, 7, 100, 10000})
+    for (const size_t chunk : {1U, 7U, 100U, 10000U})
         EXPECT_EQ(pass(file, {kPlayReady, "ZGF0YQ==", true}, chunk), expected) << chunk;
     EXPECT_EQ(textOf(file, expected), "2 pssh boxes inserted, 0 replaced, 0 neutralised");
 }
@@ -67,7 +67,7 @@ TEST(CencPass, EveryFragmentOfSeparateMediaGetsABox) {
 TEST(CencPass, TheMovieOfMultiplexedMediaGetsABox) {
     const std::string file = movie() + fragment("one");
     const std::string expected = movie(psshBox(kPlayReadyId, "data")) + fragment("one");
-    for (const size_t chunk : {1, 7, 100, 10000})
+    for (const size_t chunk : {1U, 7U, 100U, 10000U})
         EXPECT_EQ(pass(file, {kPlayReady, "ZGF0YQ==", false}, chunk), expected) << chunk;
     EXPECT_EQ(textOf(file, expected), "1 pssh box inserted, 0 replaced, 0 neutralised");
 }

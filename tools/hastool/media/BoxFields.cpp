@@ -71,10 +71,9 @@ uint64_t BoxFields::number(const char* name, size_t size) {
     return value;
 }
 
-int64_t BoxFields::signedNumber(const char* name, size_t size) {
-    const uint64_t bits = number(size);
-    const uint64_t sign = uint64_t{1} << (8 * size - 1);
-    const auto value = static_cast<int64_t>((bits ^ sign) - sign);
+int64_t BoxFields::signed32(const char* name) {
+    const auto bits = static_cast<int64_t>(number(4));
+    const int64_t value = bits < int64_t{1} << 31 ? bits : bits - (int64_t{1} << 32);
     if (!m_isCut)
         m_facts[name] = value;
     return value;

@@ -47,7 +47,7 @@ public:
     /// @name Reading and noting
     /// @{
     uint64_t number(const char* name, size_t size);
-    int64_t signedNumber(const char* name, size_t size);
+    int64_t signed32(const char* name);
     /// Bytes, as hexadecimal digits.
     std::string hex(const char* name, size_t size);
     /// Four letters.

@@ -59,15 +59,16 @@ Json toJson(const BoxInfo& box) {
 }
 
 std::string indent(unsigned depth) {
-    return std::string(4 * depth, ' ');
+    return std::string(size_t{4} * depth, ' ');
 }
 
 } // namespace
 
 std::string toText(const BoxInfo& box) {
     const std::string size = std::to_string(box.offset) + " +" + std::to_string(box.size);
-    std::string text = std::string(2 * box.depth, ' ') + (box.type.empty() ? "----" : box.type) +
-                       "  " + size + (box.isToEnd ? " (to the end)" : "");
+    std::string text = std::string(size_t{2} * box.depth, ' ') +
+                       (box.type.empty() ? "----" : box.type) + "  " + size +
+                       (box.isToEnd ? " (to the end)" : "");
     if (box.type.empty())
         text += "  no box";
     const std::string facts = objectText(box.facts);

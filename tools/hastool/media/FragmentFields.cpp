@@ -100,7 +100,7 @@ void readDecodeTime(BoxFields& box, const BoxVersion& full, BoxContext&) {
 void readRun(BoxFields& box, const BoxVersion& full, BoxContext& context) {
     const uint64_t count = box.number("sample_count", 4);
     if ((full.flags & kDataOffset) != 0)
-        box.signedNumber("data_offset", 4);
+        box.signed32("data_offset");
     if ((full.flags & kFirstFlags) != 0)
         box.number("first_sample_flags", 4);
     const auto size = samplesSize(box, full.flags, count, context);
