@@ -175,9 +175,10 @@
   }
 
   function drawRateTicks(svg, axis, scale) {
+    const steps = scale.high / scale.low < 8 ? [1, 1.5, 2, 3, 4, 5, 6, 8] : [1, 2, 5];
     let last = Infinity;
     for (let power = 1; power <= scale.high; power *= 10) {
-      for (const step of [1, 2, 5]) {
+      for (const step of steps) {
         const value = power * step;
         const y = scale.y(value);
         if (value < scale.low || value > scale.high || last - y < 20) continue;
@@ -260,7 +261,18 @@
 
   // ---- downloads ----
 
-  function drawBar(svg, axis, segment, y, height) {
+  /** The stretches of a bar in which the player held its transfer itself. */
+  function drawHeld(bar, axis, segment, holds, y, height) {
+    const end = segment.begin + segment.download;
+    for (const [from, to] of holds) {
+      const begin = Math.max(from, segment.begin);
+      if (begin >= Math.min(to, end) || segment.skipped) continue;
+      const x = axis.x(begin);
+      add(bar, 'rect', {class: 'hold', x: short(x), y: short(y), width: short(axis.x(Math.min(to, end)) - x), height: short(height)});
+    }
+  }
+
+  function drawBar(svg, axis, segment, holds, y, height) {
     const begin = axis.x(segment.begin);
     const end = axis.x(segment.begin + segment.download);
     const length = segment.skipped ? 0 : Math.max(end - begin, 1.5);
@@ -273,6 +285,7 @@
     };
     part('wait', begin, waited);
     part('body', begin + waited, length - waited);
+    drawHeld(bar, axis, segment, holds, y, height);
     let x = Math.max(begin + length, end) + 8;
     for (const name of ['retry', 'redirect', 'skipped']) {
       const isSo = {retry: segment.retries > 0, redirect: segment.redirects > 0, skipped: segment.skipped}[name];
@@ -282,7 +295,7 @@
     }
   }
 
-  function drawTrack(svg, axis, segments, name, top, rows) {
+  function drawTrack(svg, axis, segments, holds, name, top, rows) {
     const height = Math.min(Math.max(340 / segments.length, 1.5), 12);
     const bottom = top + height * segments.length + 6;
     drawTimeAxis(svg, axis, top, bottom);
@@ -293,7 +306,7 @@
       rows.push({segment, y: y + height / 2});
       if (i % Math.max(Math.round(step), 1) === 0)
         add(svg, 'text', {x: axis.left - 6, y: short(y + height / 2 + 4), 'text-anchor': 'end'}, segment.index);
-      drawBar(svg, axis, segment, y + height * 0.12, height * 0.76);
+      drawBar(svg, axis, segment, holds, y + height * 0.12, height * 0.76);
     });
     return bottom + 38;
   }
@@ -305,10 +318,9 @@
     for (const isAudio of [false, true]) {
       const segments = data.segments.filter((segment) => segment.audio === isAudio);
       if (!segments.length) continue;
-      if (bottom) top = bottom + 30;
-      bottom = drawTrack(svg, axis, segments, isAudio ? 'audio' : 'main', top, rows);
+      if (bottom) top = bottom + 40;
+      bottom = drawTrack(svg, axis, segments, data.holds, isAudio ? 'audio' : 'main', top, rows);
     }
-    band(svg, axis, data.holds, 'hold', 20, 5);
     if (!bottom) add(svg, 'text', {x: 0, y: 14}, 'No segment was downloaded.');
     return {top: 26, bottom: Math.max(bottom - 38, 26), height: Math.max(bottom, 30), rows};
   }
@@ -376,12 +388,13 @@
     chart.tip.replaceChildren();
     for (const line of lines) addHtml(chart.tip, 'div', '', line);
     chart.tip.hidden = false;
-    const factor = chart.svg.clientWidth / play.axis.width;
+    const box = chart.svg.getBoundingClientRect();
+    const factor = box.width / play.axis.width;
     const width = chart.tip.offsetWidth;
     const right = x * factor + 14;
-    const fits = right + width <= chart.svg.clientWidth;
-    chart.tip.style.left = Math.max(0, fits ? right : x * factor - width - 14) + 'px';
-    chart.tip.style.top = chart.svg.offsetTop + y * factor + 'px';
+    const left = right + width <= box.width ? right : x * factor - width - 14;
+    chart.tip.style.left = Math.max(0, left) + 'px';
+    chart.tip.style.top = box.top - chart.figure.getBoundingClientRect().top + y * factor + 'px';
     said.textContent = lines.join(', ');
   }
 
@@ -454,7 +467,7 @@
     downloads: {
       draw: drawDownloads,
       legend: [['box', 'wait', 'to the first byte'], ['box', 'body', 'the rest, or all attempts'], ['mark', 'retry', 'retried'],
-        ['mark', 'redirect', 'redirected'], ['mark', 'skipped', 'skipped'], ['strip', 'hold', 'transfers held']],
+        ['mark', 'redirect', 'redirected'], ['mark', 'skipped', 'skipped'], ['box', 'hold', 'held by the player']],
     },
   };
 
@@ -479,7 +492,7 @@
       const svg = add(figure, 'svg', {tabindex: 0, role: 'img',
         'aria-label': name + ' over time; the arrow keys go from value to value'});
       const tip = addHtml(figure, 'div', 'tip');
-      const chart = {kind, svg, tip, at: 0};
+      const chart = {kind, figure, svg, tip, at: 0};
       play.charts.push(chart);
       listen(play, chart);
     }
