@@ -4,6 +4,7 @@
 #include <support/Child.h>
 #include <support/TempDir.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 

@@ -4,6 +4,7 @@
 #include <support/FaultOrigin.h>
 #include <support/MediaLadder.h>
 
+#include <cmath>
 #include <cstdio>
 
 #include <gtest/gtest.h>
@@ -49,6 +50,16 @@ protected:
         m_trace = json::parse(readFile(m_dir.file("t.json")));
         m_summary = json::parse(result.out);
     }
+    /// The page's DOM when a script has run that acts on the downloads' chart, `svg`.
+    std::string loadWith(const std::string& script) const {
+        const std::string path = m_dir.write(
+            "with.html", readFile(page()) +
+                             "<script>{const svg = document.querySelectorAll('.chart > svg')[2];" +
+                             script + "}</script>");
+        const LoadedPage loaded = Browser().load("file://" + path);
+        EXPECT_EQ(loaded.console, "");
+        return loaded.dom;
+    }
     std::string page() const { return m_dir.file("r.html"); }
 
     test::TempDir m_dir;
@@ -68,6 +79,20 @@ int count(const std::string& text, const std::string& part) {
 
 bool has(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
+}
+
+/// What the page's scripts read.
+json dataIn(const std::string& page) {
+    const std::string begin = "<script type=\"application/json\">";
+    const size_t at = page.find(begin) + begin.size();
+    return json::parse(page.substr(at, page.find("</script>", at) - at));
+}
+
+/// What a screen reader would say of the moment or segment that is marked.
+std::string said(const std::string& dom) {
+    const std::string begin = "aria-live=\"polite\">";
+    const size_t at = dom.find(begin) + begin.size();
+    return dom.substr(at, dom.find('<', at) - at);
 }
 
 std::string number(const json& value) {
@@ -99,6 +124,12 @@ std::string rowEnd(const json& row) {
 
 } // namespace
 
+TEST(Browser, HearsWhatAPageTellsItsConsole) {
+    const test::TempDir dir;
+    const std::string path = dir.write("p.html", "<script>nothing();</script>");
+    EXPECT_TRUE(has(Browser().load("file://" + path).console, "nothing is not defined"));
+}
+
 TEST_F(HastoolReport, ShowsInABrowserWhatTheTraceTells) {
     play();
     const LoadedPage loaded = Browser().load("file://" + page());
@@ -126,15 +157,48 @@ TEST_F(HastoolReport, ShowsTheSummary) {
     EXPECT_TRUE(has(text, figure("Downloads", m_summary["downloads"].dump() + ", 1 retries")));
     EXPECT_TRUE(has(text, figure("Switches", m_summary["switches_up"].dump() + " up, " +
                                                  m_summary["switches_down"].dump() + " down")));
-    EXPECT_TRUE(has(text, ": HTTP 410; skipped</td>") || has(text, "410")) << "the trouble";
+    EXPECT_TRUE(has(text, "/3.ts: ") && has(text, "; skipped</td></tr>")) << "the trouble";
 }
 
-TEST_F(HastoolReport, NamesTheValuesOfAMomentThatIsPointedAt) {
+TEST_F(HastoolReport, NamesTheValuesOfTheMomentInItsAddress) {
     play();
+    const json samples = dataIn(readFile(page()))["samples"];
     const std::string dom = Browser().load("file://" + page() + "#play-1@0.6").dom;
-    EXPECT_TRUE(has(dom, "class=\"cross\""));
-    EXPECT_TRUE(has(dom, "<div class=\"\">window mean ")) << "a tip";
-    EXPECT_TRUE(has(dom, "aria-live=\"polite\">0."));
+    EXPECT_EQ(count(dom, "class=\"cross\""), 3) << "in every chart";
+    const double shown = std::stod(said(dom));
+    size_t nearest = 0;
+    for (size_t i = 0; i < samples["time"].size(); ++i) {
+        if (std::abs(samples["time"][i].get<double>() - 0.6) <
+            std::abs(samples["time"][nearest].get<double>() - 0.6))
+            nearest = i;
+    }
+    EXPECT_NEAR(shown, samples["time"][nearest].get<double>(), 0.006);
+    EXPECT_TRUE(has(dom, "<div>window mean ")) << "a tip";
+}
+
+TEST_F(HastoolReport, GoesFromSegmentToSegmentByTheKeyboard) {
+    play();
+    const std::string press = "svg.dispatchEvent(new KeyboardEvent('keydown', {key: 'KEY'}));";
+    const std::string end = std::string(press).replace(press.find("KEY'}"), 3, "End");
+    const std::string up = std::string(press).replace(press.find("KEY'}"), 3, "ArrowUp");
+    const std::string escape = std::string(press).replace(press.find("KEY'}"), 3, "Escape");
+    EXPECT_EQ(said(loadWith(end)).substr(0, 10), "segment 7,");
+    EXPECT_EQ(said(loadWith(end + up)).substr(0, 10), "segment 6,");
+    const std::string dom = loadWith(end + escape);
+    EXPECT_FALSE(has(dom, "class=\"cross\""));
+}
+
+TEST_F(HastoolReport, NamesTheSegmentUnderThePointer) {
+    play();
+    const std::string dom =
+        loadWith("const box = svg.querySelectorAll('.bar')[2].getBoundingClientRect();"
+                 "svg.dispatchEvent(new PointerEvent('pointermove',"
+                 "    {clientX: box.left + 1, clientY: box.top + box.height / 2}));");
+    EXPECT_EQ(said(dom).substr(0, 10), "segment 2,");
+    EXPECT_TRUE(has(said(dom), ", redirects 1"));
+    const std::string bytes = m_trace[2]["bytes"].dump();
+    EXPECT_TRUE(has(said(dom), bytes.substr(0, 2))) << said(dom) << " of " << bytes;
+    EXPECT_TRUE(has(dom, "class=\"pick\""));
 }
 
 TEST_F(HastoolReport, IsPrinted) {
@@ -145,6 +209,7 @@ TEST_F(HastoolReport, IsPrinted) {
 }
 
 TEST_F(HastoolReport, TellsOfAPlayThatFailed) {
+    m_origin.on("/nothing.m3u8", Reply().status(410));
     const test::Child::Result result =
         hastool({"play", "--report", page(), m_origin.url("/nothing.m3u8")});
     EXPECT_EQ(result.status, 1);
