@@ -114,7 +114,9 @@ std::string rowEnd(const json& row) {
     const auto measured = [](const json& value) {
         return value == 0 ? "<td class=\"number\"></td>" : integer(value);
     };
-    const std::string note = row["skipped"] == true ? "skipped" : row["switch"].get<std::string>();
+    std::string note = row["switch"];
+    if (row["skipped"] == true)
+        note += note.empty() ? "skipped" : ", skipped";
     return number(row["time_s"]) + number(row["download_s"]) + number(row["first_byte_s"]) +
            integer(row["bitrate_bps"]) + "<td>" + row["resolution"].get<std::string>() + "</td>" +
            integer(row["bytes"]) + number(row["duration_s"]) + number(row["buffer_s"]) +
@@ -199,6 +201,30 @@ TEST_F(HastoolReport, NamesTheSegmentUnderThePointer) {
     const std::string bytes = m_trace[2]["bytes"].dump();
     EXPECT_TRUE(has(said(dom), bytes.substr(0, 2))) << said(dom) << " of " << bytes;
     EXPECT_TRUE(has(dom, "class=\"pick\""));
+}
+
+TEST_F(HastoolReport, TellsHowLongPlayAndTransfersStoodStill) {
+    m_origin.onPrefix("/slow/", [this](const Request& request) {
+        Reply reply = Reply().file((m_ladder.folder() / "0" / request.path.substr(6)).string());
+        if (request.path == "/slow/1.ts")
+            reply.delayed(std::chrono::milliseconds(2600));
+        return reply;
+    });
+    const test::Child::Result result =
+        hastool({"play", "--json", "--duration", "6", "--pause-at", "3:1", "--report", page(),
+                 m_origin.url("/slow/index.m3u8")});
+    ASSERT_EQ(result.status, 0) << result.err;
+    const json summary = json::parse(result.out);
+    const json data = dataIn(readFile(page()));
+    ASSERT_EQ(data["stalls"].size(), 1U);
+    EXPECT_EQ(summary["stalls"], 1);
+    const auto length = [](const json& range) {
+        return range[1].get<double>() - range[0].get<double>();
+    };
+    EXPECT_NEAR(length(data["stalls"][0]), summary["stall_s"].get<double>(), 0.2);
+    ASSERT_EQ(data["pauses"].size(), 1U);
+    EXPECT_NEAR(length(data["pauses"][0]), 1, 0.2);
+    EXPECT_GE(data["holds"].size(), 1U) << "as long as the viewer pauses";
 }
 
 TEST_F(HastoolReport, IsPrinted) {

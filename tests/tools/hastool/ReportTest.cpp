@@ -90,6 +90,19 @@ TEST(Report, ListsSegmentsAsTheTraceHasThem) {
                     "<td class=\"number\">1</td><td class=\"number\">2</td><td></td></tr>"));
 }
 
+TEST(Report, NotesSwitchesAndSkippedSegments) {
+    ReportedPlay play = reportedPlay();
+    hastool::TraceRow row = test::traceRow(12, 4, 0);
+    row.change = "up";
+    play.record.onSegment(row);
+    row.skipped = true;
+    play.record.onSegment(row);
+    const std::string page = pageOf({play});
+    EXPECT_EQ(count(page, "<td>up</td></tr>"), 1);
+    EXPECT_EQ(count(page, "<td>up, skipped</td></tr>"), 1);
+    EXPECT_EQ(count(page, "<td>skipped</td></tr>"), 1);
+}
+
 TEST(Report, ListsWhatThePlayerWasToldWithItsTime) {
     const std::string page = pageOf({reportedPlay()});
     EXPECT_TRUE(has(page, "<tr><td class=\"number\">0.800</td><td>bitrate</td><td>up from 300 "

@@ -83,7 +83,10 @@ std::string measuredCell(unsigned bandwidth) {
 }
 
 std::string noteOf(const TraceRow& row) {
-    return row.skipped ? "skipped" : row.change;
+    const std::string change = row.change;
+    if (!row.skipped)
+        return change;
+    return change.empty() ? "skipped" : change + ", skipped";
 }
 
 std::string segmentRow(const TraceRow& row) {

@@ -170,20 +170,23 @@
     return {
       low, high, unit,
       name: unit === 1e6 ? 'Mbit/s' : 'kbit/s',
+      decade: Math.log(10) / span * (bottom - top),
       y: (value) => bottom - Math.log(Math.max(value, low) / low) / span * (bottom - top),
     };
   }
 
+  /** Round values, as many of each power of ten as find room. */
+  function rateSteps(scale) {
+    if (scale.decade > 255) return [1, 1.5, 2, 3, 4, 5, 6, 8];
+    if (scale.decade > 66) return [1, 2, 5];
+    return scale.decade > 42 ? [1, 3] : [1];
+  }
+
   function drawRateTicks(svg, axis, scale) {
-    const steps = scale.high / scale.low < 8 ? [1, 1.5, 2, 3, 4, 5, 6, 8] : [1, 2, 5];
-    let last = Infinity;
     for (let power = 1; power <= scale.high; power *= 10) {
-      for (const step of steps) {
+      for (const step of rateSteps(scale)) {
         const value = power * step;
-        const y = scale.y(value);
-        if (value < scale.low || value > scale.high || last - y < 20) continue;
-        last = y;
-        drawValueTick(svg, axis, y, digits(value / scale.unit));
+        if (value >= scale.low && value <= scale.high) drawValueTick(svg, axis, scale.y(value), digits(value / scale.unit));
       }
     }
   }
@@ -296,7 +299,8 @@
   }
 
   function drawTrack(svg, axis, segments, holds, name, top, rows) {
-    const height = Math.min(Math.max(340 / segments.length, 1.5), 12);
+    const share = Math.min(1.5, 900 / segments.length);
+    const height = Math.min(Math.max(340 / segments.length, share), 12);
     const bottom = top + height * segments.length + 6;
     drawTimeAxis(svg, axis, top, bottom);
     add(svg, 'text', {class: 'title', x: 0, y: top - 14}, name + ': segment');
@@ -306,7 +310,7 @@
       rows.push({segment, y: y + height / 2});
       if (i % Math.max(Math.round(step), 1) === 0)
         add(svg, 'text', {x: axis.left - 6, y: short(y + height / 2 + 4), 'text-anchor': 'end'}, segment.index);
-      drawBar(svg, axis, segment, holds, y + height * 0.12, height * 0.76);
+      drawBar(svg, axis, segment, holds, y + height * 0.12, Math.max(height * 0.76, 1));
     });
     return bottom + 38;
   }
