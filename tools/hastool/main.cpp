@@ -1,6 +1,6 @@
-#include "commands/DecryptCommand.h"
 #include "commands/BoxesCommand.h"
 #include "commands/CencCommand.h"
+#include "commands/DecryptCommand.h"
 #include "commands/ExitCode.h"
 #include "commands/GetCommand.h"
 #include "commands/PlayCommand.h"
