@@ -32,6 +32,7 @@ packages() {
         echo clang-format       # the source layout
         echo clang-tidy         # the source checks
         echo tinyproxy          # requests through a proxy
+        echo chromium           # the pages that hastool makes
         echo openssl            # certificates for servers over TLS, and the judge of decryption
         echo doxygen            # the API pages
         ;;

@@ -4,13 +4,18 @@
 #include "../engine/Interrupt.h"
 #include "../engine/ToolError.h"
 #include "../media/ByteSource.h"
+#include "../report/PlayTee.h"
+#include "../report/Report.h"
 #include "../ui/PlayProgress.h"
 #include "EngineFlags.h"
 #include "ExitCode.h"
 
 #include <cstdio>
+#include <exception>
 #include <limits>
+#include <optional>
 #include <tuple>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -21,6 +26,7 @@ constexpr char kExamples[] = R"(Examples:
   hastool play http://host/master.m3u8
   hastool play --fast -o film.ts http://host/master.m3u8
   hastool play --duration 60 --trace play.csv http://host/live.m3u8
+  hastool play --report play.html http://host/master.m3u8
   hastool play --pause-at 20:10 --limit 0-1500000 http://host/manifest.mpd
   hastool play --json --start-bitrate 1500000 http://host/master.m3u8
 )";
@@ -43,6 +49,8 @@ PlayCommand::PlayCommand(CLI::App& app)
     command.add_option("-o,--output", m_options.output, "Write the media to this file")
         ->type_name("FILE");
     command.add_option("--trace", m_options.trace, "Record every segment, as .csv or .json")
+        ->type_name("FILE");
+    command.add_option("--report", m_page, "Write a page with charts of the play, as HTML")
         ->type_name("FILE");
     command.add_flag("--fast", m_options.fast, "Play as quickly as the media comes in");
     command.add_option("--duration", m_options.duration, "Stop after so many seconds of media")
@@ -145,21 +153,46 @@ int PlayCommand::run() {
         terminal.trouble(error.what());
         return kWrongUsage;
     }
-    PlayProgress progress(terminal);
-    Player player(m_options, progress);
-    try {
-        player.play();
-    } catch (const ToolError&) {
-        terminal.clear();
-        if (player.summary().segments > 0)
-            report(player.summary());
-        throw;
-    }
-    terminal.clear();
-    report(player.summary());
+    play(terminal);
     if (isInterrupted())
         throw ToolError(m_options.url, "interrupted");
     return kDone;
+}
+
+/// Plays, and reports however it ends. That a page cannot be written is known before the play.
+void PlayCommand::play(Terminal& terminal) {
+    std::optional<OutputFile> page;
+    if (!m_page.empty())
+        page.emplace(m_page, OutputFile::Mode::Replace);
+    PlayProgress progress(terminal);
+    ReportedPlay played;
+    PlayTee both({&progress, &played.record});
+    Player player(m_options, page ? static_cast<PlayObserver&>(both) : progress);
+    std::exception_ptr failure;
+    try {
+        player.play();
+    } catch (const ToolError& error) {
+        failure = std::current_exception();
+        played.failure = error.what();
+    }
+    terminal.clear();
+    played.summary = player.summary();
+    if (!failure || played.summary.segments > 0)
+        report(played.summary);
+    if (page)
+        writePage(*page, std::move(played));
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+void PlayCommand::writePage(OutputFile& page, ReportedPlay play) const {
+    if (isInterrupted())
+        play.failure = "interrupted";
+    play.title = m_options.url;
+    Report report("hastool play");
+    report.add(std::move(play));
+    page.write(report.html());
+    page.commit();
 }
 
 void PlayCommand::report(const Summary& summary) const {

@@ -1,7 +1,9 @@
 // hastool play
 #pragma once
 
+#include "../engine/OutputFile.h"
 #include "../engine/Player.h"
+#include "../report/PlaySection.h"
 #include "../ui/Terminal.h"
 
 #include <string>
@@ -25,6 +27,8 @@ public:
 private:
     void addSwitcherOptions();
     void completeOptions();
+    void play(Terminal& terminal);
+    void writePage(OutputFile& page, ReportedPlay play) const;
     void report(const Summary& summary) const;
 
     CLI::App* m_command;
@@ -33,6 +37,7 @@ private:
     double m_liveTimeout = 60;
     std::vector<std::string> m_limits; ///< as written
     std::string m_groupsFile;
+    std::string m_page;    ///< the report's name; empty for none
     std::string m_pauseAt; ///< as written
     bool m_json = false;
     bool m_quiet = false;

@@ -195,6 +195,7 @@ std::optional<NextPiece> Player::nextPiece(PlayTrack& track) {
 
 void Player::take(PlayTrack& track, const MediaPiece& piece) {
     countLost(piece.lost);
+    m_pieceBegun = secondsSinceStart();
     if (track.number == 0)
         tellPlayer(piece);
     if (piece.missing) {
@@ -204,6 +205,7 @@ void Player::take(PlayTrack& track, const MediaPiece& piece) {
     if (!fetchInit(track, piece))
         return;
     std::string media;
+    m_pieceBegun = secondsSinceStart();
     const Outcome outcome = m_fetcher.segment(piece.media, piece.index, media);
     if (outcome.ok) {
         protect(piece, piece.media, media);
@@ -320,6 +322,7 @@ void Player::protect(const MediaPiece& piece, const MediaPart& part, std::string
 
 TraceRow Player::rowOf(const PlayTrack& track, const MediaPiece& piece, const Outcome& outcome) {
     TraceRow row = m_choice;
+    row.begin = m_pieceBegun;
     row.time = secondsSinceStart();
     row.isAudio = track.number != 0;
     row.index = piece.index;
@@ -355,6 +358,7 @@ void Player::playOut() {
     while (!m_buffer.isDone() && !isInterrupted() &&
            (end.count() == 0 || m_buffer.position() < end))
         pause(kIdleTick);
+    takeSample();
 }
 
 void Player::pause(milliseconds time) {
@@ -368,6 +372,7 @@ void Player::tick() {
     m_lastTick += passed;
     passTime(passed);
     holdTransfers();
+    watchState();
     pollBandwidth();
     if (now - m_lastStatus < kStatusInterval)
         return;
@@ -399,7 +404,25 @@ void Player::pollBandwidth() {
         return;
     m_lastPoll = now;
     m_checker.OnPolling(now);
-    m_observer.onSample(sample());
+    takeSample();
+}
+
+/// What begins or ends between two polls is recorded when it does.
+void Player::watchState() {
+    const bool isSame = isStalled() == m_lastSample.stalled &&
+                        m_viewer.isPaused() == m_lastSample.paused &&
+                        m_fetcher.isHeld() == m_lastSample.transferHeld;
+    if (!isSame)
+        takeSample();
+}
+
+void Player::takeSample() {
+    m_lastSample = sample();
+    m_observer.onSample(m_lastSample);
+}
+
+bool Player::isStalled() const {
+    return m_buffer.stalls() > 0 && !m_buffer.isPlaying() && !m_buffer.isDone();
 }
 
 /// The end of what was fetched, as the player counts.
@@ -425,7 +448,7 @@ PlayStatus Player::status() {
         status.resolution = m_tracks[0].renditions.resolution(m_tracks[0].stream);
     status.bandwidth = m_checker.GetCurrentAvgBandwidth();
     status.switches = m_summary.switchesUp + m_summary.switchesDown;
-    status.stalled = m_buffer.stalls() > 0 && !m_buffer.isPlaying();
+    status.stalled = isStalled();
     status.paused = m_viewer.isPaused();
     return status;
 }
@@ -440,6 +463,8 @@ PlaySample Player::sample() {
     sample.bitrate = bitrate();
     sample.playing = m_buffer.isPlaying() && !m_viewer.isPaused();
     sample.transferHeld = m_fetcher.isHeld();
+    sample.stalled = isStalled();
+    sample.paused = m_viewer.isPaused();
     return sample;
 }
 
@@ -461,6 +486,8 @@ Summary Player::summary() {
         return summary;
     const PlayTrack& main = m_tracks[0];
     summary.streams = main.info.streams.size();
+    for (const StreamInfo& stream : main.info.streams)
+        summary.ladder.push_back(stream.bitrate);
     summary.meanBitrate = m_mainSeconds > 0 ? m_bitSeconds / m_mainSeconds : 0;
     summary.renditions = main.renditions.played();
     return summary;

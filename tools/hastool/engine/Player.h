@@ -57,7 +57,8 @@ struct PlayStatus {
     bool paused = false; ///< by the viewer
 };
 
-/// One measurement, taken whenever the engine's bandwidth is polled.
+/// One measurement, taken whenever the engine's bandwidth is polled, whenever play or transfers
+/// begin or cease to stand still, and at the end.
 struct PlaySample {
     double time = 0;        ///< seconds since the play began
     unsigned bandwidth = 0; ///< the newest of the window's measure, bits per second
@@ -67,6 +68,8 @@ struct PlaySample {
     int bitrate = 0;        ///< of the chosen stream
     bool playing = false;
     bool transferHeld = false; ///< the buffer is full, or the viewer pauses
+    bool stalled = false;      ///< play had begun and waits for media
+    bool paused = false;       ///< by the viewer
 };
 
 /// Is told what happens, on the thread that plays.
@@ -132,6 +135,9 @@ private:
     void passTime(std::chrono::milliseconds time);
     void holdTransfers();
     void pollBandwidth();
+    void watchState();
+    void takeSample();
+    bool isStalled() const;
     unsigned long long pts() const;
     double secondsSinceStart() const;
     int bitrate() const;
@@ -153,7 +159,9 @@ private:
 
     size_t m_shownStream = SIZE_MAX; ///< whose resolution was told last
     TraceRow m_choice;               ///< the fields of the last choice
-    bool m_hasDateTime = false;      ///< the first one was told
+    double m_pieceBegun = 0;         ///< when the piece was asked for
+    PlaySample m_lastSample;
+    bool m_hasDateTime = false; ///< the first one was told
     int m_failuresInARow = 0;
     std::string m_lastFailure;
     Summary m_summary;

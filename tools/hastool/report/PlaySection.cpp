@@ -1,0 +1,194 @@
+#include "PlaySection.h"
+
+#include "../ui/Terminal.h"
+#include "HtmlText.h"
+#include "Templates.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include <nlohmann/json.hpp>
+
+namespace hastool {
+namespace {
+
+using nlohmann::ordered_json;
+
+double rounded(double value) {
+    return std::round(value * 1000) / 1000;
+}
+
+std::string resolutions(const Summary& summary) {
+    std::string text;
+    for (const PlayedRendition& it : summary.renditions) {
+        if (!it.resolution.empty())
+            text += (text.empty() ? "" : ", ") + it.resolution;
+    }
+    return text.empty() ? "not known" : text;
+}
+
+ordered_json toJson(const std::vector<PlayRecord::Range>& ranges) {
+    auto list = ordered_json::array();
+    for (const PlayRecord::Range& it : ranges)
+        list.push_back({rounded(it.begin), rounded(it.end)});
+    return list;
+}
+
+/// Column by column: a long play has many.
+ordered_json samplesData(const std::vector<PlaySample>& samples) {
+    auto time = ordered_json::array();
+    auto bandwidth = time;
+    auto mean = time;
+    auto buffer = time;
+    auto position = time;
+    auto bitrate = time;
+    for (const PlaySample& it : samples) {
+        time.push_back(rounded(it.time));
+        bandwidth.push_back(it.bandwidth);
+        mean.push_back(it.mean);
+        buffer.push_back(rounded(it.buffer));
+        position.push_back(rounded(it.position));
+        bitrate.push_back(it.bitrate);
+    }
+    return {{"time", time},     {"bandwidth", bandwidth}, {"mean", mean},
+            {"buffer", buffer}, {"position", position},   {"bitrate", bitrate}};
+}
+
+ordered_json segmentData(const TraceRow& row) {
+    return {{"time", rounded(row.time)},
+            {"begin", rounded(row.begin)},
+            {"download", rounded(row.download)},
+            {"firstByte", rounded(row.firstByte)},
+            {"audio", row.isAudio},
+            {"index", row.index},
+            {"bitrate", row.bitrate},
+            {"resolution", row.resolution},
+            {"bytes", row.bytes},
+            {"duration", rounded(row.duration)},
+            {"redirects", row.redirects},
+            {"retries", row.retries},
+            {"skipped", row.skipped}};
+}
+
+std::string cell(const std::string& text, const char* kind = "td") {
+    return std::string("<") + kind + ">" + escapeHtml(text) + "</" + kind + ">";
+}
+
+std::string numberCell(const std::string& text) {
+    return "<td class=\"number\">" + text + "</td>";
+}
+
+std::string measuredCell(unsigned bandwidth) {
+    return numberCell(bandwidth == 0 ? "" : std::to_string(bandwidth));
+}
+
+std::string noteOf(const TraceRow& row) {
+    return row.skipped ? "skipped" : row.change;
+}
+
+std::string segmentRow(const TraceRow& row) {
+    return "<tr>" + cell(row.isAudio ? "audio" : "main") + numberCell(std::to_string(row.index)) +
+           numberCell(fixedText(row.begin, 3)) + numberCell(fixedText(row.time, 3)) +
+           numberCell(fixedText(row.download, 3)) + numberCell(fixedText(row.firstByte, 3)) +
+           numberCell(std::to_string(row.bitrate)) + cell(row.resolution) +
+           numberCell(std::to_string(row.bytes)) + numberCell(fixedText(row.duration, 3)) +
+           numberCell(fixedText(row.buffer, 3)) + measuredCell(row.bandwidth) +
+           measuredCell(row.mean) + numberCell(std::to_string(row.redirects)) +
+           numberCell(std::to_string(row.retries)) + cell(noteOf(row)) + "</tr>\n";
+}
+
+std::string leftOut(uint64_t count, const std::string& what) {
+    if (count == 0)
+        return "";
+    return "<p class=\"note\">" + std::to_string(count) + " more " + what + " are not listed.</p>";
+}
+
+std::string segmentRows(const PlayRecord& record) {
+    std::string text;
+    for (const TraceRow& row : record.segments())
+        text += segmentRow(row);
+    return text;
+}
+
+std::string eventRows(const PlayRecord& record) {
+    std::string text;
+    for (const PlayRecord::Event& it : record.events())
+        text +=
+            "<tr>" + numberCell(fixedText(it.time, 3)) + cell(it.kind) + cell(it.what) + "</tr>\n";
+    return text.empty() ? "<tr><td colspan=\"3\">nothing</td></tr>\n" : text;
+}
+
+std::string figureItems(const Summary& summary) {
+    std::string text;
+    for (const auto& [name, value] : playFigures(summary))
+        text += "<div>" + cell(name, "dt") + cell(value, "dd") + "</div>\n";
+    return text;
+}
+
+std::string urlText(const ReportedPlay& play) {
+    const std::string& url = play.summary.url;
+    return url == play.title ? "" : "<p class=\"url\">" + escapeHtml(url) + "</p>";
+}
+
+std::string failureText(const std::string& failure) {
+    return failure.empty() ? ""
+                           : "<p class=\"failure\">It ended early: " + escapeHtml(failure) + "</p>";
+}
+
+} // namespace
+
+std::vector<std::pair<std::string, std::string>> playFigures(const Summary& s) {
+    return {
+        {"Played", secondsText(s.played) + " in " + secondsText(s.wallTime)},
+        {"To start", secondsText(s.startupTime)},
+        {"Stalls", std::to_string(s.stalls) + ", " + secondsText(s.stallTime)},
+        {"Mean bitrate", rateText(s.meanBitrate)},
+        {"Switches",
+         std::to_string(s.switchesUp) + " up, " + std::to_string(s.switchesDown) + " down"},
+        {"Streams", std::to_string(s.streams) + (s.live ? ", live" : "")},
+        {"Segments", std::to_string(s.segments) + ", " + sizeText(static_cast<double>(s.bytes))},
+        {"Skipped", std::to_string(s.skipped)},
+        {"Downloads", std::to_string(s.downloads) + ", " + std::to_string(s.retries) + " retries"},
+        {"Measured last", s.bandwidth == 0 ? "not measured" : rateText(s.bandwidth)},
+        {"Pictures", resolutions(s)},
+    };
+}
+
+ordered_json playData(const ReportedPlay& play) {
+    const PlayRecord& record = play.record;
+    auto switches = ordered_json::array();
+    for (const PlayRecord::Switch& it : record.switches())
+        switches.push_back({rounded(it.time), it.from, it.to});
+    auto segments = ordered_json::array();
+    for (const TraceRow& row : record.segments())
+        segments.push_back(segmentData(row));
+    return {{"end", rounded(std::max(record.end(), play.summary.wallTime))},
+            {"ladder", play.summary.ladder},
+            {"firstBitrate", record.firstBitrate()},
+            {"switches", switches},
+            {"samples", samplesData(record.samples())},
+            {"stalls", toJson(record.stalls())},
+            {"pauses", toJson(record.pauses())},
+            {"holds", toJson(record.holds())},
+            {"segments", segments}};
+}
+
+std::string playSection(const ReportedPlay& play, const std::string& id) {
+    const PlayRecord& record = play.record;
+    return fillTemplate(
+        kPlayHtml,
+        {{"id", id},
+         {"title", escapeHtml(play.title)},
+         {"url", urlText(play)},
+         {"failure", failureText(play.failure)},
+         {"figures", figureItems(play.summary)},
+         {"event-count", std::to_string(record.events().size() + record.eventsLeftOut())},
+         {"events", eventRows(record)},
+         {"events-left-out", leftOut(record.eventsLeftOut(), "events")},
+         {"segment-count", std::to_string(record.segments().size() + record.segmentsLeftOut())},
+         {"segments", segmentRows(record)},
+         {"segments-left-out", leftOut(record.segmentsLeftOut(), "segments")},
+         {"data", scriptJson(playData(play))}});
+}
+
+} // namespace hastool

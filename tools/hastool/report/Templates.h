@@ -1,0 +1,11 @@
+// The files of a report's page, as they are built in.
+#pragma once
+
+namespace hastool {
+
+extern const char kPageHtml[];  ///< the page around the plays
+extern const char kPlayHtml[];  ///< one play
+extern const char kReportCss[]; ///< its looks
+extern const char kReportJs[];  ///< draws the charts
+
+} // namespace hastool
