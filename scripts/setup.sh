@@ -18,13 +18,15 @@ packages() {
         echo libidn2-dev          # host names in other scripts
         echo libcli11-dev         # hastool: the command line
         echo nlohmann-json3-dev   # hastool: --json and JSON traces
+        echo libcpp-httplib-dev   # hastool: the origin of serve and demo
         echo libgtest-dev         # the tests
         echo libgmock-dev         # the tests
         echo zlib1g-dev           # the tests: compressed answers
         ;;
     run)
-        echo nginx-light # serves the demo's and the tests' streams
-        echo ffmpeg      # makes them, and judges what was played
+        echo ffmpeg            # makes the presentations, and judges what was played
+        echo fonts-dejavu-core # writes the bitrates into their pictures
+        echo openssl           # encrypts some of them; certificates, and the judge of decryption
         ;;
     test)
         echo clang              # the debug, tsan and fuzz builds
@@ -33,8 +35,8 @@ packages() {
         echo clang-tidy         # the source checks
         echo tinyproxy          # requests through a proxy
         echo chromium           # the pages that hastool makes
-        echo openssl            # certificates for servers over TLS, and the judge of decryption
         echo doxygen            # the API pages
+        echo nginx-light        # a real server
         ;;
     *)
         echo "setup.sh: no such group: $1 (there are build, run and test)" >&2

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <new>
 
 // What logs stands here, whichever part it belongs to, because its lines carry this file's name;
 // the rest of the walk and of the descriptors has files of its own beside it.
@@ -86,7 +87,7 @@ struct CCENCMediaContent::Target {
     int period;
     int representation;
     unsigned char* out;
-    unsigned int used = 0;
+    unsigned int& used;
 
     /// Room for `size` bytes; null when the call's result could not count them.
     unsigned char* take(unsigned long long size) {
@@ -175,21 +176,29 @@ int CCENCMediaContent::process(int period, int representation, unsigned char* in
     m_newSegment = false;
     if (!resizeBuffer(inLen))
         return fail(ERROR_BUFFER_LIMIT);
+    Target target{period, representation, out, outLen};
+    if (takeChunk(in, inLen, target))
+        return static_cast<int>(outLen);
+    resetBuffer();
+    return -1;
+}
 
+/// @return false after a failure
+bool CCENCMediaContent::takeChunk(unsigned char* in, unsigned int inLen, Target& target) {
     // Nothing follows a call without input, so a box may then be as short as its header.
     const size_t least = inLen == 0 ? kBoxHeader : kBoxHeader + 1;
     ChunkReader reader(m_waiting, in, inLen, kBufferLimit);
-    Target target{period, representation, out};
     Step step = Step::Done;
-    while (step == Step::Done && reader.available() >= (m_isPassing ? 1 : least))
-        step = emitNext(reader, target);
-    outLen = target.used;
-    if (step == Step::Failed) {
-        resetBuffer();
-        return -1;
+    try {
+        while (step == Step::Done && reader.available() >= (m_isPassing ? 1 : least))
+            step = emitNext(reader, target);
+        if (step != Step::Failed)
+            reader.keepRest();
+    } catch (const std::bad_alloc&) {
+        fail(ERROR_MEMORY);
+        step = Step::Failed;
     }
-    reader.keepRest();
-    return static_cast<int>(target.used);
+    return step != Step::Failed;
 }
 
 /// Whether a chunk is media data from end to end, and only that, as most chunks are.
@@ -221,15 +230,8 @@ CCENCMediaContent::Step CCENCMediaContent::emitNext(ChunkReader& reader, Target&
         if (begun != Step::Done)
             return begun;
     }
-    if (m_isPassing) {
-        const auto size =
-            static_cast<size_t>(std::min<unsigned long long>(m_boxLeft, reader.available()));
-        reader.pass(target.take(size), size);
-        m_boxLeft -= size;
-        m_position += size;
-        m_isPassing = m_boxLeft != 0;
-        return Step::Done;
-    }
+    if (m_isPassing)
+        return passMedia(reader, target);
     const auto size = static_cast<size_t>(m_boxLeft);
     if (reader.available() < size)
         return Step::Waits;
@@ -242,6 +244,21 @@ CCENCMediaContent::Step CCENCMediaContent::emitNext(ChunkReader& reader, Target&
     reader.drop(size);
     m_position += size;
     m_boxLeft = 0;
+    return Step::Done;
+}
+
+CCENCMediaContent::Step CCENCMediaContent::passMedia(ChunkReader& reader, Target& target) {
+    const auto size =
+        static_cast<size_t>(std::min<unsigned long long>(m_boxLeft, reader.available()));
+    unsigned char* const out = target.take(size);
+    if (out == nullptr) {
+        fail(ERROR_BOX_CONTENT);
+        return Step::Failed;
+    }
+    reader.pass(out, size);
+    m_boxLeft -= size;
+    m_position += size;
+    m_isPassing = m_boxLeft != 0;
     return Step::Done;
 }
 

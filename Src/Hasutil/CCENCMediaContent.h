@@ -40,7 +40,8 @@ struct PsshBox;
 /// **Ownership.** Callers keep all their bytes; what is remembered is copied. Records belong to
 /// the object and stay until the next walk.
 ///
-/// **Failures** are returned. Memory that runs out is reported by std::bad_alloc.
+/// **Failures** are returned, by the stream and by the walk also when memory runs out. What works
+/// on texts and descriptors reports that by std::bad_alloc.
 ///
 /// Thread safety: one thread at a time for one object.
 class HAS_API CCENCMediaContent {
@@ -57,6 +58,8 @@ public:
         ERROR_BOX_CONTENT = -63,
         /// A null pointer where bytes were announced.
         ERROR_ARGUMENT = -64,
+        /// Memory has run out; what waited is lost.
+        ERROR_MEMORY = -65,
     };
 
     /// How getBoxParsingMode() classifies boxes.
@@ -124,9 +127,9 @@ public:
     /// moves by what was inserted before since the segment began; it moves in place of the runs
     /// where the first has no offset.
     ///
-    /// **After a bad box** nothing of it is emitted, what came before it in this call is, and the
-    /// next call begins a segment. After ERROR_BUFFER_LIMIT nothing has changed and smaller chunks
-    /// may follow.
+    /// **After a bad box**, and when memory runs out, nothing of that box is emitted, what came
+    /// before it in this call is, and the next call begins a segment. After ERROR_BUFFER_LIMIT
+    /// nothing has changed and smaller chunks may follow.
     /// @param in      only read; null with `inLen` 0
     /// @param out     apart from `in`, with room for getUndecryptedData() + `inLen` bytes and, for
     ///                each `moov` and `moof` among them, a `pssh` box (its data and 32 bytes)
@@ -276,8 +279,10 @@ private:
     HAS_LOCAL bool isMediaOnly(const unsigned char* in, unsigned int inLen,
                                const unsigned char* out) const;
     HAS_LOCAL bool resizeBuffer(unsigned int inLen);
+    HAS_LOCAL bool takeChunk(unsigned char* in, unsigned int inLen, Target& target);
     HAS_LOCAL Step emitNext(ChunkReader& reader, Target& target);
     HAS_LOCAL Step beginBox(ChunkReader& reader);
+    HAS_LOCAL Step passMedia(ChunkReader& reader, Target& target);
     HAS_LOCAL bool emitBox(const BoxView& box, Target& target);
     HAS_LOCAL bool emitMoov(const BoxView& moov, Target& target);
     HAS_LOCAL bool emitSeparateMoov(const BoxView& moov, size_t psshAt, Target& target);

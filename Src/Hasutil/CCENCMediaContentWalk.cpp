@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -108,7 +109,11 @@ int CCENCMediaContent::parsingBox(unsigned int type, unsigned char* box, size_t 
     BoxView view;
     if (box == nullptr || !BoxView(box, bytes).child(0, view))
         return -1;
-    return parsingBox(type, view, Walk());
+    try {
+        return parsingBox(type, view, Walk());
+    } catch (const std::bad_alloc&) {
+        return -1;
+    }
 }
 
 int CCENCMediaContent::moofBoxParsing(unsigned char* moof) {
@@ -120,8 +125,12 @@ long long CCENCMediaContent::walkBoxes(unsigned char* boxes, size_t bytes) {
     BoxView box;
     bool isSound = true;
     m_sampleEntry = nullptr; // bytes of another call may be gone, and these afterwards
-    for (size_t at = 0; isSound && at < bytes; at += box.size())
-        isSound = topBox(all, at, box) && walkBox(box, Walk());
+    try {
+        for (size_t at = 0; isSound && at < bytes; at += box.size())
+            isSound = topBox(all, at, box) && walkBox(box, Walk());
+    } catch (const std::bad_alloc&) {
+        isSound = false;
+    }
     m_sampleEntry = nullptr;
     return isSound ? static_cast<long long>(bytes) : -1;
 }

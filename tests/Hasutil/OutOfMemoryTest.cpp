@@ -1,12 +1,14 @@
 // What the media utilities do when memory runs out: nothing throws, and what was there stays.
 #include <Hascommon/Packet.h>
 #include <Hasutil/CBbtsParser.h>
+#include <Hasutil/CCENCMediaContent.h>
 #include <Hasutil/ContentProtection_t.h>
 #include <Hasutil/DashMarlinCencDRMHandler.h>
 #include <Hasutil/DashQDRMCencDRMHandler.h>
 #include <Hasutil/H264HeaderParser.h>
 #include <Hasutil/HssXPathReader.h>
 #include <Hasutil/StringBuffer.h>
+#include <support/BoxBuilder.h>
 #include <support/ExactBytes.h>
 #include <support/FailingNew.h>
 #include <support/LogCapture.h>
@@ -54,6 +56,64 @@ TEST(OutOfMemory, ParameterSetsFail) {
     const FailingNew failing(0);
     EXPECT_FALSE(parser.ParseSPS(bytes.data(), bytes.intSize(), sps));
     EXPECT_TRUE(failing.hasFailed());
+}
+
+namespace cenc {
+
+using namespace test::boxes;
+
+Bytes segment() {
+    const Bytes fragment =
+        box("traf", tfhd(1) + sizedRun(100, {1, 2}) +
+                        senc(2, 2, counting(8) + u16(1) + subsample(1, 2) + counting(8) + u16(0)));
+    return box("moov", videoTrak(1, 8) + pssh(counting(16), counting(40))) + box("moof", fragment) +
+           box("mdat", counting(30));
+}
+
+} // namespace cenc
+
+TEST(OutOfMemory, TheStreamFailsAndGoesOnWithTheNextSegment) {
+    const ExactBytes in(cenc::segment());
+    const ExactBytes out(in.size() + 100);
+    constexpr unsigned int kFirst = 40; // so that some bytes wait
+    bool hasFailed = true;
+    for (int allowed = 0; hasFailed; ++allowed) {
+        CCENCMediaContent content;
+        content.init(eDRM_TYPE_PLAYREADY, true);
+        unsigned int written = 0;
+        const auto deliver = [&] {
+            const int first = content.process(1, 1, in.data(), kFirst, out.data(), written);
+            return first < 0 ? first
+                             : content.process(1, 1, in.data() + kFirst, in.uintSize() - kFirst,
+                                               out.data(), written);
+        };
+        int result = 0;
+        {
+            const FailingNew failing(allowed);
+            result = deliver();
+            hasFailed = failing.hasFailed();
+        }
+        EXPECT_EQ(result < 0, hasFailed);
+        EXPECT_EQ(content.getLastErrorCode(),
+                  hasFailed ? CCENCMediaContent::ERROR_MEMORY : CCENCMediaContent::ERROR_NONE);
+        content.startSegment();
+        EXPECT_EQ(deliver(), in.intSize() + 72);
+    }
+}
+
+TEST(OutOfMemory, TheWalkFails) {
+    bool hasFailed = true;
+    for (int allowed = 0; hasFailed; ++allowed) {
+        const ExactBytes in(cenc::segment());
+        CCENCMediaContent content;
+        long long result = 0;
+        {
+            const FailingNew failing(allowed);
+            result = content.walkBoxes(in.data(), in.size());
+            hasFailed = failing.hasFailed();
+        }
+        EXPECT_EQ(result, hasFailed ? -1 : static_cast<long long>(in.size()));
+    }
 }
 
 TEST(OutOfMemory, TheQueueStartsWithoutItsReserve) {

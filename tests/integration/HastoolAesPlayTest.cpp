@@ -188,6 +188,17 @@ TEST_F(HastoolAesPlay, DecryptsTheInitialisationOfFragmentedMp4) {
     EXPECT_EQ(m_origin.requests("/p/i").size(), 1U);
 }
 
+TEST_F(HastoolAesPlay, FollowsRedirectsOfKeyAndSegment) {
+    make();
+    m_origin.on("/p/k", Reply().redirect("/keys/one"));
+    m_origin.on("/keys/one", Reply().body(text(keyOf('k'))));
+    m_origin.on("/p/s", Reply().redirect("/media/s"));
+    m_origin.on("/media/s", Reply().body(encrypt(clear(0), keyOf('k'), ivOf(0))));
+    const Child::Result result = play(tag("k") + "#EXTINF:2,\ns\n");
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_TRUE(readFile(out()) == clear(0));
+}
+
 TEST_F(HastoolAesPlay, DecryptsEachByteRangeByItself) {
     make();
     serve("k", text(keyOf('k')));

@@ -221,17 +221,46 @@ TEST_F(HastoolCenc, RefusesWhatItDoesNotUnderstand) {
     EXPECT_FALSE(std::filesystem::exists(out()));
 }
 
-TEST_F(HastoolCenc, RefusesToMoveSamplesWhosePlacesAreFixed) {
+TEST_F(HastoolCenc, AFileWithoutFragmentsDecryptsToo) {
     const std::string path = m_dir.file("plain.mp4");
-    test::runOk({"ffmpeg", "-v", "error", "-nostdin", "-f", "lavfi", "-i", "testsrc2=s=64x64", "-t",
-                 "1", "-c:v", "libx264", "-preset", "ultrafast", "-movflags", "+faststart", path});
-    expectFailure(
-        hastool({"cenc", path, out(), "--muxed", "--scheme-id", kPlayReady, "--pssh", "ZGF0YQ=="}),
-        path + ": not fragmented: its samples would no longer be found");
-    EXPECT_FALSE(std::filesystem::exists(out()));
-    EXPECT_THAT(rewrite(path, {"--separate", "--scheme-id", kPlayReady}),
-                HasSubstr("0 pssh boxes inserted"));
-    EXPECT_TRUE(test::readFile(out()) == test::readFile(path));
+    for (const char* order : {"+faststart", "+write_colr"}) { // the movie first, and last
+        test::runOk({"ffmpeg",
+                     "-v",
+                     "error",
+                     "-nostdin",
+                     "-y",
+                     "-f",
+                     "lavfi",
+                     "-i",
+                     "testsrc2",
+                     "-f",
+                     "lavfi",
+                     "-i",
+                     "sine",
+                     "-t",
+                     "1",
+                     "-c:v",
+                     "libx264",
+                     "-preset",
+                     "ultrafast",
+                     "-c:a",
+                     "aac",
+                     "-movflags",
+                     order,
+                     "-encryption_scheme",
+                     "cenc-aes-ctr",
+                     "-encryption_key",
+                     test::kMediaKey,
+                     "-encryption_kid",
+                     test::kMediaKeyId,
+                     path});
+        EXPECT_EQ(rewrite(path, {"--scheme-id", kPlayReady, "--pssh", "ZGF0YQ=="}),
+                  "1 pssh box inserted, 0 replaced, 0 neutralised\n");
+        EXPECT_EQ(test::decryptedFrames(out()), test::decryptedFrames(path));
+        EXPECT_THAT(rewrite(path, {"--separate", "--scheme-id", kPlayReady}),
+                    HasSubstr("0 pssh boxes inserted"));
+        EXPECT_TRUE(test::readFile(out()) == test::readFile(path));
+    }
 }
 
 TEST_F(HastoolCenc, BoxesAgreeWithWhatEncryptedTheFile) {

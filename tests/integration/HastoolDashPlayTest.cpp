@@ -2,9 +2,11 @@
 #include "Hastool.h"
 
 #include <support/CencFragments.h>
+#include <support/FaultOrigin.h>
 #include <support/MediaLadder.h>
 #include <support/Nginx.h>
 
+#include <ctime>
 #include <filesystem>
 
 #include <gtest/gtest.h>
@@ -14,6 +16,7 @@ using nlohmann::json;
 using test::Child;
 using test::hastool;
 using test::readFile;
+using test::Reply;
 
 namespace {
 
@@ -266,4 +269,131 @@ TEST_F(HastoolDashPlay, KeepsWhatWasWrittenWhenALaterSegmentIsMissing) {
     const json summary = play({"--retries", "0", m_server.url("/d/m.mpd")});
     EXPECT_EQ(summary["skipped"], 1);
     EXPECT_EQ(readFile(out()), "onethree");
+}
+
+namespace {
+
+/// A manifest of segments "s1", "s2", ... of a second each.
+std::string numbered(const std::string& attributes, const std::string& periodAttributes) {
+    return "<MPD " + attributes + "><Period start='PT0S' " + periodAttributes +
+           "><AdaptationSet contentType='video'><SegmentTemplate media='s$Number$' duration='1'/>"
+           "<Representation id='v' bandwidth='1'/></AdaptationSet></Period></MPD>";
+}
+
+/// "2024-01-01T00:00:00Z" of so many seconds ago.
+std::string dateOf(std::time_t secondsAgo) {
+    const std::time_t time = std::time(nullptr) - secondsAgo;
+    std::tm parts{};
+    gmtime_r(&time, &parts);
+    char text[32];
+    std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
+    return text;
+}
+
+class HastoolPlayOrigin : public HastoolDashPlay {
+protected:
+    std::string url(const std::string& path) const { return m_origin.url(path); }
+
+    test::FaultOrigin m_origin;
+};
+
+} // namespace
+
+TEST_F(HastoolPlayOrigin, FollowsRedirectsOfManifestAndSegments) {
+    m_origin.on("/a.mpd", Reply().redirect("/elsewhere/b.mpd"));
+    m_origin.on("/elsewhere/b.mpd", Reply().body(numbered("mediaPresentationDuration='PT2S'", "")));
+    m_origin.on("/elsewhere/s1", Reply().redirect(url("/one")));
+    m_origin.on("/one", Reply().body("one"));
+    m_origin.on("/elsewhere/s2", Reply().body("two"));
+    EXPECT_EQ(play({url("/a.mpd")})["segments"], 2);
+    EXPECT_EQ(readFile(out()), "onetwo");
+}
+
+TEST_F(HastoolPlayOrigin, PlaysALiveManifestToItsEnd) {
+    m_origin.on("/m.mpd", Reply().body(numbered("type='dynamic' availabilityStartTime='" +
+                                                    dateOf(4) + "' minimumUpdatePeriod='PT1S'",
+                                                "duration='PT6S'")));
+    for (int i = 1; i <= 6; ++i)
+        m_origin.on("/s" + std::to_string(i), Reply().body(std::to_string(i)));
+    const json summary = play({url("/m.mpd")});
+    EXPECT_EQ(summary["live"], true);
+    const std::string written = readFile(out());
+    EXPECT_GE(written.size(), 4U) << written;
+    EXPECT_EQ(written, std::string("123456").substr(6 - written.size()));
+    EXPECT_GE(m_origin.requests("/m.mpd").size(), 2U) << "loaded again";
+}
+
+TEST_F(HastoolPlayOrigin, RidesOutAStalledManifestAndAVanishedSegment) {
+    int loads = 0;
+    const std::string manifest = numbered("type='dynamic' availabilityStartTime='" + dateOf(4) +
+                                              "' minimumUpdatePeriod='PT1S'",
+                                          "duration='PT7S'");
+    m_origin.onPrefix("/m.mpd", [&loads, manifest](const test::Request&) {
+        return ++loads == 2 ? Reply().status(404) : Reply().body(manifest);
+    });
+    for (const int i : {1, 2, 3, 4, 6, 7})
+        m_origin.on("/s" + std::to_string(i), Reply().body(std::to_string(i)));
+    const json summary = play({"--retries", "0", url("/m.mpd")});
+    EXPECT_EQ(summary["skipped"], 1);
+    const std::string written = readFile(out());
+    EXPECT_EQ(written.substr(written.size() - 3), "467");
+}
+
+TEST_F(HastoolPlayOrigin, TellsWhatThePlayerIsTold) {
+    m_origin.on("/a.m3u8",
+                Reply().body("#EXTM3U\n#EXT-X-TARGETDURATION:2\n"
+                             "#EXT-X-PROGRAM-DATE-TIME:2024-01-01T00:01:00Z\n#EXTINF:2,\na\n"
+                             "#EXT-X-CUE-OUT:2\n#EXT-X-DISCONTINUITY\n#EXTINF:2,\na\n"
+                             "#EXT-X-CUE-IN\n#EXTINF:2,\na\n#EXT-X-ENDLIST\n"));
+    m_origin.on("/a", Reply().body("media"));
+    const Child::Result result = hastool({"play", "--fast", url("/a.m3u8")});
+    EXPECT_EQ(result.status, 0);
+    for (const char* const line :
+         {"date-time: 20240101T000100\n", "discontinuity: at 2000 ms of the media\n",
+          "ad-start: at 2000 ms of the media\n", "ad-end: at 4000 ms of the media\n"})
+        EXPECT_NE(result.err.find(line), std::string::npos) << line << result.err;
+}
+
+TEST_F(HastoolPlayOrigin, PlaysSeparateAudioOfHls) {
+    m_origin.on("/m.m3u8", Reply().body("#EXTM3U\n#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"g\",NAME="
+                                        "\"n\",DEFAULT=YES,URI=\"a.m3u8\"\n#EXT-X-STREAM-INF:"
+                                        "BANDWIDTH=9,AUDIO=\"g\"\nv.m3u8\n"));
+    for (const std::string name : {"a", "v"}) {
+        m_origin.on("/" + name + ".m3u8",
+                    Reply().body("#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXTINF:2,\n" + name +
+                                 "\n#EXTINF:2,\n" + name + "\n#EXT-X-ENDLIST\n"));
+        m_origin.on("/" + name, Reply().body(name));
+    }
+    play({url("/m.m3u8")});
+    EXPECT_EQ(readFile(out()), "vv");
+    EXPECT_EQ(readFile(audioOut()), "aa");
+}
+
+TEST_F(HastoolPlayOrigin, PausesAsAViewerWould) {
+    m_origin.on("/m.mpd", Reply().body(numbered("mediaPresentationDuration='PT3S'", "")));
+    for (int i = 1; i <= 3; ++i)
+        m_origin.on("/s" + std::to_string(i), Reply().body("media"));
+    const Child::Result result = hastool({"play", "--json", "--pause-at", "0.5:1", url("/m.mpd")});
+    EXPECT_EQ(result.status, 0);
+    const size_t paused = result.err.find("pause: the viewer pauses\n");
+    EXPECT_LT(paused, result.err.find("resume: the viewer goes on\n"));
+    const json summary = json::parse(result.out);
+    EXPECT_GE(summary["wall_s"], 3.9);
+    EXPECT_EQ(summary["stalls"], 0);
+}
+
+TEST_F(HastoolPlayOrigin, RefusesOptionsThatAreNone) {
+    const std::pair<std::vector<std::string>, std::string> rows[] = {
+        {{"--limit", "5"}, "--limit: not a range of bitrates: \"5\""},
+        {{"--pause-at", "5"}, "--pause-at: not a position and a time: \"5\""},
+        {{"--groups", m_dir.write("g", "x")},
+         m_dir.file("g") + ":1: not \"bitrate,group,class\": \"x\""}};
+    for (const auto& [options, line] : rows) {
+        std::vector<std::string> command = {"play"};
+        command.insert(command.end(), options.begin(), options.end());
+        command.push_back(url("/m.mpd"));
+        const Child::Result result = hastool(command);
+        EXPECT_EQ(result.status, 2);
+        EXPECT_EQ(result.err, "hastool: " + line + "\n");
+    }
 }

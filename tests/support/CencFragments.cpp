@@ -101,7 +101,7 @@ private:
             for (size_t at = 0; (at = moov.find(type, at)) != std::string::npos;)
                 moov.replace(at, 4, "free");
         }
-        m_isVideo[1] = true; // the first track is the picture
+        m_hasVideo = moov.find("encv") != std::string::npos;
         return moov;
     }
 
@@ -128,7 +128,7 @@ private:
     /// The boxes that a track fragment lacks.
     /// @param place  where they will stand, in the `moof`
     std::string tables(const Fragment& fragment, size_t moof, size_t place) {
-        const bool isVideo = m_isVideo.count(fragment.track) > 0;
+        const bool isVideo = m_hasVideo && fragment.track == 1;
         std::string entries;
         std::string sizes;
         size_t at = moof + fragment.dataOffset;
@@ -149,7 +149,7 @@ private:
     const std::string& m_file;
     std::string m_out;
     std::map<uint64_t, uint64_t> m_ivs;
-    std::map<uint64_t, bool> m_isVideo;
+    bool m_hasVideo = false; ///< then it is the first track
 };
 
 } // namespace

@@ -1,9 +1,12 @@
 #include "commands/DecryptCommand.h"
+#include "commands/DemoCommand.h"
 #include "commands/BoxesCommand.h"
 #include "commands/CencCommand.h"
+#include "commands/DecryptCommand.h"
 #include "commands/ExitCode.h"
 #include "commands/GetCommand.h"
 #include "commands/PlayCommand.h"
+#include "commands/ServeCommand.h"
 #include "commands/SpsCommand.h"
 #include "commands/TsCommand.h"
 #include "commands/XPathCommand.h"
@@ -41,8 +44,10 @@ int run(int argc, char** argv) {
     hastool::DecryptCommand decrypt(app);
     hastool::BoxesCommand boxes(app);
     hastool::CencCommand cenc(app);
+    hastool::DemoCommand demo(app);
     hastool::GetCommand get(app);
     hastool::PlayCommand play(app);
+    hastool::ServeCommand serve(app);
     hastool::SpsCommand sps(app);
     hastool::TsCommand ts(app);
     hastool::XPathCommand xpath(app);
@@ -57,8 +62,12 @@ int run(int argc, char** argv) {
         return boxes.run();
     if (cenc.isChosen())
         return cenc.run();
+    if (demo.isChosen())
+        return demo.run();
     if (get.isChosen())
         return get.run();
+    if (serve.isChosen())
+        return serve.run();
     if (sps.isChosen())
         return sps.run();
     if (ts.isChosen())

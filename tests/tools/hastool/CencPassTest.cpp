@@ -125,7 +125,6 @@ TEST(PsshBoxes, AreFoundWithWhatAnEngineKnows) {
     EXPECT_EQ(boxes.largest, 36U);
     EXPECT_EQ(boxes.tracks, 1U);
     EXPECT_FALSE(boxes.isAudio);
-    EXPECT_FALSE(boxes.hasFixedPlaces);
     EXPECT_TRUE(
         boxesOf(mp4Box("moov", mp4Box("trak", fullBox("hdlr", 0, 0, be(0) + "soun")))).isAudio);
 }
@@ -145,14 +144,6 @@ TEST(PsshBoxes, ReplacementsShowInTheBytes) {
     EXPECT_EQ(textOf(before, movie(psshBox(kPlayReadyId, "DATA"))),
               "0 pssh boxes inserted, 1 replaced, 0 neutralised");
     EXPECT_EQ(textOf(before, before), "0 pssh boxes inserted, 0 replaced, 0 neutralised");
-}
-
-TEST(PsshBoxes, SamplesBehindAMovieThatTellsTheirPlacesAreSeen) {
-    const std::string table = mp4Box("moov", fullBox("stco", 0, 0, be(1) + be(100)));
-    const std::string wrapped = mp4Box(
-        "moov", mp4Box("trak", mp4Box("mdia", mp4Box("minf", mp4Box("stbl", table.substr(8))))));
-    EXPECT_TRUE(boxesOf(wrapped + mp4Box("mdat", "x")).hasFixedPlaces);
-    EXPECT_FALSE(boxesOf(mp4Box("mdat", "x") + wrapped).hasFixedPlaces);
 }
 
 TEST(PsshBoxes, AFileThatIsNoMp4IsAnError) {

@@ -15,7 +15,7 @@ TrackInfo info(bool isAudio) {
 }
 
 TEST(PlayTrack, BeginsWithTheBestStreamUpToABitrate) {
-    PlayTrack track(0, info(false), "");
+    PlayTrack track(0, info(false), nullptr);
     EXPECT_EQ(track.bitrate(), 100);
     track.startAt(250);
     EXPECT_EQ(track.bitrate(), 200);

@@ -70,8 +70,6 @@ int CencCommand::run() {
                            file.write(std::string_view(reinterpret_cast<const char*>(data), count));
                            size += count;
                        });
-    if (before.hasFixedPlaces && size != source.size)
-        throw ToolError(m_input, "not fragmented: its samples would no longer be found");
     file.commit();
     std::fputs(summary(m_output, before, size).c_str(), stdout);
     return kDone;

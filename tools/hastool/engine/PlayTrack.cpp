@@ -1,13 +1,16 @@
 #include "PlayTrack.h"
 
+#include <utility>
+
 namespace hastool {
 
-PlayTrack::PlayTrack(size_t itsNumber, const TrackInfo& itsInfo, const std::string& output)
+PlayTrack::PlayTrack(size_t itsNumber, const TrackInfo& itsInfo,
+                     std::unique_ptr<MediaWriter> itsWriter)
     : number(itsNumber)
     , info(itsInfo)
     , isBroken(itsInfo.streams.size(), false)
     , renditions(itsInfo.streams)
-    , writer(trackOutput(output, itsInfo)) {}
+    , writer(std::move(itsWriter)) {}
 
 void PlayTrack::startAt(int maxBitrate) {
     for (size_t i = 0; i < info.streams.size(); ++i) {

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -16,8 +17,7 @@ namespace hastool {
 struct PlayTrack {
     using Clock = std::chrono::steady_clock;
 
-    /// @param output  the name of the play's output; empty for none
-    PlayTrack(size_t number, const TrackInfo& info, const std::string& output);
+    PlayTrack(size_t number, const TrackInfo& info, std::unique_ptr<MediaWriter> writer);
 
     /// Goes to the best stream up to a bitrate, or the lowest.
     void startAt(int maxBitrate);
@@ -29,7 +29,7 @@ struct PlayTrack {
     size_t lastGoodStream = 0;  ///< that a piece came from
     std::vector<bool> isBroken; ///< streams whose manifest cannot be had
     Renditions renditions;
-    MediaWriter writer;
+    std::unique_ptr<MediaWriter> writer;
     MediaPart init; ///< that initBytes came from
     std::string initBytes;
     double seconds = 0; ///< fetched

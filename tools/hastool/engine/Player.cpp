@@ -44,6 +44,7 @@ std::string dateText(double seconds) {
 Player::Player(PlayOptions options, PlayObserver& observer)
     : m_options(std::move(options))
     , m_observer(observer)
+    , m_mainWriter(std::make_unique<MediaWriter>(m_options.output))
     , m_callbacks(
           [this](const std::string& kind, const std::string& what) {
               m_observer.onEvent(secondsSinceStart(), kind, what);
@@ -79,9 +80,16 @@ void Player::open() {
     m_presentation = openPresentation(m_options.url, fetcher, m_options.liveTimeout);
     const auto& tracks = m_presentation->tracks();
     for (size_t i = 0; i < tracks.size(); ++i)
-        m_tracks.emplace_back(i, tracks[i], m_options.output);
+        m_tracks.emplace_back(i, tracks[i], writerOf(tracks[i]));
     m_buffer = PlaybackBuffer(kEnoughToBegin, m_tracks.size());
     configureSwitcher();
+}
+
+/// The main output is there from the start, so that nothing is fetched in vain.
+std::unique_ptr<MediaWriter> Player::writerOf(const TrackInfo& track) {
+    if (m_mainWriter)
+        return std::move(m_mainWriter);
+    return std::make_unique<MediaWriter>(trackOutput(m_options.output, track));
 }
 
 void Player::configureSwitcher() {
@@ -244,8 +252,8 @@ void Player::accept(PlayTrack& track, const MediaPiece& piece, const Outcome& ou
                     const std::string& media) {
     if (piece.makeInit)
         track.initBytes = piece.makeInit(media);
-    track.writer.setInit(track.initBytes);
-    track.writer.write(media);
+    track.writer->setInit(track.initBytes);
+    track.writer->write(media);
     learnResolution(track, media);
     m_failuresInARow = 0;
     buffered(track, piece, outcome.bytes);

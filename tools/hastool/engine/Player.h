@@ -109,6 +109,7 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void open();
+    std::unique_ptr<MediaWriter> writerOf(const TrackInfo& track);
     void configureSwitcher();
     bool wantsMore() const;
     PlayTrack* pickTrack();
@@ -148,6 +149,7 @@ private:
     hascommon::BandwidthChecker m_checker;
     hascommon::AdaptiveSegSwitcher m_switcher;
     std::optional<Trace> m_trace;
+    std::unique_ptr<MediaWriter> m_mainWriter; ///< until the main track has it
     PlayerCallbacks m_callbacks;
     PieceFetcher m_fetcher;
     std::unique_ptr<Presentation> m_presentation;

@@ -11,7 +11,8 @@ namespace hastool {
 /// Registers with the hub and puts whatever the player would be told into words.
 class PlayerCallbacks {
 public:
-    /// @param kind  "discontinuity", "ad-start", "ad-end", "event", "drm-error", "output-protection"
+    /// @param kind  "discontinuity", "ad-start", "ad-end", "event", "drm-error",
+    /// "output-protection"
     using Tell = std::function<void(const std::string& kind, const std::string& what)>;
     /// @param from, to  bits per second
     using Switched = std::function<void(int from, int to)>;

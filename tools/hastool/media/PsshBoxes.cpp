@@ -52,10 +52,6 @@ public:
         }
         if (box.type == "hdlr" && box.facts.contains("handler"))
             takeHandler(box.facts["handler"]);
-        if (box.type == "stco" || box.type == "co64")
-            m_hasPlaces = m_hasPlaces || box.facts.value("entry_count", uint64_t{0}) > 0;
-        if (box.type == "mdat")
-            m_found.hasFixedPlaces = m_found.hasFixedPlaces || m_hasPlaces;
     }
     /// @throws ToolError
     PsshBoxes finish(const std::string& path) {
@@ -94,7 +90,6 @@ private:
     bool m_isMedia = false;
     bool m_isInParent = false;
     bool m_hasHandler = false;
-    bool m_hasPlaces = false;
 };
 
 using Children = std::vector<PsshBoxes::Parent::Child>;

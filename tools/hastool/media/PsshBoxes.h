@@ -24,10 +24,9 @@ struct PsshBoxes {
     };
 
     std::vector<Parent> parents;
-    uint64_t largest = 0;        ///< size of the largest `pssh`
-    unsigned tracks = 0;         ///< of its movie
-    bool isAudio = false;        ///< its first track of pictures or sound is sound
-    bool hasFixedPlaces = false; ///< its movie tells where samples are, and some lie behind it
+    uint64_t largest = 0; ///< size of the largest `pssh`
+    unsigned tracks = 0;  ///< of its movie
+    bool isAudio = false; ///< its first track of pictures or sound is sound
 
     /// Parents that reach into a range.
     size_t parentsIn(uint64_t begin, uint64_t end) const;

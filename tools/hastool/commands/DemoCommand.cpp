@@ -1,0 +1,73 @@
+#include "DemoCommand.h"
+
+#include "../engine/Interrupt.h"
+#include "../engine/ToolError.h"
+#include "../origin/ServedFolder.h"
+#include "ExitCode.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <optional>
+
+namespace hastool {
+namespace {
+
+constexpr char kExamples[] = R"(Examples:
+  hastool demo
+  hastool demo --only dash-cenc --duration 10
+Plays the built-in presentations all at once, in real time, each from a server
+of its own over a line that rises, collapses, recovers and once is cut.
+)";
+
+std::filesystem::path mediaFolder(const std::string& named) {
+    if (!named.empty())
+        return named;
+    const auto builtIn = builtInPresentations();
+    if (!builtIn)
+        throw ToolError("--media", "the built-in presentations have not been made; name a folder");
+    return *builtIn;
+}
+
+} // namespace
+
+DemoCommand::DemoCommand(CLI::App& app)
+    : m_command(app.add_subcommand(
+          "demo", "Play the built-in presentations from the tool itself, and check them")) {
+    constexpr double kMaxSeconds = 1e6;
+    CLI::App& command = *m_command;
+    command.add_option("--only", m_options.only, "Play this presentation alone; repeatable")
+        ->allow_extra_args(false)
+        ->type_name("NAME");
+    command
+        .add_option("--media", m_media, "The folder of the presentations, if not the built-in one")
+        ->type_name("DIR");
+    command.add_option("--duration", m_options.duration, "Stop after so many seconds of media")
+        ->check(CLI::Range(0.0, kMaxSeconds).description(""))
+        ->type_name("SECONDS");
+    command.add_flag("-q,--quiet", m_quiet, "Show no progress");
+    command.footer(kExamples);
+}
+
+int DemoCommand::run() {
+    Terminal terminal(m_quiet);
+    std::optional<Demo> demo;
+    try {
+        m_options.media = mediaFolder(m_media);
+        demo.emplace(m_options);
+    } catch (const ToolError& error) {
+        terminal.trouble(error.what());
+        return kWrongUsage;
+    }
+    const std::vector<DemoResult> results = demo->run(terminal);
+    if (isInterrupted())
+        throw ToolError("demo", "interrupted");
+    const std::string text = toText(results);
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    std::fflush(stdout);
+    const bool isGood = std::all_of(results.begin(), results.end(), [](const DemoResult& result) {
+        return result.failures.empty();
+    });
+    return isGood ? kDone : kFailed;
+}
+
+} // namespace hastool

@@ -1,0 +1,30 @@
+// hastool demo
+#pragma once
+
+#include "../demo/Demo.h"
+
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+namespace hastool {
+
+/// Plays the built-in presentations from an origin inside the tool, and checks what comes out.
+class DemoCommand {
+public:
+    /// Adds the command and its options.
+    explicit DemoCommand(CLI::App& app);
+
+    /// Whether the command line asked for it.
+    bool isChosen() const { return m_command->parsed(); }
+    /// Runs it. @return the exit status. @throws ToolError
+    int run();
+
+private:
+    CLI::App* m_command;
+    DemoOptions m_options;
+    std::string m_media;
+    bool m_quiet = false;
+};
+
+} // namespace hastool

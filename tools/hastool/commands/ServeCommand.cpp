@@ -1,0 +1,99 @@
+#include "ServeCommand.h"
+
+#include "../engine/Interrupt.h"
+#include "../engine/ToolError.h"
+#include "../origin/Origin.h"
+#include "../origin/ServedFolder.h"
+#include "../ui/Terminal.h"
+#include "ExitCode.h"
+
+#include <chrono>
+#include <cstdio>
+#include <thread>
+
+namespace hastool {
+namespace {
+
+constexpr char kExamples[] = R"(Examples:
+  hastool serve
+  hastool serve --root segments --port 8080 --profile rates.csv
+  hastool serve --fault 'seg=7:404*2' --fault 'path=/audio:stall=2'
+Faults are WHICH:WHAT or WHICH:WHAT*TIMES. WHICH is seg=N, the Nth segment of
+each stream, or path=TEXT, a part of the path. WHAT is a status from 400 to
+599, reset, stall=SECONDS or truncate=BYTES.
+)";
+
+constexpr std::chrono::milliseconds kTick{50};
+
+std::string rootOf(const std::string& root) {
+    if (!root.empty())
+        return root;
+    const auto builtIn = builtInPresentations();
+    if (!builtIn)
+        throw ToolError("--root", "the built-in presentations have not been made; name a folder");
+    return builtIn->string();
+}
+
+std::string whatOf(const Fault& fault) {
+    switch (fault.kind) {
+    case Fault::Kind::Status:
+        return std::to_string(fault.status);
+    case Fault::Kind::Reset:
+        return "reset";
+    case Fault::Kind::Stall:
+        return "stalled for " + secondsText(fault.seconds);
+    case Fault::Kind::Truncate:
+        break;
+    }
+    return "cut behind " + std::to_string(fault.bytes) + " bytes";
+}
+
+} // namespace
+
+ServeCommand::ServeCommand(CLI::App& app)
+    : m_command(app.add_subcommand(
+          "serve", "Serve a folder of presentations, at a changing rate and with faults")) {
+    CLI::App& command = *m_command;
+    command.add_option("--root", m_root, "Serve this folder, not the built-in presentations")
+        ->type_name("DIR");
+    command.add_option("--port", m_port, "The port on 127.0.0.1; a free one without it")
+        ->type_name("N");
+    command
+        .add_option("--profile", m_profile,
+                    "Rates over time: CSV lines of seconds and kbit/s, or JSON")
+        ->type_name("FILE");
+    command.add_option("--fault", m_faults, "Let requests fail; repeatable")
+        ->allow_extra_args(false)
+        ->type_name("WHICH:WHAT");
+    command.footer(kExamples);
+}
+
+int ServeCommand::run() {
+    Terminal terminal(false);
+    OriginOptions options;
+    try {
+        options.root = rootOf(m_root);
+        if (!m_profile.empty())
+            options.profile = RateProfile::load(m_profile);
+        const FaultRules rules(m_faults); // says what is wrong with them
+    } catch (const ToolError& error) {
+        terminal.trouble(error.what());
+        return kWrongUsage;
+    }
+    options.port = m_port;
+    options.faults = m_faults;
+    options.onFault = [](const std::string& path, const Fault& fault) {
+        std::fprintf(stderr, "%s: %s\n", encodedPath(path).c_str(), whatOf(fault).c_str());
+    };
+    Origin origin(options);
+    for (const std::string& url : origin.presentations())
+        std::printf("%s\n", url.c_str());
+    std::fflush(stdout);
+    terminal.line("serving " + options.root.string() + " at " + origin.url("/") +
+                  " until interrupted");
+    while (!isInterrupted())
+        std::this_thread::sleep_for(kTick);
+    return kDone;
+}
+
+} // namespace hastool

@@ -1,0 +1,27 @@
+#include "DemoPlan.h"
+
+namespace hastool {
+
+const std::vector<DemoItem>& demoItems() {
+    static const std::vector<DemoItem> items = {
+        {"hls", "master.m3u8", DemoMedia::ClearBytes, "hls"},
+        {"hls-aes", "master.m3u8", DemoMedia::ClearBytes, "hls"},
+        {"dash", "manifest.mpd", DemoMedia::Boxes, "dash"},
+        {"dash-cenc", "manifest.mpd", DemoMedia::PsshInFragments, "dash-cenc"},
+        {"dash-muxed", "manifest.mpd", DemoMedia::PsshInMovie, "dash-muxed"},
+        {"smooth", "Manifest", DemoMedia::Boxes, "smooth"},
+    };
+    return items;
+}
+
+const char* const kDemoProfile = "time_s,kbps\n"
+                                 "0,600\n"
+                                 "5,1300\n"
+                                 "10,3500\n" // all qualities
+                                 "19,180\n"  // hardly the lowest
+                                 "27,3500\n"
+                                 "33,0\n"
+                                 "35,3500\n"
+                                 "90,\n";
+
+} // namespace hastool

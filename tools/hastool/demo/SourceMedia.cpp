@@ -1,0 +1,81 @@
+#include "SourceMedia.h"
+
+#include "../engine/ToolError.h"
+#include "../media/ByteSource.h"
+
+#include <Hascommon/GURL.h>
+
+#include <algorithm>
+
+namespace hastool {
+namespace {
+
+constexpr char kBase[] = "http://folder"; // files, but URLs are what presentations are made of
+
+std::optional<unsigned> hexDigit(char letter) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    const size_t value = kDigits.find(static_cast<char>(letter | 0x20));
+    if (letter == '\0' || value == std::string_view::npos)
+        return std::nullopt;
+    return static_cast<unsigned>(value);
+}
+
+std::string decodedPath(const std::string& path) {
+    std::string result;
+    for (size_t i = 0; i < path.size(); ++i) {
+        const auto high = i + 2 < path.size() ? hexDigit(path[i + 1]) : std::nullopt;
+        const auto low = i + 2 < path.size() ? hexDigit(path[i + 2]) : std::nullopt;
+        const bool isEncoded = path[i] == '%' && high && low;
+        result += isEncoded ? static_cast<char>(*high << 4 | *low) : path[i];
+        i += isEncoded ? 2 : 0;
+    }
+    return result;
+}
+
+std::string part(const std::string& bytes, const std::optional<ByteRange>& range,
+                 const std::string& name) {
+    if (!range)
+        return bytes;
+    if (range->first > bytes.size())
+        throw ToolError(name, "a range beyond its end");
+    return bytes.substr(static_cast<size_t>(range->first),
+                        static_cast<size_t>(range->length.value_or(bytes.size())));
+}
+
+} // namespace
+
+SourceMedia::SourceMedia(const std::filesystem::path& folder, const std::string& manifest)
+    : m_folder(folder)
+    , m_url(std::string(kBase) + "/" + encodedPath(manifest)) {}
+
+Document SourceMedia::read(const Resource& resource) const {
+    const auto file = m_folder.find(decodedPath(hascommon::GURL(resource.url).path()));
+    if (!file)
+        throw ToolError(resource.url, "no such file");
+    std::string bytes;
+    fileSource(file->string())([&](const unsigned char* data, size_t size) {
+        bytes.append(reinterpret_cast<const char*>(data), size);
+    });
+    return {part(bytes, resource.range, file->string()), resource.url};
+}
+
+std::vector<std::string> SourceMedia::segments(const std::vector<TraceRow>& rows,
+                                               bool isAudio) const {
+    const auto presentation = openPresentation(
+        m_url, [this](const Resource& resource) { return read(resource); },
+        std::chrono::milliseconds(0));
+    const size_t track = isAudio ? 1 : 0;
+    std::vector<std::string> result;
+    for (const TraceRow& row : rows) {
+        if (row.isAudio != isAudio)
+            continue;
+        const NextPiece next = presentation->next(track, row.stream);
+        if (next.kind != NextPiece::Kind::Piece)
+            throw ToolError(m_url, "fewer segments than were played");
+        if (!row.skipped)
+            result.push_back(read(next.piece.media.resource).text);
+    }
+    return result;
+}
+
+} // namespace hastool

@@ -1,0 +1,33 @@
+// What a play was made of, from the disk.
+#pragma once
+
+#include "../engine/Presentation.h"
+#include "../engine/Trace.h"
+#include "../origin/ServedFolder.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace hastool {
+
+/// Reads a presentation's files as they were before they went over any line.
+class SourceMedia {
+public:
+    /// @param manifest  its name in the folder. @throws ToolError
+    SourceMedia(const std::filesystem::path& folder, const std::string& manifest);
+
+    /// The segments of a track that a play has taken, without initialisations.
+    /// @param rows  of the play, in their order. @throws ToolError when there are fewer segments,
+    /// or
+    ///              one cannot be read
+    std::vector<std::string> segments(const std::vector<TraceRow>& rows, bool isAudio) const;
+
+private:
+    Document read(const Resource& resource) const;
+
+    ServedFolder m_folder;
+    std::string m_url;
+};
+
+} // namespace hastool

@@ -1,0 +1,21 @@
+// Which bytes of a file a request asks for.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace hastool {
+
+/// What a Range header (RFC 9110, 14.2) comes to for a file.
+struct RangeAnswer {
+    enum class Kind { Whole, Part, Unsatisfiable };
+    Kind kind = Kind::Whole;
+    uint64_t first = 0;
+    uint64_t length = 0;
+};
+
+/// Several ranges, other units and what cannot be read are answered with the whole file.
+/// @param header  "bytes=0-99", "bytes=100-", "bytes=-5"; empty for none
+RangeAnswer answerRange(const std::string& header, uint64_t fileSize);
+
+} // namespace hastool

@@ -1,0 +1,20 @@
+// Which segment of a stream a request is for.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+
+namespace hastool {
+
+/// The number of a media segment in its stream, from 1; nothing for what is none, as manifests,
+/// keys and initialisations.
+///
+/// A file with several fragments is a stream: the number is that of the fragment at `offset`. Any
+/// other file counts among those of its folder whose names differ from its own in the last group of
+/// digits alone, whatever number the first of them has: "12.ts", "chunk-stream0-00012.m4s",
+/// "Fragments(video=240000000)".
+/// @param offset  where the request begins in the file
+std::optional<uint64_t> segmentNumber(const std::filesystem::path& file, uint64_t offset);
+
+} // namespace hastool

@@ -1,0 +1,166 @@
+#include "ServedFolder.h"
+
+#include "../engine/DashManifest.h"
+#include "../engine/SmoothManifest.h"
+#include "../engine/ToolError.h"
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <utility>
+
+namespace hastool {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr size_t kMaxEntries = 200000; // looked at for presentations
+constexpr int kMaxDepth = 4;
+constexpr size_t kBeginning = 4096; // of a file, enough to see what it is
+
+bool isPart(const fs::path& part) {
+    return part != ".." && part != "." && part != "/" && !part.empty();
+}
+
+std::string beginningOf(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::string text(kBeginning, '\0');
+    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<size_t>(file.gcount()));
+    return text;
+}
+
+/// Looks for presentations.
+class Finder {
+public:
+    explicit Finder(const fs::path& root) {
+        const auto options = fs::directory_options::skip_permission_denied;
+        std::error_code error;
+        size_t count = 0;
+        for (fs::recursive_directory_iterator it(root, options, error), end;
+             it != end && !error && count < kMaxEntries; it.increment(error), ++count) {
+            if (it.depth() >= kMaxDepth)
+                it.disable_recursion_pending();
+            if (it->is_regular_file(error))
+                look(it->path());
+        }
+    }
+
+    std::set<fs::path> result() {
+        for (const fs::path& playlist : m_playlists) {
+            if (!hasMaster(playlist.parent_path()))
+                m_manifests.insert(playlist);
+        }
+        return std::move(m_manifests);
+    }
+
+private:
+    void look(const fs::path& path) {
+        const std::string extension = path.extension().string();
+        const bool isSmooth = path.filename() == "Manifest" || extension == ".ismc";
+        if ((extension == ".mpd" && looksLikeDash(beginningOf(path))) ||
+            (isSmooth && looksLikeSmooth(beginningOf(path))))
+            m_manifests.insert(path);
+        if (extension != ".m3u8")
+            return;
+        const bool isMaster = beginningOf(path).find("#EXT-X-STREAM-INF") != std::string::npos;
+        (isMaster ? m_manifests : m_playlists).insert(path);
+        if (isMaster)
+            m_masters.insert(path.parent_path());
+    }
+
+    /// Whether there is a master playlist in a folder or above it.
+    bool hasMaster(fs::path folder) const {
+        for (; folder.has_relative_path(); folder = folder.parent_path()) {
+            if (m_masters.count(folder) > 0)
+                return true;
+        }
+        return false;
+    }
+
+    std::set<fs::path> m_manifests;
+    std::set<fs::path> m_playlists; ///< that are no master playlists
+    std::set<fs::path> m_masters;   ///< folders that hold one
+};
+
+} // namespace
+
+ServedFolder::ServedFolder(fs::path root)
+    : m_root(std::move(root)) {
+    std::error_code error;
+    if (!fs::is_directory(m_root, error))
+        throw ToolError(m_root.string(), error ? error.message() : "not a folder");
+    m_root = fs::canonical(m_root);
+}
+
+std::optional<fs::path> ServedFolder::find(const std::string& path) const {
+    if (path.empty() || path[0] != '/' || path.find('\0') != std::string::npos)
+        return std::nullopt;
+    const fs::path parts = fs::path(path).relative_path();
+    if (!std::all_of(parts.begin(), parts.end(), isPart))
+        return std::nullopt;
+    fs::path file = m_root / parts;
+    std::error_code error;
+    if (!fs::is_regular_file(file, error))
+        return std::nullopt;
+    return file;
+}
+
+std::vector<std::string> ServedFolder::presentations() const {
+    std::vector<std::string> paths;
+    for (const fs::path& it : Finder(m_root).result())
+        paths.push_back("/" + it.lexically_relative(m_root).generic_string());
+    return paths;
+}
+
+std::string contentType(const fs::path& file) {
+    static const std::pair<const char*, const char*> kTypes[] = {
+        {".m3u8", "application/vnd.apple.mpegurl"},
+        {".mpd", "application/dash+xml"},
+        {".ismc", "text/xml"},
+        {".ts", "video/mp2t"},
+        {".aac", "audio/aac"},
+        {".mp4", "video/mp4"},
+        {".m4v", "video/mp4"},
+        {".m4s", "video/iso.segment"},
+        {".m4a", "audio/mp4"},
+        {".html", "text/html; charset=utf-8"},
+    };
+    if (file.filename() == "Manifest")
+        return "text/xml";
+    const std::string extension = file.extension().string();
+    const auto* const type = std::find_if(std::begin(kTypes), std::end(kTypes),
+                                          [&](const auto& it) { return it.first == extension; });
+    return type != std::end(kTypes) ? type->second : "application/octet-stream";
+}
+
+std::string encodedPath(const std::string& path) {
+    constexpr char kPlain[] = "-._~/()=,@:+!*'";
+    constexpr char kHex[] = "0123456789ABCDEF";
+    std::string result;
+    for (const char letter : path) {
+        const auto byte = static_cast<unsigned char>(letter);
+        const bool isWord = (letter >= '0' && letter <= '9') || (letter >= 'A' && letter <= 'Z') ||
+                            (letter >= 'a' && letter <= 'z');
+        if (isWord ||
+            (letter != '\0' && std::string_view(kPlain).find(letter) != std::string_view::npos))
+            result += letter;
+        else
+            result.append({'%', kHex[byte >> 4], kHex[byte & 0xF]});
+    }
+    return result;
+}
+
+std::optional<fs::path> builtInPresentations() {
+    std::error_code error;
+    const fs::path program = fs::read_symlink("/proc/self/exe", error);
+    const fs::path prefix = program.parent_path().parent_path();
+    for (const char* const place : {"presentations", "share/reinokeitro/presentations"}) {
+        if (!program.empty() && fs::is_directory(prefix / place, error))
+            return prefix / place;
+    }
+    return std::nullopt;
+}
+
+} // namespace hastool
