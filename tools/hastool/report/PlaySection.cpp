@@ -83,7 +83,7 @@ std::string measuredCell(unsigned bandwidth) {
 }
 
 std::string noteOf(const TraceRow& row) {
-    const std::string change = row.change;
+    std::string change = row.change;
     if (!row.skipped)
         return change;
     return change.empty() ? "skipped" : change + ", skipped";
