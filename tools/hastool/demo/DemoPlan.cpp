@@ -18,10 +18,10 @@ const char* const kDemoProfile = "time_s,kbps\n"
                                  "0,600\n"
                                  "5,1300\n"
                                  "10,3500\n" // all qualities
-                                 "19,180\n"  // hardly the lowest
-                                 "27,3500\n"
-                                 "33,0\n"
-                                 "35,3500\n"
+                                 "19,300\n"  // the lowest
+                                 "29,3500\n"
+                                 "34,0\n"
+                                 "36,3500\n"
                                  "90,\n";
 
 } // namespace hastool

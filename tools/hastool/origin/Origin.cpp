@@ -26,7 +26,8 @@ constexpr char kHost[] = "127.0.0.1";
 constexpr int kBacklog = 64;       // players open twenty connections at once
 constexpr int kSendBuffer = 16384; // what lies in it is not held back when a line is cut
 constexpr time_t kIdleSeconds = 120;
-constexpr time_t kHeldSeconds = 86400; // a player may hold a transfer for as long as it likes
+constexpr size_t kMaxRequests = 1000000; // over one connection; only told, never counted
+constexpr time_t kHeldSeconds = 86400;   // a player may hold a transfer for as long as it likes
 
 void setSocketOptions(socket_t socket) {
     const int yes = 1;
@@ -116,6 +117,7 @@ Origin::Server::Server(OriginOptions options)
     set_socket_options(setSocketOptions);
     set_tcp_nodelay(true);
     set_keep_alive_timeout(kIdleSeconds);
+    set_keep_alive_max_count(kMaxRequests);
     set_read_timeout(kIdleSeconds);
     set_write_timeout(kHeldSeconds);
     set_default_headers({{"Access-Control-Allow-Origin", "*"}, {"Accept-Ranges", "bytes"}});

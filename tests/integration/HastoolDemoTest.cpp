@@ -1,0 +1,64 @@
+// The demo, short.
+#include "Hastool.h"
+
+#include <support/TempDir.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+using test::Child;
+using test::hastool;
+using ::testing::HasSubstr;
+
+namespace fs = std::filesystem;
+
+TEST(HastoolDemo, PlaysAllPresentationsAtOnceAndChecksThem) {
+    const Child::Result result = hastool({"demo", "--duration", "8", "--media", PRESENTATIONS});
+    EXPECT_EQ(result.status, 0) << result.out << result.err;
+    EXPECT_EQ(test::lines(result.out), 7) << result.out;
+    for (const char* const name : {"hls", "hls-aes", "dash", "dash-cenc", "dash-muxed", "smooth"}) {
+        EXPECT_THAT(result.out, HasSubstr(std::string("\n") + name + " "));
+        EXPECT_THAT(result.err, HasSubstr(std::string(" s  ") + name + ": up from "));
+    }
+}
+
+TEST(HastoolDemo, FailsWhenSomethingIsNotAsItShouldBe) {
+    const test::TempDir dir;
+    fs::copy(fs::path(PRESENTATIONS) / "hls", dir.path() / "hls", fs::copy_options::recursive);
+    fs::copy(fs::path(PRESENTATIONS) / "hls", dir.path() / "hls-aes",
+             fs::copy_options::recursive); // clear, but the same
+    for (int i = 0; i < 5; ++i)
+        dir.write("hls-aes/" + std::to_string(i) + "/1.ts", "not the same");
+    const Child::Result result = hastool(
+        {"demo", "-q", "--only", "hls-aes", "--duration", "3", "--media", dir.path().string()});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.out,
+                HasSubstr("  failed\nhls-aes: differs from the clear segments at byte 0\n"));
+}
+
+TEST(HastoolDemo, EndsWhenItIsInterrupted) {
+    Child child(test::hastoolCommand({"demo", "--media", PRESENTATIONS}),
+                test::hastoolEnvironment());
+    const auto begin = std::chrono::steady_clock::now();
+    while (child.err().empty() &&
+           std::chrono::steady_clock::now() - begin < std::chrono::seconds(60))
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    child.signal(SIGINT);
+    const Child::Result result = child.wait();
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(result.err, HasSubstr("hastool: demo: interrupted\n"));
+}
+
+TEST(HastoolDemo, SaysInOneLineWhatItCannotDo) {
+    const Child::Result unknown = hastool({"demo", "--only", "mss", "--media", PRESENTATIONS});
+    EXPECT_EQ(unknown.status, 2);
+    EXPECT_EQ(unknown.err, "hastool: --only: no such presentation: \"mss\"\n");
+    const Child::Result missing = hastool({"demo", "-q", "--only", "hls", "--media", "/none"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_THAT(missing.out, HasSubstr("hls: /none/hls: No such file or directory\n"));
+}

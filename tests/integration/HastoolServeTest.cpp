@@ -1,0 +1,274 @@
+// Playing the built-in presentations from the tool's own origin, judged by ffmpeg.
+#include "Hastool.h"
+
+#include <support/FreePort.h>
+#include <support/MediaLadder.h>
+#include <support/TempDir.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+using nlohmann::json;
+using test::Child;
+using test::hastool;
+using test::hastoolCommand;
+using test::hastoolEnvironment;
+using ::testing::HasSubstr;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kKey[] = "00112233445566778899aabbccddeeff"; // of scripts/presentations.sh
+constexpr long kFrames = 42 * 25;
+constexpr long kAudioFrames = 42 * 48000 / 1024;
+
+int countOf(const std::string& text, const std::string& part) {
+    int count = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++count;
+    return count;
+}
+
+/// `hastool serve`, from its first URL on.
+class Serve {
+public:
+    explicit Serve(const std::vector<std::string>& arguments)
+        : m_child(command(arguments), hastoolEnvironment()) {
+        const auto begin = std::chrono::steady_clock::now();
+        while (m_child.err().find(" until interrupted\n") == std::string::npos) {
+            if (!m_child.isRunning() ||
+                std::chrono::steady_clock::now() - begin > std::chrono::seconds(60))
+                throw std::runtime_error("hastool serve: " + m_child.err());
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    }
+
+    /// The URL that ends so.
+    std::string url(const std::string& end) const {
+        std::istringstream urls(m_child.out());
+        for (std::string url; std::getline(urls, url);) {
+            if (url.size() > end.size() && url.substr(url.size() - end.size()) == end)
+                return url;
+        }
+        throw std::runtime_error("no URL ends in " + end);
+    }
+    std::string out() const { return m_child.out(); }
+    std::string err() const { return m_child.err(); }
+    Child::Result interrupt(int signal) {
+        m_child.signal(signal);
+        return m_child.wait();
+    }
+
+private:
+    static std::vector<std::string> command(const std::vector<std::string>& arguments) {
+        std::vector<std::string> all = {"serve"};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        return hastoolCommand(all);
+    }
+
+    Child m_child;
+};
+
+class HastoolServe : public ::testing::Test {
+protected:
+    /// Plays something to its end as fast as it comes. @return the summary
+    json play(const std::string& url, const std::vector<std::string>& more = {}) const {
+        std::vector<std::string> command = {"play", "--fast", "-q", "--json", "-o", out(), url};
+        command.insert(command.end(), more.begin(), more.end());
+        const Child::Result result = hastool(command);
+        EXPECT_EQ(result.status, 0) << result.err;
+        return result.status == 0 ? json::parse(result.out) : json();
+    }
+    std::string out() const { return m_dir.file("out.media"); }
+    std::string audioOut() const { return m_dir.file("out.audio.media"); }
+
+    test::TempDir m_dir;
+};
+
+/// Frames that decode without an error, by stream; of protected media with the key.
+std::pair<long, long> decodedFrames(const std::string& path, bool isProtected = false) {
+    std::vector<std::string> command = {"ffmpeg", "-v", "error", "-nostdin"};
+    // With "ignidx" it reads fragment by fragment; else it mixes up their encryption tables.
+    if (isProtected)
+        command.insert(command.end(), {"-xerror", "-fflags", "+ignidx", "-decryption_key", kKey});
+    command.insert(command.end(), {"-i", path, "-map", "0:v?", "-map", "0:a?", "-fps_mode",
+                                   "passthrough", "-f", "framecrc", "-"});
+    const Child::Result result = test::run(command);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+    const bool hasVideo = result.out.find("#codec_id 0: rawvideo") != std::string::npos;
+    const int first = countOf(result.out, "\n0,");
+    return hasVideo ? std::pair<long, long>(first, countOf(result.out, "\n1,"))
+                    : std::pair<long, long>(0, first);
+}
+
+/// What has to come of a presentation.
+struct Row {
+    const char* manifest;
+    bool hasAudioTrack;
+    bool isProtected;
+    /// How often a PSSH box is in the output: per fragment and per movie.
+    int psshPerFragment;
+    int psshPerMovie;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Row& row) {
+    return stream << row.manifest;
+}
+
+class HastoolServed : public HastoolServe, public ::testing::WithParamInterface<Row> {};
+
+INSTANTIATE_TEST_SUITE_P(Presentations, HastoolServed,
+                         ::testing::Values(Row{"/hls/master.m3u8", false, false, 0, 0},
+                                           Row{"/hls-aes/master.m3u8", false, false, 0, 0},
+                                           Row{"/dash/manifest.mpd", true, false, 0, 0},
+                                           Row{"/dash-cenc/manifest.mpd", true, true, 1, 0},
+                                           Row{"/dash-muxed/manifest.mpd", false, true, 0, 1},
+                                           Row{"/smooth/Manifest", true, false, 0, 0}));
+
+} // namespace
+
+TEST_P(HastoolServed, PlaysToItsEndWithAllItsFrames) {
+    const Row& row = GetParam();
+    // Slow enough for the bandwidth to be measured, and once too slow for the best quality.
+    const std::string profile = m_dir.write("p.csv", "0,6000\n2,500\n3.5,8000\n60,\n");
+    const Serve serve({"--root", PRESENTATIONS, "--profile", profile});
+    const json summary = play(serve.url(row.manifest));
+    EXPECT_EQ(summary["segments"], row.hasAudioTrack ? 42 : 21);
+    EXPECT_EQ(summary["streams"], 5);
+    EXPECT_EQ(summary["skipped"], 0);
+    EXPECT_GE(summary["switches_up"], 1);
+    EXPECT_NEAR(summary["played_s"].get<double>(), 42, 0.05);
+    const auto [video, audio] = decodedFrames(out(), row.isProtected);
+    EXPECT_EQ(video, kFrames);
+    if (row.hasAudioTrack) {
+        EXPECT_EQ(decodedFrames(audioOut(), row.isProtected).second, kAudioFrames);
+    } else {
+        // A switch cuts a transport stream where the picture is cut.
+        EXPECT_NEAR(static_cast<double>(audio), kAudioFrames, 20);
+    }
+}
+
+TEST_P(HastoolServed, HasPsshDataWhereThePlatformLooksForIt) {
+    const Row& row = GetParam();
+    const Serve serve({"--root", PRESENTATIONS});
+    play(serve.url(row.manifest), {"--max-segments", "8"});
+    for (const std::string& path : {out(), audioOut()}) {
+        if (!fs::exists(path))
+            continue;
+        const std::string media = test::readFile(path);
+        const int movies = countOf(media, "moov");
+        EXPECT_EQ(countOf(media, "pssh"),
+                  row.psshPerFragment * countOf(media, "moof") + row.psshPerMovie * movies);
+    }
+}
+
+TEST_F(HastoolServe, EncryptedHlsComesOutAsTheClearSegments) {
+    const Serve serve({"--root", PRESENTATIONS});
+    play(serve.url("/hls-aes/master.m3u8"), {"--limit", "0-200000"});
+    std::string clear;
+    for (int i = 1; i <= 21; ++i)
+        clear += test::readFile(fs::path(PRESENTATIONS) / "hls/0" / (std::to_string(i) + ".ts"));
+    EXPECT_TRUE(test::readFile(out()) == clear);
+    EXPECT_NE(test::readFile(fs::path(PRESENTATIONS) / "hls-aes/0/1.ts").substr(0, 1), "G");
+}
+
+TEST_F(HastoolServe, PlaysOnThroughFaults) {
+    const Serve serve({"--root", PRESENTATIONS, "--fault", "seg=2:404*1", "--fault",
+                       "seg=3:reset*1", "--fault", "seg=4:truncate=1000*1", "--fault",
+                       "seg=5:stall=0.2"});
+    for (const char* const manifest :
+         {"/hls/master.m3u8", "/dash-muxed/manifest.mpd", "/smooth/Manifest"}) {
+        SCOPED_TRACE(manifest);
+        const json summary = play(serve.url(manifest), {"--max-segments", "12"});
+        EXPECT_EQ(summary["skipped"], 0);
+    }
+    const std::string log = serve.err();
+    EXPECT_EQ(countOf(log, ": 404\n"), 1) << log;
+    EXPECT_EQ(countOf(log, ": reset\n"), 1) << log;
+    EXPECT_EQ(countOf(log, ": cut behind 1000 bytes\n"), 1) << log;
+    EXPECT_GE(countOf(log, ": stalled for 0.2 s\n"), 3) << log;
+}
+
+TEST_F(HastoolServe, SkipsASegmentThatIsNeverThere) {
+    const Serve serve({"--root", PRESENTATIONS, "--fault", "seg=3:404"});
+    const json summary =
+        play(serve.url("/hls/master.m3u8"), {"--retries", "1", "--max-segments", "5"});
+    EXPECT_EQ(summary["skipped"], 1);
+    EXPECT_EQ(summary["segments"], 5);
+}
+
+TEST_F(HastoolServe, SendsAtTheRateOfAProfile) {
+    const std::string profile = m_dir.write("p.csv", "time_s,kbps\n0,400\n");
+    const Serve serve({"--root", PRESENTATIONS, "--profile", profile});
+    const std::string url = serve.url("/hls/master.m3u8");
+    const auto begin = std::chrono::steady_clock::now();
+    play(url, {"--max-segments", "3", "--limit", "0-200000"});
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
+    double bits = 0;
+    for (int i = 1; i <= 3; ++i)
+        bits += 8.0 * static_cast<double>(fs::file_size(fs::path(PRESENTATIONS) / "hls/0" /
+                                                        (std::to_string(i) + ".ts")));
+    EXPECT_GE(time.count(), bits / 400000 * 0.99);
+}
+
+TEST_F(HastoolServe, EndsWhenItIsInterrupted) {
+    for (const int signal : {SIGINT, SIGTERM}) {
+        Serve serve({"--root", PRESENTATIONS});
+        EXPECT_EQ(test::lines(serve.out()), 6) << serve.out();
+        EXPECT_EQ(serve.interrupt(signal).status, 0);
+    }
+}
+
+TEST_F(HastoolServe, ServesAFolderOnAChosenPort) {
+    m_dir.write("root/a b.m3u8", "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\n1.ts\n"
+                                 "#EXT-X-ENDLIST\n");
+    m_dir.write("root/1.ts", "media");
+    const std::string port = std::to_string(test::freePort());
+    const Serve serve({"--root", m_dir.file("root"), "--port", port});
+    EXPECT_EQ(serve.out(), "http://127.0.0.1:" + port + "/a%20b.m3u8\n");
+    EXPECT_EQ(play(serve.url(".m3u8"))["segments"], 1);
+    EXPECT_EQ(test::readFile(out()), "media");
+}
+
+TEST_F(HastoolServe, FindsTheBuiltInPresentations) {
+    const Serve serve({});
+    EXPECT_THAT(serve.out(), HasSubstr("/dash-cenc/manifest.mpd\n"));
+}
+
+TEST_F(HastoolServe, SaysInOneLineWhatItCannotDo) {
+    m_dir.write("bad.csv", "time_s,kbps\n0,fast\n");
+    const std::string root = m_dir.path().string();
+    const std::tuple<std::vector<std::string>, int, std::string> rows[] = {
+        {{"--root", "/none"}, 1, "hastool: /none: No such file or directory\n"},
+        {{"--root", root, "--fault", "seg=1:x"},
+         2,
+         "hastool: --fault: neither a status from 400 to 599, reset, stall=SECONDS nor "
+         "truncate=BYTES: \"seg=1:x\"\n"},
+        {{"--root", root, "--profile", m_dir.file("bad.csv")},
+         2,
+         "hastool: " + m_dir.file("bad.csv") +
+             ":2: not a time in seconds and a rate in kbit/s: \"0,fast\"\n"},
+        {{"--root", root, "--profile", "/none"},
+         2,
+         "hastool: /none: cannot be read: No such file or directory\n"},
+    };
+    for (const auto& [arguments, status, message] : rows) {
+        std::vector<std::string> command = {"serve"};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        const Child::Result result = hastool(command);
+        EXPECT_EQ(result.status, status);
+        EXPECT_EQ(result.err, message);
+    }
+    for (const char* const port : {"65536", "-1", "x"})
+        EXPECT_EQ(hastool({"serve", "--root", root, "--port", port}).status, 2) << port;
+}
