@@ -12,16 +12,23 @@
 
 using test::Child;
 using test::hastool;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
 namespace fs = std::filesystem;
 
 TEST(HastoolDemo, PlaysAllPresentationsAtOnceAndChecksThem) {
-    const Child::Result result = hastool({"demo", "--duration", "8", "--media", PRESENTATIONS});
+    const test::TempDir dir;
+    const std::string page = dir.file("demo.html");
+    const Child::Result result =
+        hastool({"demo", "--duration", "8", "--report", page, "--media", PRESENTATIONS});
     EXPECT_EQ(result.status, 0) << result.out << result.err;
-    EXPECT_EQ(test::lines(result.out), 7) << result.out;
+    EXPECT_EQ(test::lines(result.out), 8) << result.out;
+    EXPECT_THAT(result.out, EndsWith("report: " + page + "\n"));
+    const std::string html = test::readFile(page);
     for (const char* const name : {"hls", "hls-aes", "dash", "dash-cenc", "dash-muxed", "smooth"}) {
         EXPECT_THAT(result.out, HasSubstr(std::string("\n") + name + " "));
+        EXPECT_THAT(html, HasSubstr(std::string(">") + name + "<"));
         EXPECT_THAT(result.err, HasSubstr(std::string(" s  ") + name + ": up from "));
     }
 }
@@ -33,8 +40,9 @@ TEST(HastoolDemo, FailsWhenSomethingIsNotAsItShouldBe) {
              fs::copy_options::recursive); // clear, but the same
     for (int i = 0; i < 5; ++i)
         dir.write("hls-aes/" + std::to_string(i) + "/1.ts", "not the same");
-    const Child::Result result = hastool(
-        {"demo", "-q", "--only", "hls-aes", "--duration", "3", "--media", dir.path().string()});
+    const Child::Result result =
+        hastool({"demo", "-q", "--only", "hls-aes", "--duration", "3", "--report",
+                 dir.file("demo.html"), "--media", dir.path().string()});
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.out,
                 HasSubstr("  failed\nhls-aes: differs from the clear segments at byte 0\n"));
@@ -58,7 +66,9 @@ TEST(HastoolDemo, SaysInOneLineWhatItCannotDo) {
     const Child::Result unknown = hastool({"demo", "--only", "mss", "--media", PRESENTATIONS});
     EXPECT_EQ(unknown.status, 2);
     EXPECT_EQ(unknown.err, "hastool: --only: no such presentation: \"mss\"\n");
-    const Child::Result missing = hastool({"demo", "-q", "--only", "hls", "--media", "/none"});
+    const test::TempDir dir;
+    const Child::Result missing = hastool(
+        {"demo", "-q", "--only", "hls", "--media", "/none", "--report", dir.file("demo.html")});
     EXPECT_EQ(missing.status, 1);
     EXPECT_THAT(missing.out, HasSubstr("hls: /none/hls: No such file or directory\n"));
 }

@@ -1,13 +1,16 @@
 #include "DemoCommand.h"
 
 #include "../engine/Interrupt.h"
+#include "../engine/OutputFile.h"
 #include "../engine/ToolError.h"
 #include "../origin/ServedFolder.h"
+#include "../report/Report.h"
 #include "ExitCode.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <optional>
+#include <utility>
 
 namespace hastool {
 namespace {
@@ -44,6 +47,10 @@ DemoCommand::DemoCommand(CLI::App& app)
     command.add_option("--duration", m_options.duration, "Stop after so many seconds of media")
         ->check(CLI::Range(0.0, kMaxSeconds).description(""))
         ->type_name("SECONDS");
+    command
+        .add_option("--report", m_page, "Write the page with the charts of all plays to this file")
+        ->capture_default_str()
+        ->type_name("FILE");
     command.add_flag("-q,--quiet", m_quiet, "Show no progress");
     command.footer(kExamples);
 }
@@ -51,6 +58,12 @@ DemoCommand::DemoCommand(CLI::App& app)
 int DemoCommand::run() {
     Terminal terminal(m_quiet);
     std::optional<Demo> demo;
+    std::deque<ReportedPlay> plays; // observed while they are played
+    m_options.observerOf = [&plays](const DemoItem& item) {
+        plays.emplace_back();
+        plays.back().title = item.name;
+        return &plays.back().record;
+    };
     try {
         m_options.media = mediaFolder(m_media);
         demo.emplace(m_options);
@@ -61,13 +74,28 @@ int DemoCommand::run() {
     const std::vector<DemoResult> results = demo->run(terminal);
     if (isInterrupted())
         throw ToolError("demo", "interrupted");
-    const std::string text = toText(results);
+    writePage(plays, results);
+    const std::string text = toText(results) + "report: " + m_page + "\n";
     std::fwrite(text.data(), 1, text.size(), stdout);
     std::fflush(stdout);
     const bool isGood = std::all_of(results.begin(), results.end(), [](const DemoResult& result) {
         return result.failures.empty();
     });
     return isGood ? kDone : kFailed;
+}
+
+void DemoCommand::writePage(std::deque<ReportedPlay>& plays,
+                            const std::vector<DemoResult>& results) const {
+    Report report("hastool demo");
+    for (size_t i = 0; i < plays.size(); ++i) {
+        plays[i].summary = results[i].summary;
+        if (!results[i].failures.empty())
+            plays[i].failure = results[i].failures.front();
+        report.add(std::move(plays[i]));
+    }
+    OutputFile page(m_page, OutputFile::Mode::Replace);
+    page.write(report.html());
+    page.commit();
 }
 
 } // namespace hastool

@@ -2,8 +2,11 @@
 #pragma once
 
 #include "../demo/Demo.h"
+#include "../report/PlaySection.h"
 
+#include <deque>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -21,9 +24,12 @@ public:
     int run();
 
 private:
+    void writePage(std::deque<ReportedPlay>& plays, const std::vector<DemoResult>& results) const;
+
     CLI::App* m_command;
     DemoOptions m_options;
     std::string m_media;
+    std::string m_page = "hastool-demo.html"; ///< the report's name
     bool m_quiet = false;
 };
 
