@@ -31,6 +31,20 @@ void silenceLibrary() {
         has_setLogSink(dropLine, nullptr);
 }
 
+/// Runs the one of the commands that the command line asks for. @return the exit status
+template<typename... Commands>
+int runChosen(Commands&... commands) {
+    int status = hastool::kWrongUsage;
+    const auto runIfChosen = [&](auto& command) {
+        const bool isChosen = command.isChosen();
+        if (isChosen)
+            status = command.run();
+        return isChosen;
+    };
+    (runIfChosen(commands) || ...);
+    return status;
+}
+
 int run(int argc, char** argv) {
     CLI::App app("Downloads and plays adaptive HTTP streams, and looks into their media.",
                  "hastool");
@@ -40,40 +54,23 @@ int run(int argc, char** argv) {
     app.failure_message([](const CLI::App*, const CLI::Error& error) {
         return "hastool: " + std::string(error.what()) + "\n";
     });
-    hastool::DecryptCommand decrypt(app);
-    hastool::BoxesCommand boxes(app);
-    hastool::CencCommand cenc(app);
+    // In the order of the help.
     hastool::DemoCommand demo(app);
-    hastool::GetCommand get(app);
     hastool::PlayCommand play(app);
     hastool::ServeCommand serve(app);
-    hastool::SpsCommand sps(app);
+    hastool::GetCommand get(app);
+    hastool::DecryptCommand decrypt(app);
+    hastool::CencCommand cenc(app);
+    hastool::BoxesCommand boxes(app);
     hastool::TsCommand ts(app);
+    hastool::SpsCommand sps(app);
     hastool::XPathCommand xpath(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? hastool::kDone : hastool::kWrongUsage;
     }
-    if (decrypt.isChosen())
-        return decrypt.run();
-    if (boxes.isChosen())
-        return boxes.run();
-    if (cenc.isChosen())
-        return cenc.run();
-    if (demo.isChosen())
-        return demo.run();
-    if (get.isChosen())
-        return get.run();
-    if (serve.isChosen())
-        return serve.run();
-    if (sps.isChosen())
-        return sps.run();
-    if (ts.isChosen())
-        return ts.run();
-    if (xpath.isChosen())
-        return xpath.run();
-    return play.run();
+    return runChosen(demo, play, serve, get, decrypt, cenc, boxes, ts, sps, xpath);
 }
 
 } // namespace
