@@ -60,6 +60,11 @@ protected:
                 curl_easy_setopt(curl, CURLOPT_RANGE, range.c_str());
         });
     }
+    /// Of the requests that met a fault.
+    std::vector<std::string> faultyPaths() {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_faulty;
+    }
     /// Through the tool's own engine, with its retries.
     Outcome download(const std::string& path, std::string& bytes) const {
         EngineOptions options;
@@ -206,7 +211,7 @@ TEST_F(OriginTest, AnswersWithAStatusOnRequest) {
     EXPECT_EQ(get("/2.ts").status, 404);
     EXPECT_EQ(get("/2.ts").status, 404);
     EXPECT_EQ(get("/2.ts").body, "two");
-    EXPECT_THAT(m_faulty, ElementsAre("/2.ts", "/2.ts"));
+    EXPECT_THAT(faultyPaths(), ElementsAre("/2.ts", "/2.ts"));
 }
 
 TEST_F(OriginTest, BreaksConnectionsOnRequest) {
