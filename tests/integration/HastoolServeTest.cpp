@@ -63,6 +63,8 @@ public:
     }
     std::string out() const { return m_child.out(); }
     std::string err() const { return m_child.err(); }
+    /// For messages: what it said, and whether it still runs.
+    std::string state() { return m_child.err() + (m_child.isRunning() ? "" : "it has ended\n"); }
     Child::Result interrupt(int signal) {
         m_child.signal(signal);
         return m_child.wait();
@@ -81,11 +83,13 @@ private:
 class HastoolServe : public ::testing::Test {
 protected:
     /// Plays something to its end as fast as it comes. @return the summary
-    json play(const std::string& url, const std::vector<std::string>& more = {}) const {
-        std::vector<std::string> command = {"play", "--fast", "-q", "--json", "-o", out(), url};
+    json play(Serve& serve, const std::string& manifest,
+              const std::vector<std::string>& more = {}) const {
+        std::vector<std::string> command = {"play", "--fast",           "-q", "--json", "-o",
+                                            out(),  serve.url(manifest)};
         command.insert(command.end(), more.begin(), more.end());
         const Child::Result result = hastool(command);
-        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_EQ(result.status, 0) << result.err << serve.state();
         return result.status == 0 ? json::parse(result.out) : json();
     }
     std::string out() const { return m_dir.file("out.media"); }
@@ -141,8 +145,8 @@ TEST_P(HastoolServed, PlaysToItsEndWithAllItsFrames) {
     const Row& row = GetParam();
     // Slow enough for the bandwidth to be measured, and once too slow for the best quality.
     const std::string profile = m_dir.write("p.csv", "0,6000\n2,500\n3.5,8000\n60,\n");
-    const Serve serve({"--root", PRESENTATIONS, "--profile", profile});
-    const json summary = play(serve.url(row.manifest));
+    Serve serve({"--root", PRESENTATIONS, "--profile", profile});
+    const json summary = play(serve, row.manifest);
     EXPECT_EQ(summary["segments"], row.hasAudioTrack ? 42 : 21);
     EXPECT_EQ(summary["streams"], 5);
     EXPECT_EQ(summary["skipped"], 0);
@@ -160,8 +164,8 @@ TEST_P(HastoolServed, PlaysToItsEndWithAllItsFrames) {
 
 TEST_P(HastoolServed, HasPsshDataWhereThePlatformLooksForIt) {
     const Row& row = GetParam();
-    const Serve serve({"--root", PRESENTATIONS});
-    play(serve.url(row.manifest), {"--max-segments", "8"});
+    Serve serve({"--root", PRESENTATIONS});
+    play(serve, row.manifest, {"--max-segments", "8"});
     for (const std::string& path : {out(), audioOut()}) {
         if (!fs::exists(path))
             continue;
@@ -173,8 +177,8 @@ TEST_P(HastoolServed, HasPsshDataWhereThePlatformLooksForIt) {
 }
 
 TEST_F(HastoolServe, EncryptedHlsComesOutAsTheClearSegments) {
-    const Serve serve({"--root", PRESENTATIONS});
-    play(serve.url("/hls-aes/master.m3u8"), {"--limit", "0-200000"});
+    Serve serve({"--root", PRESENTATIONS});
+    play(serve, "/hls-aes/master.m3u8", {"--limit", "0-200000"});
     std::string clear;
     for (int i = 1; i <= 21; ++i)
         clear += test::readFile(fs::path(PRESENTATIONS) / "hls/0" / (std::to_string(i) + ".ts"));
@@ -183,13 +187,12 @@ TEST_F(HastoolServe, EncryptedHlsComesOutAsTheClearSegments) {
 }
 
 TEST_F(HastoolServe, PlaysOnThroughFaults) {
-    const Serve serve({"--root", PRESENTATIONS, "--fault", "seg=2:404*1", "--fault",
-                       "seg=3:reset*1", "--fault", "seg=4:truncate=1000*1", "--fault",
-                       "seg=5:stall=0.2"});
+    Serve serve({"--root", PRESENTATIONS, "--fault", "seg=2:404*1", "--fault", "seg=3:reset*1",
+                 "--fault", "seg=4:truncate=1000*1", "--fault", "seg=5:stall=0.2"});
     for (const char* const manifest :
          {"/hls/master.m3u8", "/dash-muxed/manifest.mpd", "/smooth/Manifest"}) {
         SCOPED_TRACE(manifest);
-        const json summary = play(serve.url(manifest), {"--max-segments", "12"});
+        const json summary = play(serve, manifest, {"--max-segments", "12"});
         EXPECT_EQ(summary["skipped"], 0);
     }
     const std::string log = serve.err();
@@ -200,19 +203,17 @@ TEST_F(HastoolServe, PlaysOnThroughFaults) {
 }
 
 TEST_F(HastoolServe, SkipsASegmentThatIsNeverThere) {
-    const Serve serve({"--root", PRESENTATIONS, "--fault", "seg=3:404"});
-    const json summary =
-        play(serve.url("/hls/master.m3u8"), {"--retries", "1", "--max-segments", "5"});
+    Serve serve({"--root", PRESENTATIONS, "--fault", "seg=3:404"});
+    const json summary = play(serve, "/hls/master.m3u8", {"--retries", "1", "--max-segments", "5"});
     EXPECT_EQ(summary["skipped"], 1);
     EXPECT_EQ(summary["segments"], 5);
 }
 
 TEST_F(HastoolServe, SendsAtTheRateOfAProfile) {
     const std::string profile = m_dir.write("p.csv", "time_s,kbps\n0,400\n");
-    const Serve serve({"--root", PRESENTATIONS, "--profile", profile});
-    const std::string url = serve.url("/hls/master.m3u8");
+    Serve serve({"--root", PRESENTATIONS, "--profile", profile});
     const auto begin = std::chrono::steady_clock::now();
-    play(url, {"--max-segments", "3", "--limit", "0-200000"});
+    play(serve, "/hls/master.m3u8", {"--max-segments", "3", "--limit", "0-200000"});
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
     double bits = 0;
     for (int i = 1; i <= 3; ++i)
@@ -234,14 +235,14 @@ TEST_F(HastoolServe, ServesAFolderOnAChosenPort) {
                                  "#EXT-X-ENDLIST\n");
     m_dir.write("root/1.ts", "media");
     const std::string port = std::to_string(test::freePort());
-    const Serve serve({"--root", m_dir.file("root"), "--port", port});
+    Serve serve({"--root", m_dir.file("root"), "--port", port});
     EXPECT_EQ(serve.out(), "http://127.0.0.1:" + port + "/a%20b.m3u8\n");
-    EXPECT_EQ(play(serve.url(".m3u8"))["segments"], 1);
+    EXPECT_EQ(play(serve, ".m3u8")["segments"], 1);
     EXPECT_EQ(test::readFile(out()), "media");
 }
 
 TEST_F(HastoolServe, FindsTheBuiltInPresentations) {
-    const Serve serve({});
+    Serve serve({});
     EXPECT_THAT(serve.out(), HasSubstr("/dash-cenc/manifest.mpd\n"));
 }
 
