@@ -3,6 +3,7 @@
 
 #include <support/FreePort.h>
 #include <support/MediaLadder.h>
+#include <support/Nginx.h>
 #include <support/TempDir.h>
 
 #include <chrono>
@@ -160,6 +161,19 @@ TEST_P(HastoolServed, PlaysToItsEndWithAllItsFrames) {
         // A switch cuts a transport stream where the picture is cut.
         EXPECT_NEAR(static_cast<double>(audio), kAudioFrames, 20);
     }
+}
+
+TEST_P(HastoolServed, PlaysToItsEndFromNginx) {
+    const Row& row = GetParam();
+    const test::Nginx server;
+    fs::copy(PRESENTATIONS, server.root(), fs::copy_options::recursive);
+    const Child::Result result =
+        hastool({"play", "--fast", "-q", "--json", "-o", out(), server.url(row.manifest)});
+    ASSERT_EQ(result.status, 0) << result.err;
+    const json summary = json::parse(result.out);
+    EXPECT_EQ(summary["segments"], row.hasAudioTrack ? 42 : 21);
+    EXPECT_EQ(summary["skipped"], 0);
+    EXPECT_EQ(decodedFrames(out(), row.isProtected).first, kFrames);
 }
 
 TEST_P(HastoolServed, HasPsshDataWhereThePlatformLooksForIt) {
