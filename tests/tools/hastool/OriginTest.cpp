@@ -174,6 +174,21 @@ TEST_F(OriginTest, KeepsConnections) {
     EXPECT_EQ(connects, 1);
 }
 
+TEST_F(OriginTest, TakesConnectionsWhileOthersEnd) {
+    m_dir.write("a", "1");
+    serve();
+    std::vector<std::thread> threads;
+    std::atomic<int> answers{0};
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&] {
+            for (int n = 0; n < 250; ++n)
+                answers += get("/a").body == "1" ? 1 : 0; // over a connection of its own
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(answers, 1000);
+}
+
 TEST_F(OriginTest, ListsItsPresentations) {
     m_dir.write("x y/m.mpd", "<MPD/>");
     serve();

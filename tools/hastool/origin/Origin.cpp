@@ -60,9 +60,10 @@ private:
 
     void joinDone() {
         for (auto it = m_workers.begin(); it != m_workers.end();) {
-            if (it->done)
+            const bool isDone = it->done; // it may become so at any time
+            if (isDone)
                 it->thread.join();
-            it = it->done ? m_workers.erase(it) : std::next(it);
+            it = isDone ? m_workers.erase(it) : std::next(it);
         }
     }
 
