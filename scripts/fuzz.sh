@@ -1,5 +1,5 @@
 #!/bin/bash
-# Runs the harnesses of the fuzz preset, two at a time, each on a copy of its corpus.
+# Runs the harnesses of the fuzz preset, three at a time, each on a copy of its corpus.
 #
 #   scripts/fuzz.sh [SECONDS] [HARNESS...]   30 seconds and all of them where none are given
 #
@@ -41,4 +41,4 @@ fuzz_one() {
 }
 export -f fuzz_one
 
-printf '%s\n' "$@" | xargs -P 2 -I '{}' bash -c 'set -euo pipefail; fuzz_one {}'
+printf '%s\n' "$@" | xargs -P 3 -I '{}' bash -c 'set -euo pipefail; fuzz_one {}'
