@@ -54,18 +54,17 @@ private:
 
 std::vector<DashSegment> Lister::list(const SegmentIndex* index) {
     using Kind = DashAddressing::Kind;
+    const bool isTimed = m_addressing.timeline || m_addressing.duration;
     if (index != nullptr)
         listIndex(*index);
-    else if (m_addressing.kind == Kind::Base || m_addressing.kind == Kind::None)
+    else if (m_addressing.kind == Kind::Template && !isTimed)
+        throw ToolError(m_where, "a SegmentTemplate without a duration or a SegmentTimeline");
+    else if (m_addressing.kind == Kind::Base || m_addressing.kind == Kind::None || !isTimed)
         listWhole();
     else if (m_addressing.timeline)
         listTimeline();
-    else if (m_addressing.kind == Kind::List && !m_addressing.duration)
-        listWhole();
-    else if (m_addressing.duration)
-        listDurations();
     else
-        throw ToolError(m_where, "a SegmentTemplate without a duration or a SegmentTimeline");
+        listDurations();
     if (m_addressing.kind == Kind::List)
         listUrls();
     return std::move(m_segments);
@@ -84,18 +83,18 @@ uint64_t Lister::numberOf(uint64_t position) const {
 /// A media time as one of the presentation; what lies before the offset comes out earlier.
 double Lister::secondsAt(uint64_t time) const {
     const uint64_t offset = m_addressing.timeOffset;
-    const double ticks =
-        time >= offset ? static_cast<double>(time - offset) : -static_cast<double>(offset - time);
-    return m_period.start + ticks / m_scale;
+    if (time < offset)
+        return m_period.start - static_cast<double>(offset - time) / m_scale;
+    return m_period.start + static_cast<double>(time - offset) / m_scale;
 }
 
 /// @return false when nothing behind it can be in the window
 bool Lister::add(DashSegment segment) {
     const double end = segment.start + segment.seconds;
     // What a timeline lists is there, whatever the clock says.
-    constexpr double kEver = std::numeric_limits<double>::infinity();
-    const double until = m_addressing.timeline ? kEver : m_window.until;
-    const double from = m_addressing.timeline ? -kEver : m_window.from;
+    using Limits = std::numeric_limits<double>;
+    const double until = m_addressing.timeline ? Limits::max() : m_window.until;
+    const double from = m_addressing.timeline ? Limits::lowest() : m_window.from;
     if (end > until + kTolerance || segment.start > periodEnd() - kTolerance ||
         segment.number > m_addressing.endNumber.value_or(std::numeric_limits<uint64_t>::max()))
         return false;
@@ -158,7 +157,8 @@ void Lister::listDurations() {
     const double exact = end / seconds;
     const double count =
         isCut ? std::floor(exact + kTolerance) : std::ceil(exact - kTolerance / seconds);
-    if (count > static_cast<double>(kMaxTime / *m_addressing.duration))
+    const uint64_t most = kMaxTime / *m_addressing.duration;
+    if (count > static_cast<double>(most))
         throw ToolError(m_where, "segment times that overflow");
     const auto last = static_cast<uint64_t>(std::max(count, 0.0));
     uint64_t first = clampedIndex((m_window.from - m_period.start) / seconds, last);

@@ -44,7 +44,8 @@ std::optional<double> parseZone(std::string_view text) {
     const auto number = parseUnsigned(digits);
     if ((sign != '+' && sign != '-') || digits.size() != 4 || !number)
         return std::nullopt;
-    const double seconds = static_cast<double>(*number / 100 * 3600 + *number % 100 * 60);
+    const uint64_t minutes = *number / 100 * 60 + *number % 100;
+    const double seconds = static_cast<double>(minutes) * 60;
     return sign == '+' ? seconds : -seconds;
 }
 
