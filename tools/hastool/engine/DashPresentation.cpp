@@ -3,12 +3,12 @@
 #include "../media/PsshText.h"
 #include "DashSelection.h"
 #include "DashTemplate.h"
+#include "HttpUrl.h"
 #include "IsoTime.h"
 #include "ToolError.h"
 #include "XmlDocument.h"
 
 #include <Hascommon/Datetime.h>
-#include <Hascommon/GURL.h>
 
 #include <algorithm>
 #include <cmath>
@@ -378,10 +378,7 @@ std::string DashPresentation::baseOf(const DashRepresentation& representation) c
 }
 
 std::string DashPresentation::resolve(const std::string& base, const std::string& uri) const {
-    const hascommon::GURL url = hascommon::GURL(base).Resolve(uri);
-    if (!url.SchemeIs("http") && !url.SchemeIs("https"))
-        throw ToolError(m_url, "not an HTTP URL: " + inQuotes(uri));
-    return url.spec();
+    return resolveHttpUrl(base, uri, m_url);
 }
 
 } // namespace hastool

@@ -1,8 +1,6 @@
 #include "HlsPresentation.h"
 
-#include "ToolError.h"
-
-#include <Hascommon/GURL.h>
+#include "HttpUrl.h"
 
 #include <algorithm>
 #include <iterator>
@@ -48,13 +46,6 @@ const HlsRendition* findAudio(const HlsPlaylist& playlist, const std::string& gr
     return best != nullptr && !best->uri.empty() ? best : nullptr;
 }
 
-std::string resolve(const std::string& base, const std::string& uri) {
-    const hascommon::GURL url = hascommon::GURL(base).Resolve(uri);
-    if (!url.SchemeIs("http") && !url.SchemeIs("https"))
-        throw ToolError(base, "not an HTTP URL: " + inQuotes(uri));
-    return url.spec();
-}
-
 } // namespace
 
 HlsPresentation::HlsPresentation(const Document& document, const FetchDocument& fetch,
@@ -70,14 +61,14 @@ HlsPresentation::HlsPresentation(const Document& document, const FetchDocument& 
     const std::vector<HlsVariant> variants = usableVariants(playlist.variants);
     for (const HlsVariant& variant : variants) {
         m_tracks[0].streams.push_back({variant.bandwidth, variant.resolution});
-        m_readers[0].add(resolve(document.url, variant.uri));
+        m_readers[0].add(resolveHttpUrl(document.url, variant.uri, document.url));
     }
     const HlsRendition* const audio = findAudio(playlist, variants.front().audioGroup);
     if (audio == nullptr)
         return;
     m_tracks.push_back({true, {{0, audio->name}}});
     m_readers.emplace_back(fetch, liveTimeout);
-    m_readers[1].add(resolve(document.url, audio->uri));
+    m_readers[1].add(resolveHttpUrl(document.url, audio->uri, document.url));
 }
 
 } // namespace hastool

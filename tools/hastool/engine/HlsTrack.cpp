@@ -1,8 +1,7 @@
 #include "HlsTrack.h"
 
+#include "HttpUrl.h"
 #include "ToolError.h"
-
-#include <Hascommon/GURL.h>
 
 #include <algorithm>
 
@@ -194,10 +193,7 @@ std::string HlsTrack::keyUrlOf(const Rendition& rendition, const HlsKey& key,
 }
 
 std::string HlsTrack::resolve(const Rendition& rendition, const std::string& uri) {
-    const hascommon::GURL url = hascommon::GURL(rendition.base).Resolve(uri);
-    if (!url.SchemeIs("http") && !url.SchemeIs("https"))
-        throw ToolError(rendition.base, "not an HTTP URL: " + inQuotes(uri));
-    return url.spec();
+    return resolveHttpUrl(rendition.base, uri, rendition.base);
 }
 
 std::chrono::milliseconds HlsTrack::reloadInterval(const Rendition& rendition) {

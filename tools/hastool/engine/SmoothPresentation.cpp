@@ -1,9 +1,8 @@
 #include "SmoothPresentation.h"
 
+#include "HttpUrl.h"
 #include "SmoothInit.h"
 #include "ToolError.h"
-
-#include <Hascommon/GURL.h>
 
 #include <algorithm>
 #include <cmath>
@@ -165,11 +164,8 @@ void SmoothPresentation::join(Reading& reading) {
 MediaPiece SmoothPresentation::pieceOf(const SmoothStream& stream, const SmoothQuality& quality,
                                        const SmoothChunk& chunk) const {
     const std::string uri = expandSmoothTemplate(stream.url, quality, chunk.time, m_url);
-    const hascommon::GURL url = hascommon::GURL(m_url).Resolve(uri);
-    if (!url.SchemeIs("http") && !url.SchemeIs("https"))
-        throw ToolError(m_url, "not an HTTP URL: " + inQuotes(uri));
     MediaPiece piece;
-    piece.media.resource = {url.spec(), std::nullopt};
+    piece.media.resource = {resolveHttpUrl(m_url, uri, m_url), std::nullopt};
     piece.index = static_cast<uint64_t>(&chunk - stream.chunks.data());
     piece.start = startOf(stream, chunk);
     piece.seconds = secondsOf(stream, chunk);
