@@ -282,7 +282,9 @@ int AdaptiveSegSwitcher::ProcessAdaptiveSeg(int curIndex, unsigned int bufferDur
     if (!m_enableSwitch || bandwidth < 1)
         return kStay;
     int next = GetSatisfiedStreamIndex(bandwidth, curIndex);
-    if (next != curIndex && CheckStreamChange(curIndex, next, bufferDurationMs)) {
+    // One above an index far below 0 is no stream either.
+    const bool isAnswer = next >= kStay && next != curIndex;
+    if (isAnswer && CheckStreamChange(curIndex, next, bufferDurationMs)) {
         HAS_LOG("\n");
         HAS_LOG("-------------------------------------------------");
         HAS_LOG("Bitrate Change: %d -> %d", curIndex, next);

@@ -51,7 +51,7 @@ public:
     /// Chooses the stream of the next segment.
     /// @param curIndex          the present one; any value, none reads outside the list
     /// @param bufferDurationMs  milliseconds of media in the buffer
-    /// @return the stream to change to, -1 to stay
+    /// @return the stream to change to, -1 to stay; no other negative number
     virtual int ProcessAdaptiveSeg(int curIndex, unsigned int bufferDurationMs) = 0;
 
     /// Tells how the buffer does. While it drains below 8 s the level rises from 1 to at most 4,

@@ -493,8 +493,17 @@ TEST_F(Switcher, AnInvalidPresentIndexNeverReadsOutside) {
     EXPECT_EQ(switcher.ProcessAdaptiveSeg(-1, 0), 0);
     EXPECT_EQ(switcher.ProcessAdaptiveSeg(-2, 0), 3);
     EXPECT_EQ(switcher.ProcessAdaptiveSeg(7, 0), 3);
-    EXPECT_EQ(switcher.ProcessAdaptiveSeg(INT_MIN, 0), INT_MIN + 1);
     EXPECT_EQ(log.count("CheckStreamChange(-1, 0), ok, no param"), 1);
+}
+
+TEST_F(Switcher, APresentIndexFarBelowZeroStaysWithMinusOne) {
+    checker.avg = 50000000;
+    for (const int cur : {-3, -4, -100, INT_MIN}) {
+        EXPECT_EQ(switcher.ProcessAdaptiveSeg(cur, 0), -1) << cur;
+        EXPECT_FALSE(log.contains("Bitrate Change: " + std::to_string(cur) + " -> " +
+                                  std::to_string(cur + 1)));
+    }
+    EXPECT_FALSE(log.contains("Bitrate Changed Number : 1"));
 }
 
 TEST_F(Switcher, AnEmptyListChangesToItsFirstPlaceOnly) {
