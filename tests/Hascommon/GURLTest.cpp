@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <clocale>
 #include <string>
 #include <utility>
@@ -104,6 +105,13 @@ TEST(GURL, NumericHostsHaveOneForm) {
     expectHost("http://0x7f.1/", "127.0.0.1");
     expectHost("http://2130706433/", "127.0.0.1");
     expectHost("http://0177.0.0.1/", "127.0.0.1");
+}
+
+TEST(GURL, TheHighestAddressIsOneWhateverFailedBefore) {
+    for (const char* host : {"4294967295", "0xffffffff", "037777777777"}) {
+        errno = ERANGE;
+        expectHost(std::string("http://") + host + "/", "255.255.255.255");
+    }
 }
 
 TEST(GURL, InternationalHostsAreInTheirAsciiForm) {

@@ -3,6 +3,7 @@
 #include <Hascommon/detail/Ascii.h>
 
 #include <algorithm>
+#include <cerrno>
 
 #include <idn2.h>
 
@@ -43,6 +44,8 @@ bool CurlUrl::set(CURLUPart part, const std::string& text, unsigned int flags) {
     // libcurl takes C strings: behind a zero byte it would see nothing.
     if (m_handle == nullptr || text.find('\0') != std::string::npos)
         return false;
+    // Where a long has 32 bits libcurl takes an old ERANGE for its own, and 4294967295 for a name.
+    errno = 0;
     return curl_url_set(m_handle.get(), part, text.c_str(), flags) == CURLUE_OK;
 }
 
