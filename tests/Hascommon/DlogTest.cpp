@@ -49,25 +49,43 @@ protected:
     std::string m_dir;
 };
 
-TEST_F(DlogTest, DefaultWritesOnlyHighlightedLinesToStandardError) {
-    const Output output = run("env -u HAS_LOG");
+TEST_F(DlogTest, NothingIsWrittenUnlessAskedFor) {
+    for (const char* environment : {"env -u HAS_LOG", "HAS_LOG=", "HAS_LOG=off"}) {
+        const Output output = run(environment);
+        EXPECT_EQ(output.err, "") << environment;
+        EXPECT_EQ(output.out, "formatted 0\n") << environment;
+    }
+}
+
+TEST_F(DlogTest, ErrorWritesOnlyHighlightedLinesToStandardError) {
+    const Output output = run("HAS_LOG=error");
     EXPECT_THAT(output.err, HasSubstr("16/DASH_HLS: error 7\n"));
     EXPECT_THAT(output.err, Not(HasSubstr("plain")));
 }
 
 TEST_F(DlogTest, DroppedLineIsNeverFormatted) {
-    EXPECT_EQ(run("env -u HAS_LOG").out, "formatted 0\n");
+    EXPECT_EQ(run("HAS_LOG=error").out, "formatted 0\n");
     EXPECT_EQ(run("HAS_LOG=stderr").out, "formatted 10\n");
 }
 
-TEST_F(DlogTest, OffWritesNothing) {
-    EXPECT_EQ(run("HAS_LOG=off").err, "");
+TEST_F(DlogTest, ColoursGoToATerminalOnly) {
+    const std::string highlighted = "16/DASH_HLS: \033[1;31;42m red 1\033[0m ";
+    const std::string plain = "16/DASH_HLS:  red 1 \n";
+    EXPECT_THAT(run("HAS_LOG=error", "colours").err, HasSubstr(plain));
+    EXPECT_THAT(run("HAS_LOG=stderr", "colours").err, HasSubstr(plain));
+    run("HAS_LOG=file:" + m_dir + "/log", "colours");
+    EXPECT_THAT(slurp(m_dir + "/log"), HasSubstr(plain));
+    EXPECT_THAT(run("HAS_LOG=error", "colours terminal").out, HasSubstr(highlighted));
 }
 
-TEST_F(DlogTest, UnknownSettingMeansError) {
-    const Output output = run("HAS_LOG=loud");
-    EXPECT_THAT(output.err, HasSubstr("error 7"));
-    EXPECT_THAT(output.err, Not(HasSubstr("plain")));
+TEST_F(DlogTest, WhatOnlyLooksLikeAColourStays) {
+    EXPECT_THAT(run("HAS_LOG=stderr", "colours").err, HasSubstr("cursor \033[2J end \033[1\n"));
+}
+
+TEST_F(DlogTest, UnknownModeIsToldOnceAndMeansOff) {
+    EXPECT_EQ(run("HAS_LOG=loud").err,
+              "HAS_LOG: unknown mode \"loud\" (off, error, stderr, syslog, file:PATH); there is no "
+              "log\n");
 }
 
 TEST_F(DlogTest, StderrWritesEverythingWithTimePriorityAndTag) {
@@ -91,8 +109,10 @@ TEST_F(DlogTest, FileIsAppendedTo) {
     EXPECT_NE(log.find("plain line\n", first + 1), std::string::npos);
 }
 
-TEST_F(DlogTest, FileThatCannotBeOpenedFallsBackToError) {
-    EXPECT_THAT(run("HAS_LOG=file:/no/such/folder/log").err, HasSubstr("error 7"));
+TEST_F(DlogTest, FileThatCannotBeOpenedIsToldOnceAndMeansOff) {
+    EXPECT_EQ(run("HAS_LOG=file:/no/such/folder/log").err,
+              "HAS_LOG: cannot write /no/such/folder/log: No such file or directory; there is no "
+              "log\n");
 }
 
 TEST_F(DlogTest, SinkSetInCodeTakesTheLinesAndNullRestoresTheDefault) {

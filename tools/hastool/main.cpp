@@ -21,16 +21,6 @@
 
 namespace {
 
-int dropLine(void*, int, int, const char*, const char*, va_list) {
-    return 0;
-}
-
-/// The library logs what the tool reports anyway; its lines are shown only where HAS_LOG asks.
-void silenceLibrary() {
-    if (std::getenv("HAS_LOG") == nullptr)
-        has_setLogSink(dropLine, nullptr);
-}
-
 /// Runs the one of the commands that the command line asks for. @return the exit status
 template<typename... Commands>
 int runChosen(Commands&... commands) {
@@ -76,7 +66,6 @@ int run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
-    silenceLibrary();
     hastool::catchInterrupts();
     try {
         return run(argc, argv);

@@ -1,6 +1,7 @@
 #include <Hascommon/Linux/Dlog.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -8,9 +9,11 @@
 #include <memory>
 #include <mutex>
 #include <shared_mutex>
+#include <string>
 
 #include <sys/time.h>
 #include <syslog.h>
+#include <unistd.h>
 
 namespace {
 
@@ -23,8 +26,35 @@ struct Sink {
     void* user = nullptr;
 };
 
+/// Takes the colours of highlighted lines out: "ESC [ ... m".
+void dropColours(std::string& text) {
+    for (size_t at = text.find("\033["); at != std::string::npos; at = text.find("\033[", at)) {
+        const size_t end = text.find_first_not_of("0123456789;", at + 2);
+        const bool isColour = end != std::string::npos && text[end] == 'm';
+        if (isColour)
+            text.erase(at, end + 1 - at);
+        else
+            at += 2;
+    }
+}
+
+__attribute__((format(printf, 1, 0))) std::string formatted(const char* format, va_list args) {
+    va_list again;
+    va_copy(again, args);
+    const int size = vsnprintf(nullptr, 0, format, args);
+    std::string text(size < 0 ? 0 : static_cast<size_t>(size) + 1, '\0');
+    if (size >= 0)
+        vsnprintf(text.data(), text.size(), format, again);
+    va_end(again);
+    if (size >= 0)
+        text.pop_back();
+    return text;
+}
+
 /// Writes "date time priority/tag: line" in one piece, so that lines of two threads do not mix.
-int writeLine(FILE* file, int priority, const char* tag, const char* format, va_list args) {
+__attribute__((format(printf, 5, 0))) int writeLine(FILE* file, bool colours, int priority,
+                                                    const char* tag, const char* format,
+                                                    va_list args) {
     timeval now{};
     gettimeofday(&now, nullptr);
     tm local{};
@@ -32,55 +62,77 @@ int writeLine(FILE* file, int priority, const char* tag, const char* format, va_
     char time[32];
     const size_t used = strftime(time, sizeof time, "%Y-%m-%d %H:%M:%S", &local);
     time[used] = '\0';
+    std::string text = formatted(format, args);
+    if (!colours)
+        dropColours(text);
 
     flockfile(file);
-    const int head = fprintf(file, "%s.%03d %2d/%s: ", time, static_cast<int>(now.tv_usec / 1000),
-                             priority, tag);
-    const int body = vfprintf(file, format, args);
-    putc_unlocked('\n', file);
+    const int written = fprintf(file, "%s.%03d %2d/%s: %s\n", time,
+                                static_cast<int>(now.tv_usec / 1000), priority, tag, text.c_str());
     const bool failed = fflush(file) != 0;
     funlockfile(file);
-    return failed || head < 0 || body < 0 ? -1 : head + body + 1;
+    return failed ? -1 : written;
 }
 
 int dropLine(void*, int, int, const char*, const char*, va_list) {
     return 0;
 }
 
-__attribute__((format(printf, 5, 0))) int errorLine(void*, int, int priority, const char* tag,
-                                                    const char* format, va_list args) {
+/// Colours are for people: a terminal gets them, a file or a pipe does not.
+__attribute__((format(printf, 5, 0))) int stderrLine(void*, int, int priority, const char* tag,
+                                                     const char* format, va_list args) {
+    static const bool isTerminal = isatty(STDERR_FILENO) == 1;
+    return writeLine(stderr, isTerminal, priority, tag, format, args);
+}
+
+__attribute__((format(printf, 5, 0))) int
+errorLine(void* user, int logId, int priority, const char* tag, const char* format, va_list args) {
     if (priority != kErrorPriority)
         return 0;
-    return writeLine(stderr, priority, tag, format, args);
+    return stderrLine(user, logId, priority, tag, format, args);
 }
 
 __attribute__((format(printf, 5, 0))) int fileLine(void* user, int, int priority, const char* tag,
                                                    const char* format, va_list args) {
-    return writeLine(static_cast<FILE*>(user), priority, tag, format, args);
+    return writeLine(static_cast<FILE*>(user), false, priority, tag, format, args);
 }
 
 __attribute__((format(printf, 5, 0))) int syslogLine(void*, int, int priority, const char*,
                                                      const char* format, va_list args) {
-    vsyslog(priority == kErrorPriority ? LOG_ERR : LOG_DEBUG, format, args);
+    std::string text = formatted(format, args);
+    dropColours(text);
+    syslog(priority == kErrorPriority ? LOG_ERR : LOG_DEBUG, "%s", text.c_str());
     return 1;
 }
 
-/// The sink that HAS_LOG names. A log file stays open for the life of the process.
+/// A log file stays open for the life of the process.
+Sink fileSink(const char* path) {
+    if (FILE* file = fopen(path, "ae"))
+        return {fileLine, file};
+    fprintf(stderr, "HAS_LOG: cannot write %s: %s; there is no log\n", path, strerror(errno));
+    return {dropLine, nullptr};
+}
+
+/// The sink that HAS_LOG names. Without it nobody has asked for a log: request URLs, tokens
+/// included, are not to appear on the standard error of whatever links the library.
 Sink environmentSink() {
+    constexpr const char* kFile = "file:";
     const char* setting = getenv("HAS_LOG");
-    if (setting == nullptr)
-        return {errorLine, nullptr};
-    if (strcmp(setting, "off") == 0)
+    if (setting == nullptr || strcmp(setting, "off") == 0 || *setting == '\0')
         return {dropLine, nullptr};
+    if (strcmp(setting, "error") == 0)
+        return {errorLine, nullptr};
     if (strcmp(setting, "stderr") == 0)
-        return {fileLine, stderr};
+        return {stderrLine, nullptr};
     if (strcmp(setting, "syslog") == 0)
         return {syslogLine, nullptr};
-    if (strncmp(setting, "file:", 5) == 0) {
-        if (FILE* file = fopen(setting + 5, "ae"))
-            return {fileLine, file};
-    }
-    return {errorLine, nullptr};
+    if (strncmp(setting, kFile, strlen(kFile)) == 0)
+        return fileSink(setting + strlen(kFile));
+    fprintf(stderr,
+            "HAS_LOG: unknown mode \"%s\" (off, error, stderr, syslog, file:PATH); "
+            "there is no log\n",
+            setting);
+    return {dropLine, nullptr};
 }
 
 /// The sink in force. Never destroyed: threads may log while the process ends.

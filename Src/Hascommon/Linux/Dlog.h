@@ -21,12 +21,15 @@ extern "C" {
 /// The default hands the line to the sink set with has_setLogSink() or, when there is none, to the
 /// sink named by the environment variable `HAS_LOG`, read once at the first line:
 ///
-/// | `HAS_LOG` | what happens to a line |
-/// |---|---|
-/// | `off` | dropped |
-/// | `error` (also when unset or unknown) | priority 16 goes to standard error, the rest is dropped
-/// | | `stderr` | goes to standard error with time, priority and tag | | `syslog` | goes to
-/// syslog(3) | | `file:PATH` | is appended to PATH with time, priority and tag |
+/// - unset, empty or `off`: the line is dropped, nothing is written anywhere;
+/// - `error`: a line of priority 16 goes to standard error, any other is dropped;
+/// - `stderr`: every line goes to standard error with time, priority and tag;
+/// - `syslog`: every line goes to syslog(3), priority 16 as LOG_ERR, any other as LOG_DEBUG;
+/// - `file:PATH`: every line is appended to PATH with time, priority and tag.
+///
+/// Highlighted lines keep their colours on a terminal only. Another value, or a file that cannot be
+/// written, is told once on standard error; the lines are then dropped. The lines hold whole URLs,
+/// with what passwords and tokens they carry.
 ///
 /// A dropped line is never formatted. Any thread may call.
 ///
