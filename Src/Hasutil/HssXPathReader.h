@@ -22,7 +22,8 @@ namespace hascommon {
 /// nothing is logged and nothing throws.
 ///
 /// **Order of calls.** InitLibXML() once per process before the first reader, Load(), queries,
-/// Free() before another Load(); FreeLibXML() after the last reader.
+/// Free() before another Load(). FreeLibXML() is for the end of the process, not for the end of a
+/// manifest: it ends libxml2 for everybody in the process, other users of it included.
 ///
 /// **Hostile documents.** Nothing outside a document is read for it: no external entity, no DTD, no
 /// network. A document whose entities would grow to more than 10,000,000 bytes, or that is nested
@@ -40,8 +41,12 @@ public:
     /// Sets libxml2 up, at the first call that is not yet matched.
     static void InitLibXML();
 
-    /// Tears libxml2 down, at the call that matches the first one. A call without an InitLibXML()
-    /// wraps the count to 2^32 - 1; this is meant.
+    /// Tears libxml2 down (xmlCleanupParser()), at the call that matches the first one.
+    ///
+    /// For the end of a process that wants its memory checkers silent, when no thread uses libxml2
+    /// any more, through this class or by itself. Never needed otherwise. A call without an
+    /// InitLibXML() wraps the count to 2^32 - 1: the count is compared with 1 only, and an embedder
+    /// that does not pair its calls keeps what it has set up.
     static void FreeLibXML();
 
     /// A reader without a document.

@@ -31,7 +31,7 @@ TEST(EmbeddingExample, DownloadsReadsDecryptsAndRewrites) {
     EXPECT_THAT(result.out, HasSubstr("  300000 bit/s\n  800000 bit/s\n"));
     EXPECT_THAT(result.out, HasSubstr("/7.ts: ok, 32 bytes, stream 0\n"));
     EXPECT_THAT(result.out, HasSubstr("decrypted: " + plain + "\n"));
-    EXPECT_THAT(result.out, HasSubstr("rewritten: 12 bytes\n"));
+    EXPECT_THAT(result.out, HasSubstr("rewritten: 12 bytes\nhighlighted: some\n"));
 }
 
 } // namespace

@@ -26,22 +26,22 @@ bool dropPrologue(std::string_view& text) {
     return false;
 }
 
+/// Once for the life of the process, which other parts of it use libxml2 as well.
+void setUpXml() {
+    static const bool done = (hascommon::HssXPathReader::InitLibXML(), true);
+    static_cast<void>(done);
+}
+
 } // namespace
 
 XmlDocument::XmlDocument(const std::string& text, const std::string& url) {
     constexpr auto kMaxSize = static_cast<size_t>(std::numeric_limits<int>::max());
-    hascommon::HssXPathReader::InitLibXML();
+    setUpXml();
     if (text.size() <= kMaxSize)
         m_reader.Load(text.data(), static_cast<int>(text.size()));
     if (m_reader.IsLoaded())
         return;
-    hascommon::HssXPathReader::FreeLibXML();
     throw ToolError(url, "not a well-formed XML document");
-}
-
-XmlDocument::~XmlDocument() {
-    m_reader.Free();
-    hascommon::HssXPathReader::FreeLibXML();
 }
 
 hascommon::XmlElement XmlDocument::root() {

@@ -15,7 +15,6 @@ class XmlDocument {
 public:
     /// @param url  names it in messages. @throws ToolError for text that is not well-formed
     XmlDocument(const std::string& text, const std::string& url);
-    ~XmlDocument();
     XmlDocument(const XmlDocument&) = delete;
     XmlDocument& operator=(const XmlDocument&) = delete;
 
