@@ -8,6 +8,7 @@
 #include <Hasnet/detail/CurlState.h>
 #include <Hasnet/detail/EasyOptions.h>
 #include <Hasnet/detail/HeaderLine.h>
+#include <Hasnet/detail/HttpDate.h>
 #include <Hasnet/detail/Low32.h>
 #include <Hasnet/detail/ResultCode.h>
 #include <Hasnet/detail/SocketBuffers.h>
@@ -438,7 +439,7 @@ void Curl::OnHeaderDownload(UnitObject* unit, const char* text, unsigned int len
     CurlState& s = *m_state;
     const std::string line(text, length);
     if (line.size() >= kShortestDate && has_strncasecmp(line.c_str(), "Date", 4) == 0) {
-        const time_t date = curl_getdate(detail::fieldValue(line).c_str(), nullptr);
+        const std::int64_t date = detail::readHttpDate(detail::fieldValue(line));
         if (date > 0)
             s.urlInfo.LearnDate(unit->infoIndex, static_cast<long>(date));
     }

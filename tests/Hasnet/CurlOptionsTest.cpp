@@ -153,6 +153,17 @@ TEST_F(CurlOptionsTest, RepeatedKeptRequestIsNotConditionalSoThatARetryGetsItsBo
         EXPECT_EQ(fetch(origin.url("/k"), "", true), 0);
         EXPECT_EQ(sent("/k").header("If-Modified-Since"), "");
         EXPECT_EQ(lastBody, "x");
+TEST_F(CurlOptionsTest, DateBeyond2037IsTakenAsFarAsALongHoldsIt) {
+    origin.on("/d", Reply().body("x").header("Date", "Thu, 01 Mar 2040 00:00:00 GMT"));
+    UnitObject* unit = beginPath("/d");
+    while (engine->RunOnce() == 0) {
+    }
+    int code = 0;
+    long date = 0;
+    EXPECT_EQ(engine->GetCompleted(code, date), unit);
+    EXPECT_EQ(date, static_cast<long>(2214172800LL));
+}
+
     }
 }
 

@@ -2,12 +2,11 @@
 
 #include <Hascommon/detail/Number.h>
 #include <Hasnet/detail/CookieText.h>
+#include <Hasnet/detail/HttpDate.h>
 
 #include <limits>
 #include <string>
 #include <vector>
-
-#include <curl/curl.h>
 
 namespace hascommon::detail {
 namespace {
@@ -60,7 +59,7 @@ std::int64_t addSaturated(std::int64_t a, std::int64_t b) {
 
 /// A date that cannot be read makes a session cookie; the very beginning of time must not.
 std::int64_t parseExpiryDate(const std::string& text) {
-    const auto date = static_cast<std::int64_t>(curl_getdate(text.c_str(), nullptr));
+    const std::int64_t date = readHttpDate(text);
     if (date == 0)
         return 1;
     return date < 0 ? 0 : date;
