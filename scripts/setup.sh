@@ -11,11 +11,12 @@ packages() {
         echo g++                  # the compiler
         echo cmake                # the build description
         echo ninja-build          # runs the build
-        echo pkg-config           # finds libidn2
+        echo pkg-config           # finds libidn2 and libpsl
         echo libcurl4-openssl-dev # HTTP transfers and URLs
         echo libssl-dev           # AES
         echo libxml2-dev          # manifests
         echo libidn2-dev          # host names in other scripts
+        echo libpsl-dev           # strict cookies: which domains are public suffixes
         echo libcli11-dev         # hastool: the command line
         echo nlohmann-json3-dev   # hastool: --json and JSON traces
         echo libcpp-httplib-dev   # hastool: the origin of serve and demo

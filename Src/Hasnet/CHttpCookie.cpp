@@ -10,6 +10,7 @@
 #include <Hasnet/detail/CookieList.h>
 #include <Hasnet/detail/CookieParser.h>
 #include <Hasnet/detail/CookieText.h>
+#include <Hasnet/detail/StrictCookies.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -27,11 +28,19 @@ const char* orEmpty(const char* text) {
     return text == nullptr ? "" : text;
 }
 
+std::string_view withoutBlanks(std::string_view line) {
+    return line.substr(std::min(line.find_first_not_of(' '), line.size()));
+}
+
+detail::ParsedCookie parseHeader(std::string_view line, const char* domain, const char* path,
+                                 long long now) {
+    return detail::parseCookieHeader(withoutBlanks(line), domain, path, now);
+}
+
 detail::CookiePtr parseLine(bool header, std::string_view line, const char* domain,
                             const char* path, long long now) {
-    line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
-    return header ? detail::parseCookieHeader(line, domain, path, now)
-                  : detail::parseCookieFileLine(line);
+    return header ? parseHeader(line, domain, path, now).cookie
+                  : detail::parseCookieFileLine(withoutBlanks(line));
 }
 
 /// A line of a file, which may hold a header instead of fields.
@@ -145,18 +154,22 @@ void CHttpCookie::readInCookieJar(std::string path) {
     if (has_fopen_s(&opened, path.c_str(), "re")) {
         const detail::FilePtr file(opened);
         HAS_LOG("cookie file opened");
-        std::vector<detail::CookiePtr> cookies = readCookies(file.get(), getPseudoUTC());
+        const long long now = getPseudoUTC();
+        std::vector<detail::CookiePtr> cookies = readCookies(file.get(), now);
         const LockGuard<Mutex> guard(m_mutex);
-        for (detail::CookiePtr& cookie : cookies)
-            m_cookieList->add(std::move(cookie));
+        for (detail::CookiePtr& cookie : cookies) {
+            if (m_strict)
+                detail::narrowToHost(*cookie);
+            m_cookieList->add(std::move(cookie), now);
+        }
     }
     HAS_LOG("<<< readInCookieJar end");
 }
 
 std::string CHttpCookie::textToSave(bool sessionOnly, long long now) {
-    const Cookie* const user = m_userCookie->empty() ? nullptr : m_userCookie->records()[0].get();
+    const Cookie* const user = m_userCookie->first();
     std::string text = detail::cookieFileHeader();
-    for (const detail::CookiePtr& cookie : m_cookieList->records()) {
+    for (const Cookie* cookie : m_cookieList->inOrder()) {
         const bool wanted = sessionOnly ? cookie->expires == 0 : now < cookie->expires;
         if (wanted && (user == nullptr || !isUserCookie(*cookie, *user)))
             text += detail::cookieFileLine(*cookie);
@@ -208,19 +221,35 @@ long long CHttpCookie::getPseudoUTC() {
     return has_getTime() / 1000 + m_utcOffset;
 }
 
-void CHttpCookie::addCookieToPool(std::string line, std::string domain, std::string path) {
-    HAS_LOG("addCookieToPool %s, %s, %s", line.c_str(), domain.c_str(), path.c_str());
-    detail::CookiePtr cookie =
-        parseLine(true, line.c_str(), domain.c_str(), path.c_str(), getPseudoUTC());
+void CHttpCookie::SetStrictCookies(bool strict) {
     const LockGuard<Mutex> guard(m_mutex);
-    m_cookieList->add(std::move(cookie));
+    m_strict = strict;
+    m_cookieList->setLimits(strict ? detail::kStrictLimits : detail::CookieLimits{},
+                            getPseudoUTC());
+}
+
+void CHttpCookie::addCookieToPool(std::string line, std::string domain, std::string path) {
+    addCookieToPool(std::move(line), std::move(domain), std::move(path), false);
+}
+
+void CHttpCookie::addCookieToPool(std::string line, std::string domain, std::string path,
+                                  bool secureOrigin) {
+    HAS_LOG("addCookieToPool %s, %s, %s", line.c_str(), domain.c_str(), path.c_str());
+    const long long now = getPseudoUTC();
+    detail::ParsedCookie parsed = parseHeader(line.c_str(), domain.c_str(), path.c_str(), now);
+    if (parsed.cookie == nullptr)
+        return;
+    const LockGuard<Mutex> guard(m_mutex);
+    if (!m_strict || detail::isAcceptable(parsed, domain, secureOrigin, *m_cookieList))
+        m_cookieList->add(std::move(parsed.cookie), now);
 }
 
 void CHttpCookie::addUsrDefCookie(std::string line) {
-    detail::CookiePtr cookie = parseLine(true, line.c_str(), nullptr, nullptr, getPseudoUTC());
+    const long long now = getPseudoUTC();
+    detail::CookiePtr cookie = parseHeader(line.c_str(), nullptr, nullptr, now).cookie;
     const LockGuard<Mutex> guard(m_mutex);
     m_userCookie->clear();
-    m_userCookie->add(std::move(cookie));
+    m_userCookie->add(std::move(cookie), now);
 }
 
 void CHttpCookie::delUsrDefCookie() {

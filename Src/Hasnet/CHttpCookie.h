@@ -37,7 +37,8 @@ class CookieList;
 ///
 /// **Limits.** A cookie's name has up to 1023 bytes (a longer one is ignored), its value up to 4999
 /// (a longer one is cut), a line of a file up to 4999 (cut as well). How many cookies there may be
-/// is not limited; lookups take as long as there are cookies for the host's domains.
+/// is not limited unless SetStrictCookies() asks for it; lookups take as long as there are cookies
+/// for the host's domains.
 ///
 /// **Threads.** All operations may be called from any thread. Those on lists of the caller's own
 /// need the caller's own care for the list.
@@ -79,16 +80,32 @@ public:
 
     /// @return the time that expiry is judged by, in seconds since 1970
     long long getPseudoUTC();
+
+    /// Turns the rules of browsers (RFC 6265bis) on or off for what comes in from now on; off at
+    /// first. With them
+    /// - a cookie for a public suffix ("co.uk") or an address goes to the host itself only, and is
+    ///   refused where the host is another; stored ones lose their subdomains as they are read;
+    /// - an answer over plain http neither sets a secure cookie nor replaces or hides one;
+    /// - a name that begins "__Secure-" needs the attribute Secure, one that begins "__Host-" also
+    ///   a Path of "/" and no Domain;
+    /// - a domain keeps 180 cookies and the jar 3000: expired ones, then those not used for the
+    ///   longest time give way, at once and with every cookie added.
+    /// The user-defined cookie and lists of the caller's own are not subject to them.
+    void SetStrictCookies(bool strict);
     /// @}
 
     /// @name Cookies in and out
     /// @{
 
-    /// Adds a cookie that a server sent.
+    /// Adds a cookie that a server sent, as if over plain http.
     /// @param line    the value of its Set-Cookie header
     /// @param domain  the host that sent it; a cookie for another site is ignored
     /// @param path    the path of the request
     void addCookieToPool(std::string line, std::string domain, std::string path);
+
+    /// The same for a server whose scheme is known.
+    /// @param secureOrigin  whether it came over https; looked at under strict rules only
+    void addCookieToPool(std::string line, std::string domain, std::string path, bool secureOrigin);
 
     /// Replaces the user-defined cookie.
     /// @param line  as in a Set-Cookie header; without a Domain it goes to every host. Where it is
@@ -170,6 +187,7 @@ private:
     std::unique_ptr<detail::CookieList> m_cookieList HAS_GUARDED_BY(m_mutex);
     /// Empty, or with the one user-defined cookie.
     std::unique_ptr<detail::CookieList> m_userCookie HAS_GUARDED_BY(m_mutex);
+    bool m_strict HAS_GUARDED_BY(m_mutex) = false;
     std::atomic<std::int64_t> m_utcOffset{0};
     std::atomic<bool> m_saved{false};
 };

@@ -450,7 +450,8 @@ void Curl::OnHeaderDownload(UnitObject* unit, const char* text, unsigned int len
     }
     if (detail::hasFieldName(line, "set-cookie")) {
         const GURL url(detail::answeringUrl(*unit->easy));
-        s.cookieJar.addCookieToPool(detail::fieldValue(line), url.host(), url.path());
+        s.cookieJar.addCookieToPool(detail::fieldValue(line), url.host(), url.path(),
+                                    url.SchemeIs("https"));
     }
     if (detail::startsHeaders(line))
         unit->inHeaders = true;

@@ -86,6 +86,10 @@ public:
     /// Has no effect while verification is off.
     void SetCaFile(const std::string& path);
 
+    /// Turns the jar's strict rules on or off, see CHttpCookie::SetStrictCookies(); off at first.
+    /// Before Init() they apply to the stored cookies as well.
+    void SetStrictCookies(bool strict);
+
     /// Forgets the cookie that SetCookie() set.
     void clearUsrDefCookie();
 

@@ -26,6 +26,10 @@ bool Curl::AddHeaderLine(const std::string& line) {
     return m_state->options.headerList != nullptr;
 }
 
+void Curl::SetStrictCookies(bool strict) {
+    m_state->cookieJar.SetStrictCookies(strict);
+}
+
 void Curl::clearUsrDefCookie() {
     m_state->cookieJar.delUsrDefCookie();
 }

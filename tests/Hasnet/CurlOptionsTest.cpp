@@ -119,6 +119,26 @@ TEST_F(CurlOptionsTest, CookieWithoutAPathGetsTheAnsweringRequestsFolder) {
     EXPECT_EQ(sent("/a").header("Cookie"), "");
 }
 
+TEST_F(CurlOptionsTest, StrictCookiesAreOffUntilAskedForAndApplyToWhatComesInLater) {
+    origin.on("/set/1", Reply().body("x").setCookie("__Secure-a=1; Path=/"));
+    origin.on("/set/2", Reply().body("x").setCookie("__Secure-b=2; Path=/"));
+    EXPECT_EQ(fetchPath("/set/1"), 0);
+    engine->SetStrictCookies(true);
+    EXPECT_EQ(fetchPath("/set/2"), 0);
+    EXPECT_EQ(fetchPath("/a"), 0);
+    EXPECT_EQ(sent("/a").header("Cookie"), "__Secure-a=1;");
+}
+
+TEST_F(CurlOptionsTest, StrictCookiesLetOnlyTlsAnswersSetASecureCookie) {
+    test::Nginx nginx;
+    engine->SetStrictCookies(true);
+    EXPECT_EQ(fetch(nginx.url("/-/cookie")), 0);
+    EXPECT_EQ(fetch(nginx.tlsUrl("/-/cookie")), 0);
+    EXPECT_EQ(lastBody, "");
+    EXPECT_EQ(fetch(nginx.tlsUrl("/-/cookie")), 0);
+    EXPECT_EQ(lastBody, "kept=1;");
+}
+
 TEST_F(CurlOptionsTest, DateIsTakenFromTheFirstResponseAndInAnyCase) {
     origin.on(
         "/1",
@@ -131,6 +151,17 @@ TEST_F(CurlOptionsTest, DateIsTakenFromTheFirstResponseAndInAnyCase) {
     long date = 0;
     EXPECT_EQ(engine->GetCompleted(code, date), unit);
     EXPECT_EQ(date, 784111777);
+}
+
+TEST_F(CurlOptionsTest, DateBeyond2037IsTakenAsFarAsALongHoldsIt) {
+    origin.on("/d", Reply().body("x").header("Date", "Thu, 01 Mar 2040 00:00:00 GMT"));
+    UnitObject* unit = beginPath("/d");
+    while (engine->RunOnce() == 0) {
+    }
+    int code = 0;
+    long date = 0;
+    EXPECT_EQ(engine->GetCompleted(code, date), unit);
+    EXPECT_EQ(date, static_cast<long>(2214172800LL));
 }
 
 TEST_F(CurlOptionsTest, DateThatIsTooShortOrNoneIsNotTaken) {
@@ -153,17 +184,6 @@ TEST_F(CurlOptionsTest, RepeatedKeptRequestIsNotConditionalSoThatARetryGetsItsBo
         EXPECT_EQ(fetch(origin.url("/k"), "", true), 0);
         EXPECT_EQ(sent("/k").header("If-Modified-Since"), "");
         EXPECT_EQ(lastBody, "x");
-TEST_F(CurlOptionsTest, DateBeyond2037IsTakenAsFarAsALongHoldsIt) {
-    origin.on("/d", Reply().body("x").header("Date", "Thu, 01 Mar 2040 00:00:00 GMT"));
-    UnitObject* unit = beginPath("/d");
-    while (engine->RunOnce() == 0) {
-    }
-    int code = 0;
-    long date = 0;
-    EXPECT_EQ(engine->GetCompleted(code, date), unit);
-    EXPECT_EQ(date, static_cast<long>(2214172800LL));
-}
-
     }
 }
 

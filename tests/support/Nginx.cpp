@@ -47,6 +47,10 @@ http {
         limit_rate $limit;
         @CHUNK@
         location = /-/generation { return 200 "@GENERATION@"; access_log off; }
+        location = /-/cookie {
+            add_header Set-Cookie "kept=1; Secure; Path=/";
+            return 200 "$http_cookie";
+        }
     }
 }
 )";

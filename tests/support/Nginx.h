@@ -27,6 +27,7 @@ public:
         m_dir.write("root/" + name, content);
     }
 
+    /// "/-/cookie" sets the secure cookie "kept=1" and answers with the request's Cookie header.
     std::string url(const std::string& path) const;
     /// Over TLS. The certificate is for localhost and 127.0.0.1 and signed by itself.
     std::string tlsUrl(const std::string& path) const;

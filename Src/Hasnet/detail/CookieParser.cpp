@@ -85,10 +85,13 @@ public:
         return true;
     }
 
-    CookiePtr finish(const char* requestPath) {
-        if (m_cookie == nullptr || m_bad || m_cookie->name == nullptr || !addDefaults(requestPath))
-            return nullptr;
-        return std::move(m_cookie);
+    ParsedCookie finish(const char* requestPath) {
+        if (m_cookie == nullptr || m_bad || m_cookie->name == nullptr)
+            return {};
+        const bool hasPath = m_cookie->path != nullptr;
+        if (!addDefaults(requestPath))
+            return {};
+        return {std::move(m_cookie), hasPath};
     }
 
 private:
@@ -180,13 +183,13 @@ CookiePtr makeFromFields(const std::vector<std::string_view>& fields, bool httpO
 
 } // namespace
 
-CookiePtr parseCookieHeader(std::string_view line, const char* domain, const char* path,
-                            std::int64_t now) {
+ParsedCookie parseCookieHeader(std::string_view line, const char* domain, const char* path,
+                               std::int64_t now) {
     HeaderParser parser(domain, now);
     for (bool more = true; more;) {
         const size_t semicolon = line.find(';');
         if (!parser.add(splitPart(line.substr(0, semicolon))))
-            return nullptr;
+            return {};
         more = semicolon != std::string_view::npos;
         if (more)
             line.remove_prefix(semicolon + 1);

@@ -47,6 +47,7 @@ void Downloader::openEngine() {
     m_curl->Init(this, m_traffic);
     m_curl->SetAgent(m_options.agent);
     m_curl->SetProxy(m_options.proxy);
+    m_curl->SetStrictCookies(true);
     m_curl->SetVerifyPeer(!m_options.caFile.empty());
     m_curl->SetCaFile(m_options.caFile);
     if (m_options.engineInfo) {
