@@ -44,10 +44,10 @@ void Downloader::openEngine() {
     else
         m_curl = std::make_unique<Curl>(hascommon::CURL_THREAD_PACED, kLoopMicroseconds,
                                         m_options.cookieId);
+    m_curl->SetStrictCookies(true); // First: for the stored cookies too.
     m_curl->Init(this, m_traffic);
     m_curl->SetAgent(m_options.agent);
     m_curl->SetProxy(m_options.proxy);
-    m_curl->SetStrictCookies(true);
     m_curl->SetVerifyPeer(!m_options.caFile.empty());
     m_curl->SetCaFile(m_options.caFile);
     if (m_options.engineInfo) {
