@@ -11,11 +11,11 @@
 #include "commands/XPathCommand.h"
 #include "engine/Interrupt.h"
 #include "engine/ToolError.h"
-
-#include <Hascommon/Linux/Dlog.h>
+#include "ui/StandardOutput.h"
 
 #include <cstdio>
-#include <cstdlib>
+#include <sstream>
+#include <string>
 
 #include <CLI/CLI.hpp>
 
@@ -33,6 +33,26 @@ int runChosen(Commands&... commands) {
     };
     (runIfChosen(commands) || ...);
     return status;
+}
+
+void addVersion(CLI::App& app) {
+    constexpr char kVersion[] = "hastool " HASTOOL_VERSION;
+    app.set_version_flag("--version", kVersion, "Print the version and exit");
+    for (CLI::App* command : app.get_subcommands({}))
+        command->set_version_flag("--version", kVersion, "Print the version and exit");
+}
+
+/// What is wrong where a command should stand; empty for nothing.
+std::string wrongCommand(const CLI::App& app, int argc, char** argv) {
+    if (argc < 2)
+        return "a command is needed";
+    const std::string name = argv[1];
+    const auto commands =
+        app.get_subcommands([&](const CLI::App* command) { return command->get_name() == name; });
+    const bool isOption = !name.empty() && name.front() == '-';
+    if (!commands.empty() || (isOption && app.get_option_no_throw(name) != nullptr))
+        return {};
+    return (isOption ? "no such option: " : "no such command: ") + hastool::inQuotes(name);
 }
 
 int run(int argc, char** argv) {
@@ -55,10 +75,18 @@ int run(int argc, char** argv) {
     hastool::TsCommand ts(app);
     hastool::SpsCommand sps(app);
     hastool::XPathCommand xpath(app);
+    addVersion(app);
+    if (const std::string failure = wrongCommand(app, argc, argv); !failure.empty()) {
+        std::fprintf(stderr, "hastool: %s; hastool --help lists them\n", failure.c_str());
+        return hastool::kWrongUsage;
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? hastool::kDone : hastool::kWrongUsage;
+        std::ostringstream out;
+        const int status = app.exit(error, out);
+        hastool::print(out.str());
+        return status == 0 ? hastool::kDone : hastool::kWrongUsage;
     }
     return runChosen(demo, play, serve, get, decrypt, cenc, boxes, ts, sps, xpath);
 }
@@ -68,7 +96,9 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
     hastool::catchInterrupts();
     try {
-        return run(argc, argv);
+        const int status = run(argc, argv);
+        hastool::finishStandardOutput();
+        return status;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "hastool: %s\n", error.what());
         return hastool::kFailed;

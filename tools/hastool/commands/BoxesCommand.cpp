@@ -2,6 +2,7 @@
 
 #include "../engine/ToolError.h"
 #include "../media/BoxText.h"
+#include "../ui/StandardOutput.h"
 #include "ExitCode.h"
 
 #include <cstdio>
@@ -15,10 +16,6 @@ constexpr char kExamples[] = R"(Examples:
 Each line is a box: its type, its place and size in bytes, and its fields.
 A broken file is shown as far as it can be read.
 )";
-
-void print(const std::string& text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-}
 
 } // namespace
 

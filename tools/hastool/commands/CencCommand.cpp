@@ -4,6 +4,7 @@
 #include "../engine/ToolError.h"
 #include "../media/CencPass.h"
 #include "../media/PsshText.h"
+#include "../ui/StandardOutput.h"
 #include "ExitCode.h"
 
 #include <cstdio>
@@ -71,7 +72,7 @@ int CencCommand::run() {
                            size += count;
                        });
     file.commit();
-    std::fputs(summary(m_output, before, size).c_str(), stdout);
+    print(summary(m_output, before, size));
     return kDone;
 }
 

@@ -5,6 +5,7 @@
 #include "../engine/ToolError.h"
 #include "../origin/ServedFolder.h"
 #include "../report/Report.h"
+#include "../ui/StandardOutput.h"
 #include "ExitCode.h"
 
 #include <algorithm>
@@ -76,8 +77,7 @@ int DemoCommand::run() {
         throw ToolError("demo", "interrupted");
     writePage(plays, results);
     const std::string text = toText(results) + "report: " + m_page + "\n";
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fflush(stdout);
+    print(text);
     const bool isGood = std::all_of(results.begin(), results.end(), [](const DemoResult& result) {
         return result.failures.empty();
     });

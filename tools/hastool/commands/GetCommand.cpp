@@ -2,6 +2,7 @@
 
 #include "../engine/Interrupt.h"
 #include "../engine/ToolError.h"
+#include "../ui/StandardOutput.h"
 #include "EngineFlags.h"
 #include "ExitCode.h"
 #include "FileName.h"
@@ -23,8 +24,11 @@ using std::chrono::steady_clock;
 constexpr milliseconds kLiveProgress{200};
 constexpr milliseconds kPlainProgress{5000};
 
+constexpr char kStandardOutput[] = "-";
+
 constexpr char kExamples[] = R"(Examples:
   hastool get http://host/video.ts
+  hastool get -q -o - http://host/master.m3u8 | less
   hastool get -o part.bin --range 0-1023 http://host/video.ts
   hastool get -O segments -j 20 http://host/{1,2,3}.ts
   hastool get --json http://host/a http://host/b > report.json
@@ -50,7 +54,9 @@ GetCommand::GetCommand(CLI::App& app)
     CLI::App& command = *m_command;
     command.add_option("URL", m_urls, "What to download")->required();
     auto* const file =
-        command.add_option("-o,--output", m_file, "File for a single URL")->type_name("FILE");
+        command
+            .add_option("-o,--output", m_file, "File for a single URL; - for the standard output")
+            ->type_name("FILE");
     command.add_option("-O,--output-dir", m_folder, "Folder for files named after their URLs")
         ->type_name("DIR")
         ->excludes(file);
@@ -78,7 +84,7 @@ int GetCommand::run() {
     terminal.clear();
     if (m_json)
         printJson();
-    else
+    else if (!isToStandardOutput())
         printTable();
     return reportFailures(terminal) ? kFailed : kDone;
 }
@@ -86,6 +92,10 @@ int GetCommand::run() {
 bool GetCommand::planJobs(Terminal& terminal) {
     if (!m_file.empty() && m_urls.size() > 1) {
         terminal.trouble("-o takes one URL; use -O for several");
+        return false;
+    }
+    if (isToStandardOutput() && m_json) {
+        terminal.trouble("--json and -o - would both be printed");
         return false;
     }
     if (!m_range.empty() && !parseRange(m_range)) {
@@ -113,6 +123,16 @@ std::string GetCommand::pathOf(const std::string& url) const {
     return (std::filesystem::path(m_folder) / fileNameOf(url)).string();
 }
 
+bool GetCommand::isToStandardOutput() const {
+    return m_file == kStandardOutput;
+}
+
+std::unique_ptr<OutputFile> GetCommand::openOutput(const std::string& path) const {
+    if (isToStandardOutput())
+        return std::unique_ptr<OutputFile>(new OutputFile(OutputFile::standardOutput()));
+    return std::make_unique<OutputFile>(path, OutputFile::Mode::Replace);
+}
+
 void GetCommand::runJobs(Downloader& downloader, Terminal& terminal) {
     if (!m_folder.empty()) {
         std::error_code error;
@@ -121,7 +141,7 @@ void GetCommand::runJobs(Downloader& downloader, Terminal& terminal) {
             throw ToolError(m_folder, "cannot be made: " + error.message());
     }
     for (Job& job : m_jobs) {
-        job.file = std::make_unique<OutputFile>(job.path, OutputFile::Mode::Replace);
+        job.file = openOutput(job.path);
         job.id = downloader.add({job.url, parseRange(m_range)}, *job.file);
     }
     m_lastProgress = steady_clock::now();
@@ -199,8 +219,7 @@ bool GetCommand::reportFailures(Terminal& terminal) const {
 void GetCommand::printTable() const {
     constexpr size_t kNumber = 12;
     constexpr size_t kSmall = 8;
-    std::printf("%s\n",
-                "  code  status       bytes        rate  first byte  redirects  retries  file");
+    print("  code  status       bytes        rate  first byte  redirects  retries  file\n");
     for (const Job& job : m_jobs) {
         const Outcome& it = *job.outcome;
         const std::string row = padded(std::to_string(it.code), 6, true) +
@@ -210,8 +229,8 @@ void GetCommand::printTable() const {
                                 padded(std::to_string(it.latency.count()) + " ms", kNumber, true) +
                                 padded(std::to_string(it.redirects), kNumber - 1, true) +
                                 padded(std::to_string(it.retries), kSmall + 1, true) + "  " +
-                                job.path;
-        std::printf("%s\n", row.c_str());
+                                job.path + "\n";
+        print(row);
     }
 }
 
@@ -234,7 +253,7 @@ void GetCommand::printJson() const {
                         {"error", it.failure}});
     }
     constexpr auto kReplace = nlohmann::ordered_json::error_handler_t::replace;
-    std::printf("%s\n", list.dump(2, ' ', false, kReplace).c_str());
+    print(list.dump(2, ' ', false, kReplace) + "\n");
 }
 
 } // namespace hastool

@@ -38,6 +38,8 @@ private:
 
     bool planJobs(Terminal& terminal);
     std::string pathOf(const std::string& url) const;
+    bool isToStandardOutput() const;
+    std::unique_ptr<OutputFile> openOutput(const std::string& path) const;
     void runJobs(Downloader& downloader, Terminal& terminal);
     void collect(Downloader& downloader, Job& job, Terminal& terminal);
     void showProgress(const Downloader& downloader, Terminal& terminal);

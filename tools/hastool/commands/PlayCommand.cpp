@@ -7,6 +7,7 @@
 #include "../report/PlayTee.h"
 #include "../report/Report.h"
 #include "../ui/PlayProgress.h"
+#include "../ui/StandardOutput.h"
 #include "EngineFlags.h"
 #include "ExitCode.h"
 
@@ -196,9 +197,7 @@ void PlayCommand::writePage(OutputFile& page, ReportedPlay play) const {
 }
 
 void PlayCommand::report(const Summary& summary) const {
-    const std::string text = m_json ? toJson(summary).dump(2) + "\n" : toText(summary);
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fflush(stdout);
+    print(m_json ? toJson(summary).dump(2) + "\n" : toText(summary));
 }
 
 } // namespace hastool

@@ -4,6 +4,7 @@
 #include "../engine/ToolError.h"
 #include "../origin/Origin.h"
 #include "../origin/ServedFolder.h"
+#include "../ui/StandardOutput.h"
 #include "../ui/Terminal.h"
 #include "ExitCode.h"
 
@@ -87,8 +88,8 @@ int ServeCommand::run() {
     };
     Origin origin(options);
     for (const std::string& url : origin.presentations())
-        std::printf("%s\n", url.c_str());
-    std::fflush(stdout);
+        print(url + "\n");
+    finishStandardOutput();
     terminal.line("serving " + options.root.string() + " at " + origin.url("/") +
                   " until interrupted");
     while (!isInterrupted())

@@ -3,6 +3,7 @@
 #include "../engine/ToolError.h"
 #include "../media/SpsList.h"
 #include "../media/SpsText.h"
+#include "../ui/StandardOutput.h"
 #include "ExitCode.h"
 
 #include <cstdio>

@@ -6,6 +6,7 @@
 #include "../media/TsRemapper.h"
 #include "../media/TsScanner.h"
 #include "../media/TsText.h"
+#include "../ui/StandardOutput.h"
 #include "ExitCode.h"
 
 #include <cstdio>
@@ -24,10 +25,6 @@ Packets of 188 and of 192 bytes are read. --remap also changes the PIDs in PAT, 
 
 void write(OutputFile& file, const unsigned char* data, size_t size) {
     file.write(std::string_view(reinterpret_cast<const char*>(data), size));
-}
-
-void print(const std::string& text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "XPathCommand.h"
 
 #include "../engine/ToolError.h"
+#include "../ui/StandardOutput.h"
 #include "ExitCode.h"
 
 #include <Hascommon/StringUtil.h>
@@ -95,7 +96,7 @@ int XPathCommand::run() {
     const std::string text =
         m_attribute.empty() ? typedText(reader, xpath, m_type)
                             : typedText(reader.GetXmlParamAttr(xpath, m_attribute.c_str()), m_type);
-    std::printf("%s\n", text.c_str());
+    print(text + "\n");
     return kDone;
 }
 

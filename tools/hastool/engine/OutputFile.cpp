@@ -34,6 +34,18 @@ OutputFile::OutputFile(std::string path, Mode mode)
         throw ToolError(m_path, std::string("cannot be written: ") + std::strerror(errno));
 }
 
+OutputFile::OutputFile(StandardOutput)
+    : m_path("standard output")
+    , m_writtenPath(m_path)
+    , m_fd(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)) {
+    if (m_fd < 0)
+        throw ToolError(m_path, std::string("cannot be written: ") + std::strerror(errno));
+}
+
+OutputFile OutputFile::standardOutput() {
+    return OutputFile(StandardOutput{});
+}
+
 OutputFile::~OutputFile() {
     close();
     if (m_writtenPath != m_path)

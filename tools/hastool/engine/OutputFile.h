@@ -19,6 +19,8 @@ public:
 
     /// Opens the file. @throws ToolError with the path when that fails
     OutputFile(std::string path, Mode mode);
+    /// The standard output, written as it comes.
+    static OutputFile standardOutput();
     /// Removes what was not committed.
     ~OutputFile() override;
     OutputFile(const OutputFile&) = delete;
@@ -33,6 +35,8 @@ public:
     void commit();
 
 private:
+    struct StandardOutput {};
+    explicit OutputFile(StandardOutput);
     void close();
 
     std::string m_path;
