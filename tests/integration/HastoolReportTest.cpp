@@ -156,7 +156,7 @@ TEST_F(HastoolReport, ShowsTheSummary) {
     play();
     const std::string text = readFile(page());
     EXPECT_TRUE(has(text, figure("Skipped", m_summary["skipped"].dump())));
-    EXPECT_TRUE(has(text, figure("Downloads", m_summary["downloads"].dump() + ", 1 retries")));
+    EXPECT_TRUE(has(text, figure("Downloads", m_summary["downloads"].dump() + ", 1 retry")));
     EXPECT_TRUE(has(text, figure("Switches", m_summary["switches_up"].dump() + " up, " +
                                                  m_summary["switches_down"].dump() + " down")));
     EXPECT_TRUE(has(text, "/3.ts: ") && has(text, "; skipped</td></tr>")) << "the trouble";

@@ -3,6 +3,8 @@
 #include <hastool/engine/MediaWriter.h>
 #include <support/TempDir.h>
 
+#include <filesystem>
+
 #include <gtest/gtest.h>
 
 using hastool::MediaWriter;
@@ -13,9 +15,29 @@ TEST(MediaWriter, WritesPiecesOneBehindTheOther) {
     MediaWriter writer(dir.file("o"));
     writer.setInit("");
     writer.write("one");
-    EXPECT_EQ(readFile(dir.file("o")), "one");
+    EXPECT_EQ(readFile(dir.file("o.part")), "one");
     writer.write("two");
+    writer.commit();
     EXPECT_EQ(readFile(dir.file("o")), "onetwo");
+}
+
+TEST(MediaWriter, LeavesAFileAloneUntilThereIsMedia) {
+    const test::TempDir dir;
+    dir.write("o", "old");
+    {
+        MediaWriter writer(dir.file("o"));
+        writer.setInit("[1]");
+        writer.commit();
+    }
+    EXPECT_EQ(readFile(dir.file("o")), "old");
+    {
+        MediaWriter writer(dir.file("o"));
+        writer.write("new");
+        EXPECT_EQ(readFile(dir.file("o")), "old");
+        writer.commit();
+    }
+    EXPECT_EQ(readFile(dir.file("o")), "new");
+    EXPECT_FALSE(std::filesystem::exists(dir.file("o.part")));
 }
 
 TEST(MediaWriter, WritesAnInitialisationWheneverItChanges) {
@@ -25,6 +47,7 @@ TEST(MediaWriter, WritesAnInitialisationWheneverItChanges) {
         writer.setInit(init);
         writer.write(".");
     }
+    writer.commit();
     EXPECT_EQ(readFile(dir.file("o")), "[1]..[2].[1]..[1].");
 }
 
@@ -33,7 +56,7 @@ TEST(MediaWriter, WritesNoInitialisationWithoutMedia) {
     MediaWriter writer(dir.file("o"));
     writer.setInit("[1]");
     writer.setInit("[2]");
-    EXPECT_EQ(readFile(dir.file("o")), "");
+    EXPECT_EQ(readFile(dir.file("o.part")), "");
 }
 
 TEST(MediaWriter, MayWriteNowhere) {

@@ -53,6 +53,15 @@ TEST(Report, ShowsTheSummarysFigures) {
     EXPECT_TRUE(has(page, "<dd>2, 1.23 MB</dd>"));
 }
 
+TEST(Report, HasNoChartsOfAPlayThatNeverBegan) {
+    ReportedPlay play;
+    play.failure = "http://host/a.m3u8: HTTP 404";
+    const std::string page = pageOf({play});
+    EXPECT_EQ(count(page, "class=\"chart\""), 0);
+    EXPECT_TRUE(has(page, "Nothing was played, so there is nothing to draw."));
+    EXPECT_EQ(count(pageOf({reportedPlay()}), "class=\"chart\""), 3);
+}
+
 TEST(Report, GivesTheChartsWhatWasRecorded) {
     const json data = dataIn(pageOf({reportedPlay()}));
     EXPECT_EQ(data["end"], 14.5);

@@ -42,6 +42,22 @@ TEST(Summary, ReadsAsText) {
                                           "output        out.ts\n");
 }
 
+TEST(Summary, SaysWhatWasNotMeasured) {
+    hastool::Summary it = summary();
+    it.bandwidth = 0;
+    EXPECT_NE(hastool::toText(it).find("\nbandwidth     not measured\n"), std::string::npos);
+    EXPECT_TRUE(hastool::toJson(it)["bandwidth_bps"].is_null());
+}
+
+TEST(Summary, CountsOneAsOne) {
+    hastool::Summary it = summary();
+    it.retries = 1;
+    it.streams = 1;
+    const std::string text = hastool::toText(it);
+    EXPECT_NE(text.find(" over 1 stream\n"), std::string::npos);
+    EXPECT_NE(text.find("20, 1 retry\n"), std::string::npos);
+}
+
 TEST(Summary, KeepsEveryFigureInJson) {
     const auto json = hastool::toJson(summary());
     EXPECT_EQ(json["url"], "http://host/a.m3u8");

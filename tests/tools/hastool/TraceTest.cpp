@@ -46,7 +46,7 @@ TEST(Trace, WritesCsvRowByRow) {
     Trace trace(dir.file("t.csv"));
     trace.add(row());
     EXPECT_EQ(
-        readFile(dir.file("t.csv")),
+        readFile(dir.file("t.csv.part")),
         "time_s,track,index,stream,bitrate_bps,bytes,duration_s,download_s,first_byte_s,redirects,"
         "bandwidth_bps,mean_bps,buffer_s,switch,stalls,stall_s,choice,choice_mean_bps,"
         "choice_first_bps,choice_buffer_ms,retries,skipped,resolution\n"
@@ -63,6 +63,7 @@ TEST(Trace, WritesAJsonListOfTheSameNames) {
         second.skipped = true;
         second.change = "";
         trace.add(second);
+        trace.commit();
     }
     const auto list = nlohmann::json::parse(readFile(dir.file("t.json")));
     ASSERT_EQ(list.size(), 2U);
@@ -80,10 +81,24 @@ TEST(Trace, WritesAJsonListOfTheSameNames) {
     EXPECT_EQ(list[1]["skipped"], true);
 }
 
-TEST(Trace, IsAListAlsoWithoutARow) {
+TEST(Trace, LeavesAFileAloneUntilThereIsARow) {
     const test::TempDir dir;
-    { const Trace trace(dir.file("t.json")); }
-    EXPECT_TRUE(nlohmann::json::parse(readFile(dir.file("t.json"))).empty());
+    for (const char* name : {"t.json", "t.csv"}) {
+        dir.write(name, "old");
+        {
+            Trace trace(dir.file(name));
+            trace.commit();
+        }
+        EXPECT_EQ(readFile(dir.file(name)), "old");
+        {
+            Trace trace(dir.file(name));
+            trace.add(row());
+            EXPECT_EQ(readFile(dir.file(name)), "old");
+            trace.commit();
+        }
+        EXPECT_NE(readFile(dir.file(name)), "old");
+    }
+    EXPECT_EQ(nlohmann::json::parse(readFile(dir.file("t.json"))).size(), 1U);
 }
 
 TEST(Trace, KnowsItsNames) {

@@ -4,7 +4,7 @@ namespace hastool {
 
 MediaWriter::MediaWriter(const std::string& path) {
     if (!path.empty())
-        m_file.emplace(path, OutputFile::Mode::Direct);
+        m_file.emplace(path, OutputFile::Mode::Replace);
 }
 
 void MediaWriter::setInit(const std::string& init) {
@@ -26,6 +26,12 @@ void MediaWriter::write(const std::string& media) {
         m_file->write(media);
     else
         m_file->write(m_joiner.adapt(media));
+    m_hasMedia = true;
+}
+
+void MediaWriter::commit() {
+    if (m_file && m_hasMedia)
+        m_file->commit();
 }
 
 } // namespace hastool

@@ -11,6 +11,9 @@ namespace hastool {
 
 /// Writes the pieces of one play into one file that can be played: transport streams one behind the
 /// other, fragmented MP4 behind its initialisation, which is written again when it changes.
+///
+/// It is written beside its name, FILE.part, and takes it with commit(): a play that comes to
+/// nothing leaves a file of that name as it was.
 class MediaWriter {
 public:
     /// @param path  empty to write nothing. @throws ToolError when it cannot be written
@@ -20,12 +23,15 @@ public:
     void setInit(const std::string& init);
     /// Writes a piece, whole. @throws ToolError when it cannot be written
     void write(const std::string& media);
+    /// Gives the file its name if anything was written. @throws ToolError when that fails
+    void commit();
 
 private:
     std::optional<OutputFile> m_file;
     Fmp4Joiner m_joiner;
     std::string m_init;
     bool m_initIsDue = false;
+    bool m_hasMedia = false;
 };
 
 } // namespace hastool

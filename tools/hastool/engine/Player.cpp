@@ -39,6 +39,26 @@ std::string dateText(double seconds) {
     return hascommon::has_dateTimeToString(std::llround(seconds * 1000));
 }
 
+/// The bitrates to choose from, for a message.
+std::string bitratesText(const TrackInfo& track) {
+    std::string text;
+    for (const StreamInfo& stream : track.streams)
+        text += (text.empty() ? "" : ", ") + std::to_string(stream.bitrate);
+    return text + " bit/s";
+}
+
+/// Whether the track's bitrate is what came in, not what a manifest says.
+bool isMeasured(const PlayTrack& track) {
+    return track.info.streams.size() == 1 && track.info.streams[0].bitrate == 0;
+}
+
+void tellMeasured(Summary& summary, int bitrate) {
+    summary.ladder.assign(1, bitrate);
+    summary.meanBitrate = bitrate;
+    for (PlayedRendition& rendition : summary.renditions)
+        rendition.bitrate = bitrate;
+}
+
 } // namespace
 
 Player::Player(PlayOptions options, PlayObserver& observer)
@@ -59,6 +79,23 @@ Player::Player(PlayOptions options, PlayObserver& observer)
 }
 
 void Player::play() {
+    try {
+        playToEnd();
+    } catch (const ToolError&) {
+        keepOutputs(); // What came in before is worth having.
+        throw;
+    }
+    keepOutputs();
+}
+
+void Player::keepOutputs() {
+    for (const PlayTrack& track : m_tracks)
+        track.writer->commit();
+    if (m_trace)
+        m_trace->commit();
+}
+
+void Player::playToEnd() {
     open();
     while (wantsMore()) {
         PlayTrack* const track = pickTrack();
@@ -93,14 +130,17 @@ std::unique_ptr<MediaWriter> Player::writerOf(const TrackInfo& track) {
 }
 
 void Player::configureSwitcher() {
+    PlayTrack& main = m_tracks[0];
+    if (!main.allow(m_options.limits))
+        throw ToolError("--limit", "allows none of the streams: " + bitratesText(main.info));
     std::vector<int> bitrates;
-    for (const StreamInfo& stream : m_tracks[0].info.streams)
-        bitrates.push_back(stream.bitrate);
+    for (const size_t index : main.ladder)
+        bitrates.push_back(main.info.streams[index].bitrate);
     m_switcher.Init(&m_checker);
     m_switcher.SetSwitchParam(m_options.upTimer, m_options.marginKbps);
     m_switcher.SetBitrateLimit(m_options.groups, m_options.limits);
     m_switcher.ResetData(bitrates, false);
-    m_tracks[0].startAt(m_options.startBitrate);
+    main.startAt(m_options.startBitrate);
     int audio = m_options.audioBitrate; // also of audio that comes in the main track
     for (size_t i = 1; i < m_tracks.size(); ++i) {
         m_tracks[i].startAt(m_options.audioBitrate);
@@ -151,17 +191,21 @@ void Player::advance(PlayTrack& track) {
 
 void Player::choose(PlayTrack& track) {
     m_choice = {};
-    if (track.number != 0 || m_summary.segments == 0 || track.info.streams.size() < 2)
+    if (track.number != 0 || m_summary.segments == 0 || track.ladder.size() < 2)
         return;
     m_choice.choiceBuffer = m_buffer.level().count();
     m_choice.choiceMean = m_checker.GetCurrentAvgBandwidth();
     m_choice.choiceFirst = m_checker.GetBeginingBandwidth();
-    const int next =
-        m_switcher.ProcessAdaptiveSeg(static_cast<int>(track.stream), inMs32(m_buffer.level()));
+    // The switcher counts the streams that are allowed.
+    const auto present = std::find(track.ladder.begin(), track.ladder.end(), track.stream);
+    const auto next = m_switcher.ProcessAdaptiveSeg(
+        static_cast<int>(present - track.ladder.begin()), inMs32(m_buffer.level()));
     m_choice.choice = next;
-    const auto stream = static_cast<size_t>(next);
-    if (next >= 0 && stream < track.isBroken.size() && stream != track.stream &&
-        !track.isBroken[stream])
+    if (next < 0 || static_cast<size_t>(next) >= track.ladder.size())
+        return;
+    const size_t stream = track.ladder[static_cast<size_t>(next)];
+    m_choice.choice = static_cast<int>(stream);
+    if (stream != track.stream && !track.isBroken[stream])
         changeTo(track, stream);
 }
 
@@ -175,20 +219,25 @@ void Player::changeTo(PlayTrack& track, size_t stream) {
                                        pts(), pts(), pts());
 }
 
-/// A stream whose manifest cannot be had is left for the one before, which goes on.
+/// A stream whose manifest cannot be had is left for another.
 std::optional<NextPiece> Player::nextPiece(PlayTrack& track) {
     try {
         NextPiece next = m_presentation->next(track.number, track.stream);
         track.lastGoodStream = track.stream;
+        track.hasGoodStream = true;
         return next;
     } catch (const ToolError& error) {
         if (isInterrupted())
             return std::nullopt;
-        if (track.stream == track.lastGoodStream || track.isBroken[track.lastGoodStream])
-            throw;
         track.isBroken[track.stream] = true;
+        const auto other = track.fallback();
+        if (!other)
+            throw;
         m_observer.onTrouble(error.what());
-        changeTo(track, track.lastGoodStream);
+        if (track.hasGoodStream)
+            changeTo(track, *other);
+        else
+            track.stream = *other; // Nothing has been played that it could be a change from.
         return std::nullopt;
     }
 }
@@ -254,8 +303,10 @@ void Player::accept(PlayTrack& track, const MediaPiece& piece, const Outcome& ou
         track.initBytes = piece.makeInit(media);
     track.writer->setInit(track.initBytes);
     track.writer->write(media);
+    track.failuresInARow = 0;
+    track.bytes += media.size();
+    track.mediaSeconds += piece.seconds;
     learnResolution(track, media);
-    m_failuresInARow = 0;
     buffered(track, piece, outcome.bytes);
     record(rowOf(track, piece, outcome));
     track.change = "";
@@ -293,7 +344,7 @@ void Player::skip(PlayTrack& track, const MediaPiece& piece, const Outcome& outc
     if (!piece.missing) {
         const std::string what = piece.media.resource.url + ": " + outcome.failure;
         m_observer.onTrouble(what + "; skipped");
-        if (++m_failuresInARow >= kMaxFailuresInARow)
+        if (++track.failuresInARow >= kMaxFailuresInARow)
             throw ToolError(piece.media.resource.url,
                             outcome.failure + ", like the segments before it; given up");
     }
@@ -490,6 +541,8 @@ Summary Player::summary() {
         summary.ladder.push_back(stream.bitrate);
     summary.meanBitrate = m_mainSeconds > 0 ? m_bitSeconds / m_mainSeconds : 0;
     summary.renditions = main.renditions.played();
+    if (isMeasured(main))
+        tellMeasured(summary, main.bitrate());
     return summary;
 }
 

@@ -108,6 +108,8 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    void playToEnd();
+    void keepOutputs();
     void open();
     std::unique_ptr<MediaWriter> writerOf(const TrackInfo& track);
     void configureSwitcher();
@@ -162,7 +164,6 @@ private:
     double m_pieceBegun = 0;         ///< when the piece was asked for
     PlaySample m_lastSample;
     bool m_hasDateTime = false; ///< the first one was told
-    int m_failuresInARow = 0;
     std::string m_lastFailure;
     Summary m_summary;
     double m_bitSeconds = 0;  ///< bitrates of the main track's pieces times their durations

@@ -40,6 +40,11 @@ nlohmann::ordered_json toJson(const std::vector<PlayedRendition>& renditions) {
     return list;
 }
 
+/// A bandwidth that was never measured is none, not one of 0.
+nlohmann::ordered_json measured(unsigned bandwidth) {
+    return bandwidth == 0 ? nlohmann::ordered_json() : nlohmann::ordered_json(bandwidth);
+}
+
 } // namespace
 
 std::string toText(const Summary& s) {
@@ -49,13 +54,16 @@ std::string toText(const Summary& s) {
     text += line("segments      %llu, %.2f MB, %llu skipped\n",
                  static_cast<unsigned long long>(s.segments), static_cast<double>(s.bytes) / 1e6,
                  static_cast<unsigned long long>(s.skipped));
-    text += line("mean bitrate  %.0f kbit/s over %zu streams\n", s.meanBitrate / 1000, s.streams);
-    text += line("bandwidth     %.0f kbit/s measured last\n", s.bandwidth / 1000.0);
+    text += line("mean bitrate  %.0f kbit/s over %zu stream%s\n", s.meanBitrate / 1000, s.streams,
+                 s.streams == 1 ? "" : "s");
+    text += s.bandwidth == 0
+                ? "bandwidth     not measured\n"
+                : line("bandwidth     %.0f kbit/s measured last\n", s.bandwidth / 1000.0);
     text += line("switches      %d up, %d down\n", s.switchesUp, s.switchesDown);
     text +=
         line("stalls        %d, %.1f s; %.1f s to start\n", s.stalls, s.stallTime, s.startupTime);
-    text += line("downloads     %llu, %llu retries\n", static_cast<unsigned long long>(s.downloads),
-                 static_cast<unsigned long long>(s.retries));
+    text += line("downloads     %llu, %llu %s\n", static_cast<unsigned long long>(s.downloads),
+                 static_cast<unsigned long long>(s.retries), s.retries == 1 ? "retry" : "retries");
     if (const std::string sizes = resolutions(s.renditions); !sizes.empty())
         text += "resolutions   " + sizes + "\n";
     if (!s.output.empty())
@@ -83,7 +91,7 @@ nlohmann::ordered_json toJson(const Summary& s) {
         {"stall_s", rounded(s.stallTime)},
         {"downloads", s.downloads},
         {"retries", s.retries},
-        {"bandwidth_bps", s.bandwidth},
+        {"bandwidth_bps", measured(s.bandwidth)},
         {"renditions", toJson(s.renditions)},
         {"output", s.output},
         {"trace", s.trace},

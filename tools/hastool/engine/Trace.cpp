@@ -29,15 +29,17 @@ double rounded(double value) {
 } // namespace
 
 Trace::Trace(const std::string& path)
-    : m_file(path, OutputFile::Mode::Direct)
+    : m_file(path, OutputFile::Mode::Replace)
     , m_json(endsWith(path, ".json")) {
     m_file.write(m_json ? "[" : kHeader);
 }
 
-Trace::~Trace() {
-    constexpr char kEnd[] = "\n]\n";
+void Trace::commit() {
+    if (m_first)
+        return;
     if (m_json)
-        m_file.write(reinterpret_cast<const unsigned char*>(kEnd), sizeof kEnd - 1);
+        m_file.write("\n]\n");
+    m_file.commit();
 }
 
 bool Trace::isTraceName(const std::string& path) {

@@ -133,6 +133,13 @@ std::string urlText(const ReportedPlay& play) {
     return url == play.title ? "" : "<p class=\"url\">" + escapeHtml(url) + "</p>";
 }
 
+/// A play that never began has nothing to draw.
+std::string charts(const PlayRecord& record) {
+    if (record.segments().empty())
+        return "<p class=\"note\">Nothing was played, so there is nothing to draw.</p>\n";
+    return kChartsHtml;
+}
+
 std::string failureText(const std::string& failure) {
     return failure.empty() ? ""
                            : "<p class=\"failure\">It ended early: " + escapeHtml(failure) + "</p>";
@@ -145,13 +152,14 @@ std::vector<std::pair<std::string, std::string>> playFigures(const Summary& s) {
         {"Played", secondsText(s.played) + " in " + secondsText(s.wallTime)},
         {"To start", secondsText(s.startupTime)},
         {"Stalls", std::to_string(s.stalls) + ", " + secondsText(s.stallTime)},
-        {"Mean bitrate", rateText(s.meanBitrate)},
+        {"Mean bitrate", s.meanBitrate > 0 ? rateText(s.meanBitrate) : "not measured"},
         {"Switches",
          std::to_string(s.switchesUp) + " up, " + std::to_string(s.switchesDown) + " down"},
         {"Streams", std::to_string(s.streams) + (s.live ? ", live" : "")},
         {"Segments", std::to_string(s.segments) + ", " + sizeText(static_cast<double>(s.bytes))},
         {"Skipped", std::to_string(s.skipped)},
-        {"Downloads", std::to_string(s.downloads) + ", " + std::to_string(s.retries) + " retries"},
+        {"Downloads", std::to_string(s.downloads) + ", " + std::to_string(s.retries) +
+                          (s.retries == 1 ? " retry" : " retries")},
         {"Measured last", s.bandwidth == 0 ? "not measured" : rateText(s.bandwidth)},
         {"Pictures", resolutions(s)},
     };
@@ -185,6 +193,7 @@ std::string playSection(const ReportedPlay& play, const std::string& id) {
          {"url", urlText(play)},
          {"failure", failureText(play.failure)},
          {"figures", figureItems(play.summary)},
+         {"charts", charts(record)},
          {"event-count", std::to_string(record.events().size() + record.eventsLeftOut())},
          {"events", eventRows(record)},
          {"events-left-out", leftOut(record.eventsLeftOut(), "events")},

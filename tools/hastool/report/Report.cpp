@@ -17,21 +17,24 @@ std::string idOf(size_t number) {
     return "play-" + std::to_string(number + 1);
 }
 
-std::string number(const std::string& text) {
-    return "<td class=\"number\">" + text + "</td>";
+/// Its column's name stands before it where the page is too narrow for a table.
+std::string number(const char* column, const std::string& text) {
+    return std::string("<td class=\"number\" data-column=\"") + column + "\">" + text + "</td>";
 }
 
 std::string overviewRow(const ReportedPlay& play, const std::string& id) {
     const Summary& s = play.summary;
     return "<tr><td><a href=\"#" + id + "\">" + escapeHtml(play.title) + "</a></td>" +
            (play.failure.empty() ? "<td>whole</td>" : "<td class=\"failure\">ended early</td>") +
-           number(secondsText(s.played)) + number(secondsText(s.startupTime)) +
-           number(std::to_string(s.stalls) + ", " + secondsText(s.stallTime)) +
-           number(rateText(s.meanBitrate)) +
-           number(std::to_string(s.switchesUp) + " up, " + std::to_string(s.switchesDown) +
-                  " down") +
-           number(std::to_string(s.segments)) + number(std::to_string(s.skipped)) +
-           number(std::to_string(s.retries)) + "</tr>\n";
+           number("played", secondsText(s.played)) +
+           number("to start", secondsText(s.startupTime)) +
+           number("stalls", std::to_string(s.stalls) + ", " + secondsText(s.stallTime)) +
+           number("mean bitrate", rateText(s.meanBitrate)) +
+           number("switches", std::to_string(s.switchesUp) + " up, " +
+                                  std::to_string(s.switchesDown) + " down") +
+           number("segments", std::to_string(s.segments)) +
+           number("skipped", std::to_string(s.skipped)) +
+           number("retries", std::to_string(s.retries)) + "</tr>\n";
 }
 
 } // namespace

@@ -3,9 +3,10 @@
 
 namespace hastool {
 
-extern const char kPageHtml[];  ///< the page around the plays
-extern const char kPlayHtml[];  ///< one play
-extern const char kReportCss[]; ///< its looks
-extern const char kReportJs[];  ///< draws the charts
+extern const char kPageHtml[];   ///< the page around the plays
+extern const char kPlayHtml[];   ///< one play
+extern const char kChartsHtml[]; ///< its charts, which the script draws
+extern const char kReportCss[];  ///< its looks
+extern const char kReportJs[];   ///< draws the charts
 
 } // namespace hastool

@@ -513,7 +513,7 @@
   function goToMoment() {
     const [, id, time] = /^#(play-\d+)@([\d.]+)$/.exec(location.hash) || [];
     const play = plays.find((it) => it.section.id === id);
-    if (!play) return;
+    if (!play || !play.charts.length) return;
     showMoment(play, play.charts[0], nearest(play.data.samples.time, Number(time), (value) => value));
     play.charts[0].svg.scrollIntoView({block: 'center'});
   }

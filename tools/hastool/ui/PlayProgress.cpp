@@ -7,6 +7,11 @@ std::string measured(unsigned bandwidth) {
     return bandwidth == 0 ? "not measured" : rateText(bandwidth);
 }
 
+/// Of a media playlist nothing is known before its first segment.
+std::string bitrateText(int bitrate) {
+    return bitrate == 0 ? "at a bitrate not measured yet" : rateText(bitrate);
+}
+
 std::string sized(const std::string& resolution) {
     return resolution.empty() ? "" : " " + resolution;
 }
@@ -21,7 +26,7 @@ const char* stateText(const PlayStatus& status) {
 
 void PlayProgress::onStatus(const PlayStatus& status) {
     m_terminal.live(secondsText(status.position) + stateText(status) + "  buffer " +
-                    secondsText(status.buffer) + "  playing " + rateText(status.bitrate) +
+                    secondsText(status.buffer) + "  playing " + bitrateText(status.bitrate) +
                     sized(status.resolution) + "  bandwidth " + measured(status.bandwidth) +
                     "  switches " + std::to_string(status.switches));
 }
