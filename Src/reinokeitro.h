@@ -67,4 +67,5 @@
 #include <Hasutil/StreamType.h>
 #include <Hasutil/StringBuffer.h>
 #include <Hasutil/TsProcessData.h>
+#include <Hasutil/XPathAnswer.h>
 #include <Hasutil/XmlElement.h>

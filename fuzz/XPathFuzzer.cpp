@@ -15,6 +15,7 @@ namespace {
 using fuzz::Input;
 using fuzz::require;
 using hascommon::HssXPathReader;
+using hascommon::XPathAnswer;
 using test::ExactBytes;
 
 constexpr size_t kLongestExpression = 40;
@@ -56,6 +57,12 @@ void query(HssXPathReader& reader, xmlDoc* document, const std::string& xpath) {
     require(reader.GetXmlParamKBps(xpath.c_str()) == reader.GetXmlParamInt(xpath.c_str()));
     reader.GetXmlParamFloat(xpath.c_str());
     reader.GetXmlParamBool(xpath.c_str());
+    const XPathAnswer answer = reader.Evaluate(xpath.c_str());
+    const bool isNodes = answer.kind == XPathAnswer::Kind::Nodes;
+    require(answer.nodes.empty() || isNodes);
+    require(expected.empty() || (isNodes && !answer.nodes.empty()));
+    require(answer.kind != XPathAnswer::Kind::Error || !answer.text.empty());
+    require(!isNodes || answer.boolean == !answer.nodes.empty());
 }
 
 void compare(const ExactBytes& bytes, const std::string& xpath) {

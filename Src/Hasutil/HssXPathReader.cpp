@@ -154,4 +154,12 @@ XmlElement HssXPathReader::GetXmlElement(const char* xpath) {
     return isElement ? XmlElement(node) : XmlElement();
 }
 
+XPathAnswer HssXPathReader::Evaluate(const char* xpath) {
+    try {
+        return detail::XPathResult::answer(m_context, xpath);
+    } catch (...) {
+        return {};
+    }
+}
+
 } // namespace hascommon

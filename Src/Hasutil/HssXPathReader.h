@@ -3,6 +3,7 @@
 #pragma once
 
 #include <Hascommon/Export.h>
+#include <Hasutil/XPathAnswer.h>
 #include <Hasutil/XmlElement.h>
 
 #include <atomic>
@@ -100,6 +101,12 @@ public:
     /// The way to lists: an element to walk from, in time that does not grow with the list.
     /// @return the first node, if that is an element; none otherwise. "/*" is the outermost one.
     XmlElement GetXmlElement(const char* xpath);
+
+    /// Any expression, with all it comes to: numbers, truth values and strings as well as node
+    /// sets.
+    /// @return of kind Error for an expression that is none, a null one, a reader without a
+    ///         document, an answer of more than 64 MiB, and for want of memory
+    XPathAnswer Evaluate(const char* xpath);
 
 private:
     HAS_LOCAL void adopt(_xmlDoc* document);

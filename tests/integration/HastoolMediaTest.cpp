@@ -111,11 +111,19 @@ TEST_F(HastoolMedia, TsRefusesWhatItCannotDo) {
     EXPECT_EQ(hastool({"ts", "--remap", "5=6", path}).status, 2);
 }
 
-TEST_F(HastoolMedia, XPathPrintsTheFirstMatch) {
+TEST_F(HastoolMedia, XPathPrintsWhatAnExpressionComesTo) {
     const std::string path =
         m_dir.write("a.xml", "<a><b n='12'>7</b><b n='x'>8</b><t>TRUE</t><f>1.5</f></a>");
     const std::pair<std::vector<std::string>, const char*> rows[] = {
-        {{"/a/b/text()"}, "7\n"},
+        {{"/a/b/text()"}, "7\n8\n"},
+        {{"/a/f"}, "1.5\n"},
+        {{"//@n"}, "12\nx\n"},
+        {{"count(/a/b)"}, "2\n"},
+        {{"sum(/a/b) div 2"}, "7.5\n"},
+        {{"1 div 0"}, "Infinity\n"},
+        {{"string(/a/t)"}, "TRUE\n"},
+        {{"/a/b = 8"}, "true\n"},
+        {{"/a/none"}, "\n"},
         {{"/a/b", "--attr", "n"}, "12\n"},
         {{"/a/b[2]", "--attr", "n", "--as", "int"}, "0\n"},
         {{"/a/b/text()", "--as", "int"}, "7\n"},
@@ -126,7 +134,6 @@ TEST_F(HastoolMedia, XPathPrintsTheFirstMatch) {
         {{"/a/none/text()", "--as", "int"}, "0\n"},
         {{"/a/none/text()", "--as", "float"}, "0.0\n"},
         {{"/a/none/text()", "--as", "bool"}, "false\n"},
-        {{"///["}, "\n"},
     };
     for (const auto& [arguments, expected] : rows) {
         std::vector<std::string> command = {"xpath", path};
@@ -143,4 +150,15 @@ TEST_F(HastoolMedia, XPathSaysWhatCannotBeRead) {
     const std::string path = m_dir.write("a.xml", "<a><b></a>");
     expectFailure(hastool({"xpath", path, "/a"}), path + ": not a well-formed XML document");
     EXPECT_EQ(hastool({"xpath", path, "/a", "--as", "word"}).status, 2);
+    const std::string good = m_dir.write("good.xml", "<a/>");
+    for (const std::vector<std::string>& more :
+         std::vector<std::vector<std::string>>{{}, {"--as", "int"}, {"--attr", "n"}}) {
+        std::vector<std::string> command = {"xpath", good, "///["};
+        command.insert(command.end(), more.begin(), more.end());
+        const Child::Result wrong = hastool(command);
+        EXPECT_EQ(wrong.status, 2);
+        EXPECT_EQ(wrong.err, "hastool: \"///[\": Invalid expression\n");
+    }
+    EXPECT_EQ(hastool({"xpath", good, "no:prefix"}).err,
+              "hastool: \"no:prefix\": Undefined namespace prefix\n");
 }

@@ -34,7 +34,9 @@ protected:
         m_origin.on("/m.m3u8", Reply().body("#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\na\n"
                                             "#EXT-X-ENDLIST\n"));
         m_dir.write("a.xml", "<a><b>1</b></a>");
-        m_dir.write("a.mp4", std::string("\0\0\0\x10" "ftypisom\0\0\0\0", 16));
+        m_dir.write("a.mp4", std::string("\0\0\0\x10"
+                                         "ftypisom\0\0\0\0",
+                                         16));
         std::string packet(188, '\xFF');
         packet.replace(0, 4, std::string("\x47\x1F\xFF\x10", 4));
         m_dir.write("a.ts", packet + packet + packet + packet + packet);

@@ -1,6 +1,8 @@
 // libxml2's XPath objects, released by themselves.
 #pragma once
 
+#include <Hasutil/XPathAnswer.h>
+
 #include <memory>
 
 #include <libxml/tree.h>
@@ -26,6 +28,9 @@ public:
     /// @return the first node in document order; null when the result is no set of nodes, or an
     ///         empty one
     const xmlNode* firstNode() const;
+
+    /// Evaluates an expression and copies its value, or what libxml2 says of it.
+    static XPathAnswer answer(xmlXPathContext* context, const char* xpath);
 
 private:
     struct Free {

@@ -150,8 +150,9 @@ TEST(Report, LeadsToEachOfSeveralPlays) {
     second.failure = "gone";
     const std::string page = pageOf({reportedPlay(), second});
     EXPECT_TRUE(has(page, "<td><a href=\"#play-1\">a play</a></td><td>whole</td>"));
-    EXPECT_TRUE(has(page, "<td><a href=\"#play-2\">the other</a></td><td class=\"failure\">"
-                          "ended early</td><td class=\"number\">12.2 s</td>"));
+    EXPECT_TRUE(has(page,
+                    "<td><a href=\"#play-2\">the other</a></td><td class=\"failure\">"
+                    "ended early</td><td class=\"number\" data-column=\"played\">12.2 s</td>"));
     EXPECT_TRUE(has(page, "id=\"play-1\""));
     EXPECT_TRUE(has(page, "id=\"play-2\""));
     EXPECT_TRUE(has(page, "It ended early: gone"));

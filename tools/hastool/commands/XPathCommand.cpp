@@ -17,22 +17,19 @@
 namespace hastool {
 namespace {
 
+using hascommon::XPathAnswer;
+
 constexpr char kExamples[] = R"help(Examples:
   hastool xpath manifest.mpd "//*[local-name()='BaseURL']/text()"
   hastool xpath manifest.ismc "//StreamIndex[@Type='video']/QualityLevel[1]" --attr Bitrate --as int
   hastool xpath settings.xml "/settings/live/text()" --as bool
-The first match answers. A text is asked for with text(), an attribute by its element and --attr.
+  hastool xpath manifest.mpd "count(//*[local-name()='Representation'])"
+  hastool xpath manifest.mpd //@bandwidth
+A node set is listed, a node a line: of an element its text, of an attribute its value. Numbers,
+truth values and strings are printed as they are. With --attr and --as the first match answers: a
+text by text(), an attribute by its element and --attr.
 Without a match the answer is empty: a blank line, 0, 0.0 or false.
 )help";
-
-/// The library's set-up of its XML parser.
-class XmlSession {
-public:
-    XmlSession() { hascommon::HssXPathReader::InitLibXML(); }
-    ~XmlSession() { hascommon::HssXPathReader::FreeLibXML(); }
-    XmlSession(const XmlSession&) = delete;
-    XmlSession& operator=(const XmlSession&) = delete;
-};
 
 /// The shortest text that reads as the same number, with a point.
 std::string numberText(double value) {
@@ -42,15 +39,14 @@ std::string numberText(double value) {
     return result.find_first_not_of("-0123456789") == std::string::npos ? result + ".0" : result;
 }
 
+/// The first match as "int", "float" or "bool".
 std::string typedText(hascommon::HssXPathReader& reader, const char* xpath,
                       const std::string& type) {
     if (type == "int")
         return std::to_string(reader.GetXmlParamInt(xpath));
     if (type == "float")
         return numberText(reader.GetXmlParamFloat(xpath));
-    if (type == "bool")
-        return reader.GetXmlParamBool(xpath) ? "true" : "false";
-    return reader.GetXmlParamStr(xpath);
+    return reader.GetXmlParamBool(xpath) ? "true" : "false";
 }
 
 /// An attribute, which the library hands out as text, read by the same rules.
@@ -62,6 +58,13 @@ std::string typedText(const std::string& value, const std::string& type) {
     if (type == "bool")
         return hascommon::has_iequal(value, "true") ? "true" : "false";
     return value;
+}
+
+void printAll(const XPathAnswer& answer) {
+    if (answer.nodes.empty())
+        return print(answer.text + "\n");
+    for (const std::string& node : answer.nodes)
+        print(node + "\n");
 }
 
 /// @throws ToolError when it is not there, or not XML
@@ -89,14 +92,22 @@ XPathCommand::XPathCommand(CLI::App& app)
 }
 
 int XPathCommand::run() {
-    const XmlSession session;
+    hascommon::HssXPathReader::InitLibXML();
     hascommon::HssXPathReader reader;
     load(reader, m_file);
     const char* const xpath = m_expression.c_str();
-    const std::string text =
-        m_attribute.empty() ? typedText(reader, xpath, m_type)
-                            : typedText(reader.GetXmlParamAttr(xpath, m_attribute.c_str()), m_type);
-    print(text + "\n");
+    const XPathAnswer answer = reader.Evaluate(xpath);
+    if (answer.kind == XPathAnswer::Kind::Error) {
+        std::fprintf(stderr, "hastool: %s: %s\n", inQuotes(m_expression).c_str(),
+                     answer.text.c_str());
+        return kWrongUsage;
+    }
+    if (!m_attribute.empty())
+        print(typedText(reader.GetXmlParamAttr(xpath, m_attribute.c_str()), m_type) + "\n");
+    else if (!m_type.empty())
+        print(typedText(reader, xpath, m_type) + "\n");
+    else
+        printAll(answer);
     return kDone;
 }
 
