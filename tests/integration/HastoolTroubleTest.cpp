@@ -156,4 +156,43 @@ TEST_F(HastoolTrouble, MediaPlaylistShowsTheMeasuredBitrate) {
     EXPECT_THAT(readFile(file("r.html")), HasSubstr("<dd>160 kbit/s</dd>"));
 }
 
+/// Whatever a run has told.
+std::string toldBy(const Child::Result& result) {
+    return result.out + result.err;
+}
+
+TEST_F(HastoolTrouble, PasswordsAndQueriesAreLeftOut) {
+    serve("v", 6, {2, 3, 4});
+    m_origin.on("/bad.m3u8", Reply().body("#EXTM3U\n#EXTINF:x,\nv0.ts\n"));
+    std::string url = m_origin.url("/v.m3u8?token=SECRET");
+    url.insert(url.find("//") + 2, "me:SECRET@");
+    const std::string bad = m_origin.url("/bad.m3u8?token=SECRET");
+    const std::string gone = m_origin.url("/gone?token=SECRET");
+    const std::vector<std::vector<std::string>> commands = {
+        {"play", "--fast", url},
+        {"play", "--fast", "--json", "--report", file("r.html"), url},
+        {"play", bad},
+        {"get", "-O", file("d"), "--retries", "0", gone},
+        {"get", "-O", file("d"), "--retries", "0", "--json", gone},
+        {"play", "--no-such-option", url},
+    };
+    for (const auto& command : commands) {
+        const Child::Result result = hastool(command);
+        EXPECT_NE(result.status, 0);
+        EXPECT_THAT(toldBy(result), ::testing::Not(HasSubstr("SECRET"))) << command[0];
+    }
+    EXPECT_THAT(readFile(file("r.html")), ::testing::Not(HasSubstr("SECRET")));
+    EXPECT_THAT(readFile(file("r.html")), HasSubstr("v.m3u8?..."));
+    EXPECT_THAT(hastool({"play", bad}).err, HasSubstr("/bad.m3u8?...:2: "));
+}
+
+TEST_F(HastoolTrouble, UrlsAreShownWholeWhenAskedFor) {
+    const std::string gone = m_origin.url("/gone?token=SECRET");
+    for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
+             {"play", "--show-urls", gone, "--retries", "0"},
+             {"get", "--show-urls", "-O", file("d"), "--retries", "0", gone},
+             {"get", "--show-urls", "--json", "-O", file("d"), "--retries", "0", gone}})
+        EXPECT_THAT(toldBy(hastool(command)), HasSubstr("token=SECRET"));
+}
+
 } // namespace

@@ -10,6 +10,7 @@
 #include "commands/TsCommand.h"
 #include "commands/XPathCommand.h"
 #include "engine/Interrupt.h"
+#include "engine/ShownUrl.h"
 #include "engine/ToolError.h"
 #include "ui/StandardOutput.h"
 
@@ -62,7 +63,7 @@ int run(int argc, char** argv) {
     app.footer("Exit status: 0 done, 1 failed, 2 wrong usage.\n"
                "\"hastool COMMAND --help\" shows a command's options and examples.\n");
     app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return "hastool: " + std::string(error.what()) + "\n";
+        return "hastool: " + hastool::withoutSecrets(error.what()) + "\n";
     });
     // In the order of the help.
     hastool::DemoCommand demo(app);
@@ -100,7 +101,7 @@ int main(int argc, char** argv) {
         hastool::finishStandardOutput();
         return status;
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "hastool: %s\n", error.what());
+        std::fprintf(stderr, "hastool: %s\n", hastool::withoutSecrets(error.what()).c_str());
         return hastool::kFailed;
     }
 }

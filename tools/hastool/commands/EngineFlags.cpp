@@ -1,5 +1,7 @@
 #include "EngineFlags.h"
 
+#include "../engine/ShownUrl.h"
+
 namespace hastool {
 
 void addEngineFlags(CLI::App& command, EngineOptions& options) {
@@ -19,6 +21,8 @@ void addEngineFlags(CLI::App& command, EngineOptions& options) {
                     "body cut short")
         ->capture_default_str()
         ->check(CLI::Range(0, 1000));
+    command.add_flag_callback("--show-urls", showUrls,
+                              "Show passwords and queries of URLs in messages and reports");
     command
         .add_option("--engine-info", options.engineInfo,
                     "The engine's information word; 5 requests as an HbbTV device")

@@ -1,6 +1,7 @@
 #include "GetCommand.h"
 
 #include "../engine/Interrupt.h"
+#include "../engine/ShownUrl.h"
 #include "../engine/ToolError.h"
 #include "../ui/StandardOutput.h"
 #include "EngineFlags.h"
@@ -238,7 +239,7 @@ void GetCommand::printJson() const {
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
     for (const Job& job : m_jobs) {
         const Outcome& it = *job.outcome;
-        list.push_back({{"url", job.url},
+        list.push_back({{"url", withoutSecrets(job.url)},
                         {"file", job.path},
                         {"ok", it.ok},
                         {"code", it.code},
@@ -249,8 +250,8 @@ void GetCommand::printJson() const {
                         {"first_byte_ms", it.latency.count()},
                         {"redirects", it.redirects},
                         {"retries", it.retries},
-                        {"final_url", it.url},
-                        {"error", it.failure}});
+                        {"final_url", withoutSecrets(it.url)},
+                        {"error", withoutSecrets(it.failure)}});
     }
     constexpr auto kReplace = nlohmann::ordered_json::error_handler_t::replace;
     print(list.dump(2, ' ', false, kReplace) + "\n");

@@ -4,6 +4,7 @@
 #include "HlsAttributes.h"
 #include "IsoTime.h"
 #include "Number.h"
+#include "ShownUrl.h"
 #include "ToolError.h"
 
 #include <algorithm>
@@ -93,7 +94,7 @@ HlsPlaylist Parser::parse() {
 }
 
 void Parser::fail(const std::string& what) const {
-    throw ToolError(m_line == 0 ? m_url : m_url + ":" + std::to_string(m_line), what);
+    throw ToolError(m_line == 0 ? m_url : placeIn(m_url, m_line), what);
 }
 
 /// The next line that is not blank, without the blanks around it.

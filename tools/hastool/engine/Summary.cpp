@@ -1,5 +1,7 @@
 #include "Summary.h"
 
+#include "ShownUrl.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdarg>
@@ -75,7 +77,7 @@ std::string toText(const Summary& s) {
 
 nlohmann::ordered_json toJson(const Summary& s) {
     return {
-        {"url", s.url},
+        {"url", withoutSecrets(s.url)},
         {"live", s.live},
         {"streams", s.streams},
         {"played_s", rounded(s.played)},

@@ -1,5 +1,6 @@
 #include "PlaySection.h"
 
+#include "../engine/ShownUrl.h"
 #include "../ui/Terminal.h"
 #include "HtmlText.h"
 #include "Templates.h"
@@ -116,8 +117,8 @@ std::string segmentRows(const PlayRecord& record) {
 std::string eventRows(const PlayRecord& record) {
     std::string text;
     for (const PlayRecord::Event& it : record.events())
-        text +=
-            "<tr>" + numberCell(fixedText(it.time, 3)) + cell(it.kind) + cell(it.what) + "</tr>\n";
+        text += "<tr>" + numberCell(fixedText(it.time, 3)) + cell(it.kind) +
+                cell(withoutSecrets(it.what)) + "</tr>\n";
     return text.empty() ? "<tr><td colspan=\"3\">nothing</td></tr>\n" : text;
 }
 
@@ -128,9 +129,14 @@ std::string figureItems(const Summary& summary) {
     return text;
 }
 
+/// A text that may name URLs.
+std::string shown(const std::string& text) {
+    return escapeHtml(withoutSecrets(text));
+}
+
 std::string urlText(const ReportedPlay& play) {
     const std::string& url = play.summary.url;
-    return url == play.title ? "" : "<p class=\"url\">" + escapeHtml(url) + "</p>";
+    return url == play.title ? "" : "<p class=\"url\">" + shown(url) + "</p>";
 }
 
 /// A play that never began has nothing to draw.
@@ -141,8 +147,7 @@ std::string charts(const PlayRecord& record) {
 }
 
 std::string failureText(const std::string& failure) {
-    return failure.empty() ? ""
-                           : "<p class=\"failure\">It ended early: " + escapeHtml(failure) + "</p>";
+    return failure.empty() ? "" : "<p class=\"failure\">It ended early: " + shown(failure) + "</p>";
 }
 
 } // namespace
@@ -189,7 +194,7 @@ std::string playSection(const ReportedPlay& play, const std::string& id) {
     return fillTemplate(
         kPlayHtml,
         {{"id", id},
-         {"title", escapeHtml(play.title)},
+         {"title", shown(play.title)},
          {"url", urlText(play)},
          {"failure", failureText(play.failure)},
          {"figures", figureItems(play.summary)},

@@ -1,5 +1,6 @@
 #include "Report.h"
 
+#include "../engine/ShownUrl.h"
 #include "../ui/Terminal.h"
 #include "HtmlText.h"
 #include "Templates.h"
@@ -24,7 +25,8 @@ std::string number(const char* column, const std::string& text) {
 
 std::string overviewRow(const ReportedPlay& play, const std::string& id) {
     const Summary& s = play.summary;
-    return "<tr><td><a href=\"#" + id + "\">" + escapeHtml(play.title) + "</a></td>" +
+    return "<tr><td><a href=\"#" + id + "\">" + escapeHtml(withoutSecrets(play.title)) +
+           "</a></td>" +
            (play.failure.empty() ? "<td>whole</td>" : "<td class=\"failure\">ended early</td>") +
            number("played", secondsText(s.played)) +
            number("to start", secondsText(s.startupTime)) +

@@ -1,5 +1,7 @@
 #include "Terminal.h"
 
+#include "../engine/ShownUrl.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -44,7 +46,7 @@ Terminal::~Terminal() {
 void Terminal::live(const std::string& text) {
     if (!m_isLive)
         return;
-    print(kClearLine + text.substr(0, width() - 1));
+    print(kClearLine + withoutSecrets(text).substr(0, width() - 1));
     m_isShowing = true;
 }
 
@@ -52,12 +54,12 @@ void Terminal::line(const std::string& text) {
     if (m_quiet)
         return;
     clear();
-    print(text + "\n");
+    print(withoutSecrets(text) + "\n");
 }
 
 void Terminal::trouble(const std::string& text) {
     clear();
-    print("hastool: " + text + "\n");
+    print("hastool: " + withoutSecrets(text) + "\n");
 }
 
 void Terminal::clear() {

@@ -6,7 +6,7 @@
 namespace hastool {
 
 /// Progress on standard error: on a terminal one line that changes in place, elsewhere nothing but
-/// whole lines.
+/// whole lines. URLs are shown by withoutSecrets().
 class Terminal {
 public:
     /// @param quiet  show nothing but trouble
