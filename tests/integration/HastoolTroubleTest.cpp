@@ -156,6 +156,20 @@ TEST_F(HastoolTrouble, MediaPlaylistShowsTheMeasuredBitrate) {
     EXPECT_THAT(readFile(file("r.html")), HasSubstr("<dd>160 kbit/s</dd>"));
 }
 
+TEST_F(HastoolTrouble, CookieFolderThatIsAbsentIsTold) {
+    serve("v", 1);
+    const std::string line =
+        "hastool: --cookie-dir: there is no folder /opt/usr/apps/no.such.app/data/cookie; cookies "
+        "will not be kept\n";
+    const Child::Result played = play({"--cookie-dir", "no.such.app", m_origin.url("/v.m3u8")});
+    EXPECT_EQ(played.status, 0);
+    EXPECT_EQ(played.err, line);
+    const Child::Result got = hastool(
+        {"get", "-q", "--cookie-dir", "no.such.app", "-O", file("d"), m_origin.url("/v.m3u8")});
+    EXPECT_EQ(got.status, 0);
+    EXPECT_EQ(got.err, line);
+}
+
 /// Whatever a run has told.
 std::string toldBy(const Child::Result& result) {
     return result.out + result.err;

@@ -28,7 +28,7 @@ std::filesystem::path mediaFolder(const std::string& named) {
         return named;
     const auto builtIn = builtInPresentations();
     if (!builtIn)
-        throw ToolError("--media", "the built-in presentations have not been made; name a folder");
+        throw ToolError("--media", kPresentationsMissing);
     return *builtIn;
 }
 

@@ -2,6 +2,9 @@
 
 #include "../engine/ShownUrl.h"
 
+#include <filesystem>
+#include <system_error>
+
 namespace hastool {
 
 void addEngineFlags(CLI::App& command, EngineOptions& options) {
@@ -27,6 +30,14 @@ void addEngineFlags(CLI::App& command, EngineOptions& options) {
         .add_option("--engine-info", options.engineInfo,
                     "The engine's information word; 5 requests as an HbbTV device")
         ->type_name("N");
+}
+
+std::string troubleOf(const EngineOptions& options) {
+    const std::string folder = "/opt/usr/apps/" + options.cookieId + "/data/cookie";
+    std::error_code error;
+    if (options.cookieId.empty() || std::filesystem::is_directory(folder, error))
+        return {};
+    return "--cookie-dir: there is no folder " + folder + "; cookies will not be kept";
 }
 
 } // namespace hastool

@@ -77,6 +77,8 @@ int GetCommand::run() {
     Terminal terminal(m_quiet);
     if (!planJobs(terminal))
         return kWrongUsage;
+    if (const std::string trouble = troubleOf(m_engine); !trouble.empty())
+        terminal.trouble(trouble);
     {
         Downloader downloader(m_engine);
         downloader.setParallel(m_parallel);

@@ -154,6 +154,8 @@ int PlayCommand::run() {
         terminal.trouble(error.what());
         return kWrongUsage;
     }
+    if (const std::string trouble = troubleOf(m_options.engine); !trouble.empty())
+        terminal.trouble(trouble);
     play(terminal);
     if (isInterrupted())
         throw ToolError(m_options.url, "interrupted");

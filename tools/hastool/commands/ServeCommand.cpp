@@ -31,7 +31,7 @@ std::string rootOf(const std::string& root) {
         return root;
     const auto builtIn = builtInPresentations();
     if (!builtIn)
-        throw ToolError("--root", "the built-in presentations have not been made; name a folder");
+        throw ToolError("--root", kPresentationsMissing);
     return builtIn->string();
 }
 

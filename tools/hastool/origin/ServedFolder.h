@@ -36,4 +36,9 @@ std::string encodedPath(const std::string& path);
 /// been made.
 std::optional<std::filesystem::path> builtInPresentations();
 
+/// What to say where there are none.
+constexpr char kPresentationsMissing[] =
+    "the built-in presentations have not been made; \"cmake --build build/release --target "
+    "presentations\" makes them, as scripts/demo.sh does, or name another folder";
+
 } // namespace hastool
