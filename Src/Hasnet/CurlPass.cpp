@@ -282,19 +282,18 @@ void Curl::LetOwnersIn() HAS_NO_THREAD_SAFETY_ANALYSIS {
 
 int Curl::Collect(UnitObject* unit) {
     CurlState& s = *m_state;
-    if (!unit->InUse() || unit->endRequested.exchange(true))
+    const ItemGuard lock(s.itemLock);
+    if (!unit->InUse() || unit->endRequested)
         return 0;
-    const unsigned int generation = unit->generation;
     const bool mayWait =
         !s.InPass() && (unit->queued || unit->beginner != std::this_thread::get_id());
-    while (unit->InUse() && unit->generation == generation && !unit->IsCompleted()) {
-        if (!mayWait) {
-            unit->endRequested = false;
-            return -1;
-        }
+    // Before anything is marked: whoever comes while the mark stands takes the unit for collected.
+    if (!mayWait && !unit->IsCompleted())
+        return -1;
+    unit->endRequested = true;
+    const unsigned int generation = unit->generation;
+    while (unit->InUse() && unit->generation == generation && !unit->IsCompleted())
         WaitStep(kEndWaitMs);
-    }
-    const ItemGuard lock(s.itemLock);
     const int code = unit->code;
     // A reset may have freed the slot meanwhile, and a new request taken it.
     if (unit->generation == generation && unit->IsCompleted()) {
@@ -307,13 +306,12 @@ int Curl::Collect(UnitObject* unit) {
 
 void Curl::WaitStep(unsigned int ms) HAS_NO_THREAD_SAFETY_ANALYSIS {
     CurlState& s = *m_state;
-    if (!s.looping && !s.PassRuns() && !s.quit) {
-        RunOnce();
-        return;
-    }
-    // A caller that holds the lock lets the pass have it meanwhile.
+    // A caller that holds the lock lets others have it meanwhile.
     const unsigned int depth = s.itemLock.ReleaseAll();
-    has_sleep_ms(ms);
+    if (!s.looping && !s.PassRuns() && !s.quit)
+        RunOnce();
+    else
+        has_sleep_ms(ms);
     s.itemLock.Reacquire(depth);
 }
 

@@ -269,6 +269,57 @@ TEST_F(CurlThreadsTest, EndInsideOnDataReceivedCannotWaitAndLeavesTheUnitAsItIs)
     EXPECT_EQ(owner.body(unit), "hello");
 }
 
+/// A callback that ends its unit again and again while an owner ends it, too.
+class CurlEndRaceTest : public CurlThreadsTest {
+protected:
+    CurlEndRaceTest() {
+        owner.onData = [this](UnitObject* unit, const std::string&) {
+            constexpr int kTries = 2000; // So that some meet the owner's own.
+            m_inside = true;
+            while (!m_coming)
+                engine->EndDownload(unit);
+            for (int i = 0; i < kTries; ++i)
+                engine->EndDownload(unit);
+            return 0;
+        };
+        engine->StartLoop();
+    }
+
+    /// Fetches with the owner's EndDownload() falling into a callback.
+    int fetchInARace(const std::string& path) {
+        m_inside = false;
+        m_coming = false;
+        UnitObject* unit = beginPath(path);
+        if (unit == nullptr)
+            return lastResult;
+        EXPECT_TRUE(eventually([&] { return m_inside.load(); }));
+        m_coming = true;
+        const int code = engine->EndDownload(unit);
+        lastBody = owner.body(unit);
+        return code;
+    }
+
+private:
+    std::atomic<bool> m_inside{false};
+    std::atomic<bool> m_coming{false};
+};
+
+TEST_F(CurlEndRaceTest, OwnerGetsTheWholeBodyAndTheUnitIsFreed) {
+    const test::Pattern body = pattern(100000);
+    origin.on("/pieces", Reply().body(body).chunked(10000));
+    for (int i = 0; i < 40; ++i) { // Twice the slots: none may be lost.
+        ASSERT_EQ(fetchInARace("/pieces"), 0) << "transfer " << i;
+        ASSERT_TRUE(lastBody == body.all()) << "transfer " << i;
+        ASSERT_TRUE(engine->IsIdle()) << "transfer " << i;
+    }
+}
+
+TEST_F(CurlEndRaceTest, OwnerGetsTheCodeOfAFailure) {
+    origin.on("/cut", Reply().body(pattern(1000)).closedAt(Stage::InBody, 400));
+    EXPECT_EQ(fetchInARace("/cut"), -26);
+    EXPECT_TRUE(engine->IsIdle());
+}
+
 TEST_F(CurlThreadsTest, EndInsideOnDownloadBeginDoesNotHang) {
     int result = 0;
     owner.onBegin = [&](UnitObject* unit) { result = engine->EndDownload(unit); };

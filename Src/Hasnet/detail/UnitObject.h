@@ -68,7 +68,7 @@ public:
     /// The request is in the hands of the pass, which looks at no other's guarded fields: set when
     /// the request is handed over, cleared under the item lock when it is collected.
     std::atomic<bool> queued{false};
-    /// Somebody collects the unit, or has.
+    /// Somebody collects the unit, or has. Set under the item lock, by one who will.
     std::atomic<bool> endRequested{false};
     /// The owner has cancelled it; stays until the next request, so that a second Cancel() is told
     /// so whether or not the transfer has noticed the first.
