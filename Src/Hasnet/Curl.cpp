@@ -9,6 +9,7 @@
 #include <Hasnet/detail/EasyOptions.h>
 #include <Hasnet/detail/HeaderLine.h>
 #include <Hasnet/detail/HttpDate.h>
+#include <Hasnet/detail/ItemRelease.h>
 #include <Hasnet/detail/Low32.h>
 #include <Hasnet/detail/ResultCode.h>
 #include <Hasnet/detail/SocketBuffers.h>
@@ -408,10 +409,8 @@ void Curl::CallTransfer(UnitObject* unit, int code, unsigned char* data, unsigne
             break;
         if (cb->OnDataReceived(unit, code, data, size) == 0)
             return;
-        // Free at every depth, so that the owner's thread gets through.
-        const unsigned int depth = s.itemLock.ReleaseAll();
+        const detail::ItemRelease release(s.itemLock); // So that the owner's thread gets through.
         has_sleep_ms(kRefusedWaitMs);
-        s.itemLock.Reacquire(depth);
     }
     if (!unit->pauseBuffer.empty())
         HAS_LOG(" Error!! curl pause buffer overwrite");

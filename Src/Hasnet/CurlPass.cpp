@@ -4,12 +4,14 @@
 #include <Hascommon/Datetime.h>
 #include <Hascommon/Linux/Sleep.h>
 #include <Hasnet/detail/CurlState.h>
+#include <Hasnet/detail/ItemRelease.h>
 #include <Hasnet/detail/Low32.h>
 #include <Hasnet/detail/ResultCode.h>
 #include <Hasnet/detail/TransferLimits.h>
 
 #include <algorithm>
 #include <chrono>
+#include <optional>
 #include <utility>
 
 namespace hascommon {
@@ -77,6 +79,8 @@ void Curl::Stop() {
     if (s.InPass())
         return; // The pass ends the units when it is done.
     {
+        // A caller may hold the lock that the thread needs to come to its end.
+        const detail::ItemRelease release(s.itemLock);
         const LockGuard<Mutex> guard(s.threadMutex);
         s.thread.Join(nullptr);
         s.looping = false;
@@ -304,15 +308,14 @@ int Curl::Collect(UnitObject* unit) {
     return code;
 }
 
-void Curl::WaitStep(unsigned int ms) HAS_NO_THREAD_SAFETY_ANALYSIS {
+void Curl::WaitStep(unsigned int ms) {
     CurlState& s = *m_state;
     // A caller that holds the lock lets others have it meanwhile.
-    const unsigned int depth = s.itemLock.ReleaseAll();
+    const detail::ItemRelease release(s.itemLock);
     if (!s.looping && !s.PassRuns() && !s.quit)
         RunOnce();
     else
         has_sleep_ms(ms);
-    s.itemLock.Reacquire(depth);
 }
 
 bool Curl::DrainReset() {
@@ -340,6 +343,11 @@ void Curl::GiveBack(UnitObject* unit) {
 
 void Curl::StartLoop() {
     CurlState& s = *m_state;
+    // Where a Quit() has the mutex, its thread may be waiting for the lock. A pass keeps it: what
+    // calls from inside one counts on that.
+    std::optional<detail::ItemRelease> release;
+    if (!s.InPass())
+        release.emplace(s.itemLock);
     const LockGuard<Mutex> guard(s.threadMutex);
     if (!s.Open())
         return;

@@ -41,8 +41,10 @@ public:
 
     /// Saves the cookies, stops the transfer thread and ends every unit in use with code -12.
     ///
-    /// After it no callback runs any more. Inside a callback it only asks the engine to stop; the
-    /// next Quit(), StartLoop() or the destructor from outside completes it.
+    /// After it no callback runs any more. While it waits for the transfer thread, a caller that
+    /// holds the item lock gives it up, at whatever depth, and has it again when it returns. Inside
+    /// a callback it only asks the engine to stop; the next Quit(), StartLoop() or the destructor
+    /// from outside completes it.
     virtual void Quit() = 0;
 
     /// Cancels every unit and frees all 20, and makes all request keys handed out before stale.
@@ -160,6 +162,7 @@ public:
     virtual void setEngineInfo(unsigned int* info) = 0;
 
     /// Locks the recursive item lock, under which all callbacks of the transfer thread run.
+    /// EndDownload(), Reset(), Quit() and StartLoop() give it up while they wait.
     virtual void LockMutItem() = 0;
 
     /// Unlocks the item lock once.

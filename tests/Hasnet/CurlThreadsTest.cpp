@@ -459,6 +459,62 @@ TEST_F(CurlThreadsTest, OwnerMayEndAUnitWhileItHoldsTheLock) {
     engine->UnlockMutItem();
 }
 
+TEST_F(CurlThreadsTest, OwnerMayQuitWhileItHoldsTheLockAndHoldsItAsDeepAfterwards) {
+    engine->StartLoop();
+    UnitObject* unit = beginStalled();
+    engine->LockMutItem();
+    engine->LockMutItem();
+    engine->Quit();
+    std::atomic<bool> taken{false};
+    std::thread other([&] {
+        engine->LockMutItem();
+        taken = true;
+        engine->UnlockMutItem();
+    });
+    engine->UnlockMutItem();
+    EXPECT_FALSE(eventually([&] { return taken.load(); }, 50ms));
+    engine->UnlockMutItem();
+    EXPECT_TRUE(eventually([&] { return taken.load(); }));
+    other.join();
+    EXPECT_EQ(engine->EndDownload(unit), -12);
+}
+
+TEST_F(CurlThreadsTest, OwnerMayQuitUnderTheLockWhileBytesAreRefused) {
+    UnitObject* unit = beginRefused();
+    engine->LockMutItem();
+    engine->Quit();
+    engine->UnlockMutItem();
+    EXPECT_EQ(engine->EndDownload(unit), -12);
+}
+
+TEST_F(CurlThreadsTest, OwnerMayStartAndQuitAgainUnderTheLock) {
+    engine->LockMutItem();
+    for (int i = 0; i < 3; ++i) {
+        engine->StartLoop();
+        EXPECT_EQ(fetchPath("/a"), 0);
+        engine->Quit();
+    }
+    engine->UnlockMutItem();
+}
+
+TEST_F(CurlThreadsTest, OneOwnerQuitsWhileAnotherStartsUnderTheLock) {
+    for (int i = 0; i < 20; ++i) {
+        engine->StartLoop();
+        std::thread quitter([&] { engine->Quit(); });
+        engine->LockMutItem();
+        engine->StartLoop();
+        engine->UnlockMutItem();
+        quitter.join();
+    }
+}
+
+TEST_F(CurlThreadsTest, EngineMayBeDestroyedUnderItsLock) {
+    engine->StartLoop();
+    beginStalled();
+    engine->LockMutItem();
+    engine.reset();
+}
+
 TEST_F(CurlThreadsTest, SubclassIsDestroyedWhileTransfersEnd) {
     for (int i = 0; i < 20; ++i) {
         hascommon::Curl_HLS curl(hascommon::CURL_THREAD_PACED, 0, test::unusedAppId());
