@@ -74,14 +74,19 @@ bool Curl::Loop(void* engine) {
 
 void Curl::Stop() {
     CurlState& s = *m_state;
-    s.Close();
-    s.wake.Signal();
-    if (s.InPass())
+    if (s.InPass()) {
+        s.Close();
+        s.wake.Signal();
         return; // The pass ends the units when it is done.
+    }
     {
         // A caller may hold the lock that the thread needs to come to its end.
         const detail::ItemRelease release(s.itemLock);
         const LockGuard<Mutex> guard(s.threadMutex);
+        // Not before: a StartLoop() on another thread would open the engine again, and the thread
+        // would never end.
+        s.Close();
+        s.wake.Signal();
         s.thread.Join(nullptr);
         s.looping = false;
     }
