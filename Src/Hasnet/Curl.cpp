@@ -128,8 +128,8 @@ int Curl::BeginDownload(unsigned int key, const std::string& url, bool keepInfo,
     const std::size_t start = url.find("http");
     if (m_state->quit || start == std::string::npos)
         return -1;
-    const int result =
-        BeginDownloadImpl(url.substr(start), url.substr(0, start), keepInfo, unit, flag, userData);
+    const int result = BeginDownloadImpl(key, url.substr(start), url.substr(0, start), keepInfo,
+                                         unit, flag, userData);
     HAS_LOG("The end of BeginDownload().");
     return result;
 }
@@ -145,12 +145,13 @@ int Curl::BeginDownload2(unsigned int key, const std::string& url, const std::st
         return detail::kCodeEmptyUrl;
     if (m_state->quit)
         return -1;
-    const int result = BeginDownloadImpl(url, range, keepInfo, unit, flag, userData);
+    const int result = BeginDownloadImpl(key, url, range, keepInfo, unit, flag, userData);
     HAS_LOG("The end of Curl::BeginDownload2()");
     return result;
 }
 
 int Curl::BeginDownload3(int infoIndex, UnitObject*& unit, bool flag, void* userData) {
+    const unsigned int key = m_state->requestKey;
     const detail::UrlInfo info = m_state->urlInfo.Get(infoIndex).value_or(
         detail::UrlInfo{}); // A copy: the entry may change.
     HAS_LOG(">> Curl::BeginDownload3( %s ) ", info.url.c_str());
@@ -158,13 +159,14 @@ int Curl::BeginDownload3(int infoIndex, UnitObject*& unit, bool flag, void* user
         return detail::kCodeEmptyUrl;
     if (m_state->quit)
         return -1;
-    const int result = BeginDownloadImpl(info.url, info.range, info.keepInfo, unit, flag, userData);
+    const int result =
+        BeginDownloadImpl(key, info.url, info.range, info.keepInfo, unit, flag, userData);
     HAS_LOG("<< Curl::BeginDownload3");
     return result;
 }
 
-int Curl::BeginDownloadImpl(const std::string& url, const std::string& range, bool keepInfo,
-                            UnitObject*& unit, bool flag, void* userData) {
+int Curl::BeginDownloadImpl(unsigned int key, const std::string& url, const std::string& range,
+                            bool keepInfo, UnitObject*& unit, bool flag, void* userData) {
     CurlState& s = *m_state;
     if (range.empty())
         HAS_LOG_HIGHLIGHTED(" Curl::BeginDownloadImpl() with URL = %s\n ", url.c_str());
@@ -172,7 +174,6 @@ int Curl::BeginDownloadImpl(const std::string& url, const std::string& range, bo
         HAS_LOG_HIGHLIGHTED(" Curl::BeginDownloadImpl() with URL = %s, range=%s\n ", url.c_str(),
                             range.c_str());
 
-    const unsigned int key = s.requestKey;
     UnitObject* taken = s.TakeSlot(GURL(url).host());
     if (taken == nullptr) {
         HAS_LOG(" ERROR!! max concurrent download over");

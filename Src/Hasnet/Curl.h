@@ -133,8 +133,8 @@ protected:
 
 private:
     // Beginning a request.
-    int BeginDownloadImpl(const std::string& url, const std::string& range, bool keepInfo,
-                          UnitObject*& unit, bool flag, void* userData);
+    int BeginDownloadImpl(unsigned int key, const std::string& url, const std::string& range,
+                          bool keepInfo, UnitObject*& unit, bool flag, void* userData);
     bool ReqBody(UnitObject* unit, unsigned int key);
     void SetBodyEasyDownloadOPT(UnitObject* unit);
     void GiveBack(UnitObject* unit);

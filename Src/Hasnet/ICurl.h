@@ -63,7 +63,8 @@ public:
     /// @param flag      stored, not looked at
     /// @param userData  the owner's pointer, see GetData()
     /// @return 0 when begun, and also for a stale key; -1 when no unit was free, the URL holds no
-    ///         "http", the engine has quit, or libcurl refused the request; -13 for an empty URL
+    ///         "http", the engine has quit, or a Reset() came before the request was handed over;
+    ///         -13 for an empty URL
     /// @throws std::exception when libcurl has no handle to give
     virtual int BeginDownload(unsigned int key, const std::string& url, bool keepInfo,
                               UnitObject*& unit, bool flag, void* userData) = 0;

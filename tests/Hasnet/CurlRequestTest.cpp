@@ -382,6 +382,50 @@ TEST_F(CurlRequestTest, ResetDuringTheBeginOfARequestRefusesIt) {
     EXPECT_TRUE(engine->IsIdle());
 }
 
+/// A reset that falls between the comparison of a request's key and the hand-over of the request.
+class CurlLateResetTest : public CurlRequestTest {
+protected:
+    CurlLateResetTest() {
+        m_log.onLine([this](const test::LogLine& line) {
+            if (line.message.find("Curl::BeginDownloadImpl() with URL") != std::string::npos &&
+                engine->GetRequestKey() == 0)
+                engine->Reset();
+        });
+    }
+
+    void expectRefused(int result, UnitObject* unit) {
+        EXPECT_EQ(result, -1);
+        EXPECT_EQ(unit, nullptr);
+        EXPECT_EQ(engine->GetRequestKey(), 1U);
+        EXPECT_TRUE(engine->IsIdle());
+        EXPECT_EQ(fetchPath("/b"), -23);
+        EXPECT_TRUE(origin.requests("/a").empty());
+    }
+
+private:
+    LogCapture m_log;
+};
+
+TEST_F(CurlLateResetTest, KeyThatWasComparedIsTheOneHandedOn) {
+    UnitObject* unit = nullptr;
+    const int result = engine->BeginDownload(0, origin.url("/a"), false, unit, false, nullptr);
+    expectRefused(result, unit);
+}
+
+TEST_F(CurlLateResetTest, KeyThatWasComparedIsTheOneHandedOnWithARange) {
+    UnitObject* unit = nullptr;
+    const int result =
+        engine->BeginDownload2(0, origin.url("/a"), "0-1", false, unit, false, nullptr);
+    expectRefused(result, unit);
+}
+
+TEST_F(CurlLateResetTest, RequestOfALaterKeyIsBegun) {
+    UnitObject* unit = nullptr;
+    EXPECT_EQ(engine->BeginDownload2(7, origin.url("/a"), "", false, unit, false, nullptr), 0);
+    EXPECT_EQ(engine->EndDownload(unit), 0);
+    EXPECT_EQ(owner.body(unit), "hello");
+}
+
 TEST_F(CurlRequestTest, UrlThatIsNoneFailsByTheTable) {
     engine->StartLoop();
     EXPECT_EQ(fetch("http://[::1/"), -20); // CURLE_URL_MALFORMAT is "any other", then not retried.

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
+#include <utility>
 
 namespace test {
 namespace {
@@ -13,6 +14,7 @@ struct Store {
     std::mutex mutex;
     bool active = false;
     std::vector<LogLine> lines;
+    std::function<void(const LogLine&)> hook;
 };
 
 Store& store() {
@@ -58,6 +60,7 @@ LogCapture::~LogCapture() {
     const std::lock_guard<std::mutex> lock(store().mutex);
     store().active = false;
     store().lines.clear();
+    store().hook = nullptr;
 }
 
 std::vector<LogLine> LogCapture::lines() const {
@@ -94,6 +97,11 @@ void LogCapture::clear() {
     store().lines.clear();
 }
 
+void LogCapture::onLine(std::function<void(const LogLine&)> hook) {
+    const std::lock_guard<std::mutex> lock(store().mutex);
+    store().hook = std::move(hook);
+}
+
 } // namespace test
 
 extern "C" int __dlog_print(int logId, int priority, const char* tag, const char* format, ...) {
@@ -113,8 +121,14 @@ extern "C" int __dlog_print(int logId, int priority, const char* tag, const char
     line.text = test::format(format, args);
     va_end(args);
     test::splitPrefix(line);
-    const std::lock_guard<std::mutex> lock(store().mutex);
-    if (store().active)
-        store().lines.push_back(line);
+    std::function<void(const test::LogLine&)> hook;
+    {
+        const std::lock_guard<std::mutex> lock(store().mutex);
+        if (store().active)
+            store().lines.push_back(line);
+        hook = store().hook;
+    }
+    if (hook)
+        hook(line);
     return static_cast<int>(line.text.size());
 }

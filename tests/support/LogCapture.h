@@ -1,6 +1,7 @@
 // Catches the library's log lines: the test program defines a strong __dlog_print.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,11 @@ public:
     /// The first line with exactly this message; a default LogLine when there is none.
     LogLine find(const std::string& message) const;
     void clear();
+
+    /// Calls the hook for every line from now on, on the thread that writes it and without a lock:
+    /// a test places there what shall happen between two steps of the library. Set before other
+    /// threads log.
+    void onLine(std::function<void(const LogLine&)> hook);
 };
 
 /// A highlighted line's text behind the prefix.

@@ -37,7 +37,7 @@ UnitObject* CurlState::TakeSlot(const std::string& host) {
 bool CurlState::Enqueue(UnitObject* unit, unsigned int key) {
     {
         const LockGuard<Mutex> guard(queueMutex);
-        if (closed || key != requestKey)
+        if (closed || key < requestKey)
             return false;
         begun.push_back(unit);
         anyBegun = true;

@@ -96,8 +96,8 @@ public:
     RequestOptions Options() const;
     /// Takes the first slot that the host may have; null when there is none.
     UnitObject* TakeSlot(const std::string& host);
-    /// Hands a request to the pass; refused once the engine has quit, and when the engine was reset
-    /// after the request's key was read.
+    /// Hands a request to the pass; refused once the engine has quit, and when a reset has made
+    /// the request's key stale.
     bool Enqueue(UnitObject* unit, unsigned int key);
     /// Makes the keys handed out so far stale.
     void NextKey();
