@@ -517,14 +517,15 @@ int Curl::ResultIf(UnitObject* unit, CURLcode curlCode, long httpStatus, int eas
             HAS_LOG(
                 " Curl Download Error!!: pause(%d), interrupt(%d), has(%d), Curl(%d), http(%d), "
                 "now(%u), total(%u), %s,curlID(%d)",
-                unit->IsPaused(), unit->IsAborted(), code, result, static_cast<int>(httpStatus),
+                unit->IsPaused(), unit->aborted.load(), code, result, static_cast<int>(httpStatus),
                 low32(unit->received), low32(unit->contentLength), unit->url.c_str(), easyIndex);
-        if (unit->IsAborted())
+        if (unit->aborted)
             unit->code = detail::kCodeCancelled;
         else
             ApplyRetryRules(unit, code, httpStatus);
     }
     ReportRedirect(unit, httpStatus);
+    unit->aborted = false;
     HAS_LOG("--- final unit->code: %d", unit->code.load());
     return unit->code;
 }
@@ -657,7 +658,7 @@ int Curl::Cancel_unlock(UnitObject* unit) {
     }
     HAS_LOG(">> Curl::Cancel_unlock %p", static_cast<void*>(unit));
     Resume_unlock(unit);
-    const bool first = unit->InUse() && !unit->cancelMark.exchange(true);
+    const bool first = unit->InUse() && !unit->aborted.exchange(true);
     if (first) {
         if (unit->IsCompleted())
             unit->code = detail::kCodeCancelled;

@@ -110,6 +110,7 @@ void Curl::EndAll() {
         TakeOff(unit);
         unit->pauseBuffer.clear();
         unit->code = detail::kCodeCancelled;
+        unit->aborted = false;
         if (unit->state.Change(UnitState::Completed))
             s.completed.push_back(unit);
     }
@@ -276,6 +277,7 @@ int Curl::Complete(UnitObject* unit) {
     if (unit->IsAborted())
         unit->code = detail::kCodeCancelled;
     unit->pauseBuffer.clear();
+    unit->aborted = false;
     if (!unit->state.Change(UnitState::Completed))
         return 0;
     s.completed.push_back(unit);

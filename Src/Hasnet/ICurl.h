@@ -89,8 +89,11 @@ public:
     /// @return the unit's code; -1 for a null unit; 0 for a unit that was ended before
     virtual int EndDownload(UnitObject*& unit) = 0;
 
-    /// Asks a download to stop; it completes soon after with code -12.
-    /// @return 1 when asked, 0 when it had been asked before or `unit` is null
+    /// Asks a download to stop; it completes soon after with code -12. One that has completed gets
+    /// that code in place of its own.
+    /// @return 1 when asked; 0 when it had been asked before and has not come to its end since, has
+    ///         been ended, or is null. A cancelled download that has completed may therefore be
+    ///         cancelled once more, which changes nothing
     virtual int Cancel(UnitObject* unit) = 0;
 
     /// Holds a download; its connection stays open and no bytes are handed out.

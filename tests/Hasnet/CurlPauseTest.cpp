@@ -166,8 +166,10 @@ TEST_F(CurlPauseTest, CancelledUnitCompletesWithMinus12) {
     engine->StartLoop();
     UnitObject* unit = beginHalfway();
     LogCapture log;
+    engine->LockMutItem(); // The transfer's end would take the first cancel's mark back.
     EXPECT_EQ(engine->Cancel(unit), 1);
     EXPECT_EQ(engine->Cancel(unit), 0);
+    engine->UnlockMutItem();
     EXPECT_EQ(engine->EndDownload(unit), -12);
     EXPECT_EQ(log.count("<< Curl::Cancel_unlock"), 2);
     EXPECT_EQ(log.count("111"), 1);
@@ -203,6 +205,45 @@ TEST_F(CurlPauseTest, CancelOfACompletedUnitSetsItsCode) {
     EXPECT_EQ(engine->Cancel(unit), 0);
     EXPECT_EQ(engine->EndDownload(unit), -12);
     EXPECT_EQ(engine->Cancel(unit), 0);
+}
+
+TEST_F(CurlPauseTest, CancelledTransferThatHasCompletedMayBeCancelledOnceMore) {
+    engine->StartLoop();
+    UnitObject* unit = beginHalfway();
+    EXPECT_EQ(engine->Cancel(unit), 1);
+    EXPECT_TRUE(completes(unit));
+    EXPECT_EQ(engine->Cancel(unit), 1);
+    EXPECT_EQ(engine->Cancel(unit), 0);
+    EXPECT_EQ(engine->EndDownload(unit), -12);
+}
+
+TEST_F(CurlPauseTest, CancelledWhileHeldBytesWaitMayBeCancelledOnceMore) {
+    // libcurl is done; the unit waits for its owner, paused.
+    origin.on("/a", Reply().body("end"));
+    owner.onData = [&](UnitObject* unit, const std::string&) { return engine->Pause(unit); };
+    engine->StartLoop();
+    UnitObject* unit = beginPath("/a");
+    EXPECT_TRUE(eventually([&] { return engine->IsPause(unit); }));
+    EXPECT_EQ(engine->Cancel(unit), 1);
+    EXPECT_TRUE(completes(unit));
+    EXPECT_EQ(engine->Cancel(unit), 1);
+    EXPECT_EQ(engine->EndDownload(unit), -12);
+    EXPECT_EQ(owner.body(unit), "");
+}
+
+TEST_F(CurlPauseTest, OutcomeOfACancelledUnitIsMinus12AndTakesTheCancelBack) {
+    origin.on("/a", Reply().body("x"));
+    UnitObject* unit = beginPath("/a");
+    while (engine->RunOnce() == 0) {
+    }
+    EXPECT_EQ(engine->Cancel(unit), 1);
+    LogCapture log;
+    EXPECT_EQ(engine->ResultIf(unit, CURLE_RECV_ERROR, 200, -1), -12);
+    EXPECT_THAT(log.messages("Curl.cpp"), Contains(HasSubstr("pause(0), interrupt(1), has(-20)")));
+    EXPECT_EQ(engine->ResultIf(unit, CURLE_RECV_ERROR, 200, -1), -20);
+    EXPECT_EQ(engine->Cancel(unit), 1);
+    EXPECT_EQ(engine->Cancel(unit), 0);
+    EXPECT_EQ(engine->EndDownload(unit), -12);
 }
 
 TEST_F(CurlPauseTest, CancelBeforeTheFirstPassSendsNothing) {

@@ -28,7 +28,7 @@ void UnitObject::Prepare(const std::string& newUrl, int index, bool newKeepInfo,
     notPausable = false;
     queued = false;
     endRequested = false;
-    cancelMark = false;
+    aborted = false;
     resetMark = false;
     ++generation;
     pauseBuffer.clear();

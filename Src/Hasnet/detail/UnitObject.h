@@ -70,9 +70,10 @@ public:
     std::atomic<bool> queued{false};
     /// Somebody collects the unit, or has. Set under the item lock, by one who will.
     std::atomic<bool> endRequested{false};
-    /// The owner has cancelled it; stays until the next request, so that a second Cancel() is told
-    /// so whether or not the transfer has noticed the first.
-    std::atomic<bool> cancelMark{false};
+    /// The owner has cancelled it and nobody has acted on that: a second Cancel() is told so. The
+    /// transfer's end takes the mark back, so a completed unit may be cancelled (once more). State
+    /// Aborted, besides, is what holds the bytes off and stops the transfer.
+    std::atomic<bool> aborted{false};
     /// A Reset() is getting rid of it.
     std::atomic<bool> resetMark{false};
     /// Counts the requests that the slot has served.
