@@ -6,6 +6,8 @@
 
 #include <gmock/gmock.h>
 
+#include <climits>
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -190,6 +192,13 @@ TEST_F(CurlResultTest, UnknownResultsCarryStatusAndResultUntilTheRetryRules) {
     EXPECT_EQ(engine->ResultIf(unit, static_cast<CURLcode>(60), 301, -1), -20);
     EXPECT_THAT(log.messages("Curl.cpp"), Contains(HasSubstr("has(-160), Curl(60), http(0)")));
     EXPECT_THAT(log.messages("Curl.cpp"), Contains(HasSubstr("has(-301160), Curl(60), http(301)")));
+}
+
+TEST_F(CurlResultTest, StatusAtTheEndsOfItsRangeGivesACode) {
+    origin.on("/a", Reply().body("12345"));
+    UnitObject* unit = settledUnit("/a");
+    EXPECT_EQ(engine->ResultIf(unit, static_cast<CURLcode>(60), LONG_MIN, -1), -160);
+    EXPECT_EQ(engine->ResultIf(unit, static_cast<CURLcode>(60), LONG_MAX, -1), 840);
 }
 
 TEST_F(CurlResultTest, FailureAfterAllDataKeepsItsCode) {

@@ -37,9 +37,10 @@ int codeOf(CURLcode result, long httpStatus) {
     default:
         break;
     }
-    // A server may send any number as its status; the sum is brought back to 32 bits.
-    const long long code = -1000LL * httpStatus - static_cast<int>(result) - 100;
-    return static_cast<int>(static_cast<unsigned int>(static_cast<unsigned long long>(code)));
+    // Without a sign, as a status may be any number; the low 32 bits of the sum are the code.
+    const unsigned long long sum = 1000ULL * static_cast<unsigned long long>(httpStatus) +
+                                   static_cast<unsigned long long>(result) + 100U;
+    return static_cast<int>(static_cast<unsigned int>(0 - sum));
 }
 
 bool isRetriedStatus(long httpStatus) {
