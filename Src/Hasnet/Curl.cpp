@@ -345,13 +345,9 @@ int Curl::OnBodyDownload(UnitObject* unit, unsigned char* data, unsigned int siz
     CountArrival(unit, size);
     if (unit->IsAborted())
         return -1;
-    if (!unit->pauseBuffer.empty()) {
-        HAS_LOG("Curl::OnBodyDownload - Pause Buffer Load %d",
-                static_cast<int>(unit->pauseBuffer.size()));
-        DeliverHeld(unit);
-        if (unit->IsAborted())
-            return -1;
-    }
+    LoadHeld(unit);
+    if (unit->IsAborted())
+        return -1;
     const unsigned int fresh = detail::deliverableBytes(size, unit->received, unit->skipBytes);
     if (fresh > 0)
         CallTransfer(unit, unit->code, data + (size - fresh), fresh, part);
@@ -388,9 +384,18 @@ void Curl::CountArrival(UnitObject* unit, unsigned int size) {
         ev->AddRxTimeInfo(low32(previous), low32(now), size);
 }
 
+void Curl::LoadHeld(UnitObject* unit) {
+    unit->itemLock.AssertHeld();
+    if (unit->pauseBuffer.empty() || unit->IsPaused())
+        return;
+    HAS_LOG("Curl::OnBodyDownload - Pause Buffer Load %d",
+            static_cast<int>(unit->pauseBuffer.size()));
+    DeliverHeld(unit);
+}
+
 void Curl::DeliverHeld(UnitObject* unit) {
     unit->itemLock.AssertHeld();
-    if (unit->pauseBuffer.empty())
+    if (unit->pauseBuffer.empty() || unit->IsPaused())
         return;
     std::vector<unsigned char> held = std::exchange(unit->pauseBuffer, {});
     CallTransfer(unit, unit->code, held.data(), static_cast<unsigned int>(held.size()), -1);

@@ -164,6 +164,7 @@ private:
                        int part);
     void KeepForLater(UnitObject* unit, const unsigned char* data, unsigned int size);
     void CountArrival(UnitObject* unit, unsigned int size);
+    void LoadHeld(UnitObject* unit);
     void DeliverHeld(UnitObject* unit);
     void CallTransfer(UnitObject* unit, int code, unsigned char* data, unsigned int size, int part);
     void OnHeaderDownload(UnitObject* unit, const char* line, unsigned int length);

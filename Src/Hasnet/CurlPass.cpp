@@ -141,8 +141,11 @@ int Curl::Process() {
     if (!s.quit) {
         const PassMark mark(s);
         s.wake.Drain();
-        RunTransfers();
-        if (!s.quit) // Else what it has cut off is not reaped as a failure.
+        // One that waited for its resume: there is no traffic to wait for.
+        result = CompleteHeld();
+        if (result == 0 && !s.quit)
+            RunTransfers();
+        if (result == 0 && !s.quit) // Else what it has cut off is not reaped as a failure.
             result = CompleteHeld() != 0 ? 1 : ReapOne();
     }
     if (s.quit)
@@ -225,13 +228,16 @@ void Curl::ApplyPause(UnitObject* unit) {
     unit->itemLock.AssertHeld();
     if (!unit->queued || !unit->inMulti)
         return;
-    const bool pause = unit->IsPaused();
     if (std::exchange(unit->limitsDue, false)) {
-        if (pause)
+        if (unit->IsPaused())
             detail::setPausedLimits(*unit->easy);
         else
             detail::setResumedLimits(*unit->easy, unit->pausedTotal);
     }
+    // First of all, as nothing else may come that would bring it out. The owner may pause or cancel
+    // the unit from inside.
+    LoadHeld(unit);
+    const bool pause = unit->IsPaused();
     if (pause == unit->curlPaused)
         return;
     if (pause) {

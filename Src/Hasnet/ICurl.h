@@ -101,7 +101,8 @@ public:
     /// null
     virtual int Pause(UnitObject* unit) = 0;
 
-    /// Lets a paused download go on. A resumed transfer is aborted when it stays below 2048 bytes/s
+    /// Lets a paused download go on: the next pass hands out what has arrived meanwhile, whether or
+    /// not the server sends more. A resumed transfer is aborted when it stays below 2048 bytes/s
     /// for 28 s, or takes longer than 120 s plus the time it was paused.
     /// @return 1 when it runs now (also when it was not paused), 0 on failure or when null
     virtual int Resume(UnitObject* unit) = 0;

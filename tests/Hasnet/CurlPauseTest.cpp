@@ -218,7 +218,7 @@ TEST_F(CurlPauseTest, CancelledTransferThatHasCompletedMayBeCancelledOnceMore) {
 }
 
 TEST_F(CurlPauseTest, CancelledWhileHeldBytesWaitMayBeCancelledOnceMore) {
-    // libcurl is done; the unit waits for its owner, paused.
+    // The engine holds the whole body for the owner.
     origin.on("/a", Reply().body("end"));
     owner.onData = [&](UnitObject* unit, const std::string&) { return engine->Pause(unit); };
     engine->StartLoop();
