@@ -32,6 +32,7 @@
 #include <Hasnet/CurlMsg.h>
 #include <Hasnet/CurlMulti.h>
 #include <Hasnet/Curl_HLS.h>
+#include <Hasnet/DownloadFailure.h>
 #include <Hasnet/IBandwidthChecker.h>
 #include <Hasnet/IBitrateSwitcher.h>
 #include <Hasnet/ICurl.h>

@@ -14,6 +14,7 @@
 #include <Hasnet/detail/ResultCode.h>
 #include <Hasnet/detail/SocketBuffers.h>
 #include <Hasnet/detail/TransferLimits.h>
+#include <Hasnet/detail/TransferReport.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -223,6 +224,7 @@ void Curl::SetBodyEasyDownloadOPT(UnitObject* unit) {
     if (!options.proxy.empty())
         HAS_LOG("\n SET PROXY ");
     unit->headers = options.headerList;
+    unit->sockets = {&s.highSockets, {}};
 
     detail::EasyRequest request;
     request.options = &options;
@@ -232,7 +234,7 @@ void Curl::SetBodyEasyDownloadOPT(UnitObject* unit) {
     request.engineInfo = s.engineInfo;
     request.errorBuffer = unit->errorBuffer.data();
     request.unit = unit;
-    request.highSockets = &s.highSockets;
+    request.sockets = &unit->sockets;
     detail::setOptions(*unit->easy, request, {EasyDownloadCB, HeaderCB, ProgressCB});
 }
 
@@ -269,6 +271,7 @@ void Curl::AddBegun(UnitObject* unit) {
         HAS_LOG("curl_multi_add_handle call failed. (code = %d)", s.multi->GetLastError());
         result = CURLE_FAILED_INIT;
     }
+    unit->report = detail::reportWithoutTransfer(result);
     ResultIf(unit, result, 0, -1);
     unit->finished = true;
 }
@@ -302,6 +305,8 @@ int Curl::ReapOne() {
             result, static_cast<int>(status));
     TakeOff(unit);
     unit->httpStatus = status;
+    unit->report = detail::reportOf(*unit->easy, static_cast<CURLcode>(result),
+                                    unit->errorBuffer.data(), unit->sockets.peer);
     ResultIf(unit, static_cast<CURLcode>(result), status, -1);
     unit->finished = true;
     return Complete(unit);
@@ -741,6 +746,19 @@ bool Curl::GetUnitInfo(UnitObject* unit, UnitInfo& info) {
     info.received = static_cast<long long>(unit->received.load());
     info.contentLength = total == 0 ? -1 : static_cast<long long>(total);
     info.infoIndex = unit->infoIndex;
+    return true;
+}
+
+bool Curl::GetFailure(UnitObject* unit, DownloadFailure& failure) {
+    if (unit == nullptr) {
+        HAS_LOG_NO_UNIT();
+        return false;
+    }
+    const ItemGuard lock(m_state->itemLock);
+    unit->itemLock.AssertHeld();
+    if (!unit->IsCompleted() && !unit->state.Is(UnitState::Ended))
+        return false;
+    failure = unit->report;
     return true;
 }
 

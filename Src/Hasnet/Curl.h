@@ -2,6 +2,7 @@
 /// The HTTP download engine.
 #pragma once
 
+#include <Hasnet/DownloadFailure.h>
 #include <Hasnet/ICurl.h>
 #include <Hasnet/curl_thread_option.h>
 
@@ -107,6 +108,14 @@ public:
     /// Reads what is known of a download so far; any thread may call until EndDownload().
     /// @return false for a null unit
     bool GetUnitInfo(UnitObject* unit, UnitInfo& info);
+
+    /// Reads how a download that has completed went, in libcurl's terms: the unit code merges most
+    /// failures, see ICurl. To be called before EndDownload(), from any thread; it tells of the
+    /// last transfer, whatever a Cancel() after it has made of the code.
+    /// @param failure  receives the record, also of a download that succeeded
+    /// @return false for a null unit, and for one that has not completed; `failure` is then
+    ///         untouched
+    bool GetFailure(UnitObject* unit, DownloadFailure& failure);
 
     /// EndDownload(), Resume() and Cancel() for a caller that holds the item lock. While
     /// EndDownload_unlock() waits, the lock is given up.

@@ -8,6 +8,7 @@
 #include <Hasnet/detail/Low32.h>
 #include <Hasnet/detail/ResultCode.h>
 #include <Hasnet/detail/TransferLimits.h>
+#include <Hasnet/detail/TransferReport.h>
 
 #include <algorithm>
 #include <chrono>
@@ -109,6 +110,7 @@ void Curl::EndAll() {
             continue;
         TakeOff(unit);
         unit->pauseBuffer.clear();
+        unit->report = detail::reportWithoutTransfer(CURLE_ABORTED_BY_CALLBACK);
         unit->code = detail::kCodeCancelled;
         unit->aborted = false;
         if (unit->state.Change(UnitState::Completed))

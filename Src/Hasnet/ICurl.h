@@ -23,10 +23,25 @@ namespace hascommon {
 /// called from any thread, also from inside a callback. None of them waits for a transfer, except
 /// EndDownload(), Reset() and Quit().
 ///
-/// **Unit codes.** 0 success; -12 cancelled; -16 proxy not resolved; -17 host not resolved; -18 no
-/// connection; -19 send error; -20 receive error or HTTP status that is not retried; -23 HTTP
-/// error; -25 TLS error; -26 body cut short; -53 timed out; -54 retry limit of a retried HTTP
-/// status reached; any other libcurl result gives -1000 x status - result - 100.
+/// **Units and hosts.** A unit stays with the host of its first request for as long as the engine
+/// lives; hosts after the ninth count as one. A request for a host takes the first free unit that
+/// is the host's or nobody's yet. So BeginDownload2() answers -1 although units are free once all
+/// of these serve other hosts: an owner keeps the number of downloads at once below 20, waits for
+/// one of the host's own units, or takes another engine.
+///
+/// **Unit codes.** What an owner sees: 0 success; -12 cancelled; -20 no connection, no TLS, no
+/// answer, or an HTTP status that is not retried; -23 HTTP status 403, 404, 500, 503 or 504; -26
+/// body cut short; -53 timed out. Behind the codes is a table: -16 proxy not resolved, -17 host not
+/// resolved, -18 no connection, -19 send error, -20 receive error, -23 HTTP error, -25 TLS error
+/// and for any other libcurl result -1000 x status - result - 100. But for a failure with one of
+/// the five statuses, or one that comes when the whole body is there, which keep their code, the
+/// retry rules turn all of these into -20. -54 (too many retries of a status) comes only where
+/// retries outlive their request, which no operation here asks for. What really happened, libcurl's
+/// result and words, the status and the peer, is had from Curl::GetFailure().
+///
+/// **Retries are the owner's.** The engine never repeats a request. It paces the owner: every
+/// completion with one of the five statuses, and every body cut short, holds the whole engine, with
+/// all its transfers, for half a second.
 class HAS_API ICurl {
 public:
     virtual ~ICurl();
@@ -62,7 +77,8 @@ public:
     /// @param unit      receives the unit; untouched unless the request was begun
     /// @param flag      stored, not looked at
     /// @param userData  the owner's pointer, see GetData()
-    /// @return 0 when begun, and also for a stale key; -1 when no unit was free, the URL holds no
+    /// @return 0 when begun, and also for a stale key; -1 when no unit was free for the URL's host
+    ///         (see "Units and hosts"), the URL holds no
     ///         "http", the engine has quit, or a Reset() came before the request was handed over;
     ///         -13 for an empty URL
     /// @throws std::exception when libcurl has no handle to give

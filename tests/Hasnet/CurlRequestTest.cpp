@@ -298,6 +298,8 @@ TEST_F(CurlRequestTest, NullUnitIsLoggedHighlightedByEveryOperation) {
     logs("GetSize", [&] { EXPECT_EQ(engine->GetSize(none), 0U); });
     logs("ResultIf", [&] { EXPECT_EQ(engine->ResultIf(none, CURLE_OK, 200, -1), -1); });
     logs("GetUnitInfo", [&] { EXPECT_FALSE(engine->GetUnitInfo(none, info)); });
+    hascommon::DownloadFailure failure;
+    logs("GetFailure", [&] { EXPECT_FALSE(engine->GetFailure(none, failure)); });
 }
 
 TEST_F(CurlRequestTest, EndTwiceIsZeroTheSecondTime) {

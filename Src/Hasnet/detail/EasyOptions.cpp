@@ -2,6 +2,7 @@
 
 #include <Hascommon/GURL.h>
 #include <Hasnet/detail/TransferLimits.h>
+#include <Hasnet/detail/TransferReport.h>
 
 #include <openssl/evp.h>
 #include <sys/select.h>
@@ -21,11 +22,14 @@ const void* asFunction(Function* function) {
     return reinterpret_cast<const void*>(function);
 }
 
-/// Opens a socket as libcurl would itself, and tells when select cannot wait for it.
-curl_socket_t openSocket(void* highSockets, curlsocktype, curl_sockaddr* address) {
+/// Opens a socket as libcurl would itself, and tells its address and when select cannot wait for
+/// it.
+curl_socket_t openSocket(void* pointer, curlsocktype, curl_sockaddr* address) {
+    auto& watch = *static_cast<SocketWatch*>(pointer);
     const int fd = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
     if (fd >= FD_SETSIZE)
-        *static_cast<std::atomic<bool>*>(highSockets) = true;
+        *watch.highSockets = true;
+    watch.peer = peerText(address->addr, address->addrlen);
     return fd;
 }
 
@@ -83,7 +87,7 @@ void setBounds(ICurlEasy& easy, const EasyRequest& request) {
     // A proxy's answer to CONNECT is not the server's: no cookie or date is taken from it.
     easy.SetOpt(CURLOPT_SUPPRESS_CONNECT_HEADERS, asOption(1));
     easy.SetOpt(CURLOPT_OPENSOCKETFUNCTION, asFunction(openSocket));
-    easy.SetOpt(CURLOPT_OPENSOCKETDATA, request.highSockets);
+    easy.SetOpt(CURLOPT_OPENSOCKETDATA, request.sockets);
 }
 
 } // namespace

@@ -3,8 +3,8 @@
 
 #include <Hasnet/ICurlEasy.h>
 #include <Hasnet/detail/CurlState.h>
+#include <Hasnet/detail/SocketWatch.h>
 
-#include <atomic>
 #include <string>
 
 namespace hascommon::detail {
@@ -25,8 +25,8 @@ struct EasyRequest {
     unsigned int engineInfo = 0;
     char* errorBuffer = nullptr;
     void* unit = nullptr;
-    /// Set when libcurl opens a socket that select cannot wait for.
-    std::atomic<bool>* highSockets = nullptr;
+    /// Is told of the sockets that libcurl opens.
+    SocketWatch* sockets = nullptr;
 };
 
 /// Sets the handle back and gives it all options of the request.

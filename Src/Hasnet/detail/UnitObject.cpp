@@ -32,6 +32,7 @@ void UnitObject::Prepare(const std::string& newUrl, int index, bool newKeepInfo,
     resetMark = false;
     ++generation;
     pauseBuffer.clear();
+    report = {};
     location.clear();
     hopLocation.clear();
     inHeaders = false;

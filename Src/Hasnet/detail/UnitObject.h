@@ -1,9 +1,11 @@
 // One download.
 #pragma once
 
+#include <Hasnet/DownloadFailure.h>
 #include <Hasnet/ICurlFactory.h>
 #include <Hasnet/detail/HeaderList.h>
 #include <Hasnet/detail/ItemLock.h>
+#include <Hasnet/detail/SocketWatch.h>
 #include <Hasnet/detail/UnitState.h>
 
 #include <array>
@@ -42,7 +44,8 @@ public:
     // Written before the request is handed to the pass.
     int infoIndex = 0;
     std::string url;
-    EasyPointer easy; ///< the pass's alone while it is in the multi handle
+    EasyPointer easy;            ///< the pass's alone while it is in the multi handle
+    detail::SocketWatch sockets; ///< the same
     detail::HeaderList headers;
     std::thread::id beginner;
     bool flag = false;
@@ -89,6 +92,9 @@ public:
     std::string location HAS_GUARDED_BY(itemLock);
     /// Where the response whose headers are coming in redirects to.
     std::string hopLocation HAS_GUARDED_BY(itemLock);
+
+    /// How the transfer went, once libcurl is done with it.
+    DownloadFailure report HAS_GUARDED_BY(itemLock);
 
     /// A response's headers have begun and not ended.
     bool inHeaders HAS_GUARDED_BY(itemLock) = false;

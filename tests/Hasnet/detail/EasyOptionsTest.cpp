@@ -63,7 +63,8 @@ protected:
         m_request.info.url = "http://host/a";
         m_request.errorBuffer = m_errors;
         m_request.unit = this;
-        m_request.highSockets = &m_highSockets;
+        m_sockets.highSockets = &m_highSockets;
+        m_request.sockets = &m_sockets;
     }
 
     void set() { setOptions(m_easy, m_request, {take, take, progress}); }
@@ -72,6 +73,7 @@ protected:
     EasyRequest m_request;
     char m_errors[256] = {};
     std::atomic<bool> m_highSockets{false};
+    SocketWatch m_sockets;
     RecordingEasy m_easy;
 };
 
