@@ -22,6 +22,8 @@ struct DownloadFailure {
     /// code (curl_easy_strerror) where it had none, and empty for success. Names the host, and may
     /// name parts of the URL.
     std::string text;
+    /// The system's error number (errno) where a connection failed, 0 where there was none.
+    int osError = 0;
     /// The status of the last response (RFC 9110, section 15), 0 when there was none.
     long httpStatus = 0;
     /// Numeric address and port of the last connection, tried or made: "192.0.2.1:443" or

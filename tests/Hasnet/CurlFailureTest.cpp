@@ -6,6 +6,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -91,6 +93,7 @@ TEST_F(CurlFailureTest, RefusedConnectionHasTheAddressThatWasTried) {
     EXPECT_EQ(code, -20);
     EXPECT_EQ(failure.curlCode, CURLE_COULDNT_CONNECT);
     EXPECT_NE(failure.text, "");
+    EXPECT_EQ(failure.osError, ECONNREFUSED);
     EXPECT_EQ(failure.peer, localhost(port));
     EXPECT_EQ(failure.firstByte, 0);
 }
@@ -113,9 +116,10 @@ TEST_F(CurlFailureTest, AddressOfVersion6IsInBrackets) {
 TEST_F(CurlFailureTest, ProxyIsThePeer) {
     const int port = test::freePort();
     engine->SetProxy("http://" + localhost(port));
-    EXPECT_EQ(failureOf(origin.url("/a")).peer, localhost(port));
+    const std::string url = "http://behind-a-proxy.invalid/"; // Not one that goes past proxies.
+    EXPECT_EQ(failureOf(url).peer, localhost(port));
     engine->SetProxy("http://no-such-proxy.invalid:1");
-    const DownloadFailure failure = failureOf(origin.url("/a"));
+    const DownloadFailure failure = failureOf(url);
     EXPECT_EQ(failure.curlCode, CURLE_COULDNT_RESOLVE_PROXY);
     EXPECT_THAT(failure.text, HasSubstr("no-such-proxy.invalid"));
 }

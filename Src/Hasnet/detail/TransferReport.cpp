@@ -33,6 +33,9 @@ DownloadFailure reportOf(ICurlEasy& easy, CURLcode result, const char* words,
     if (result != CURLE_OK && *words != '\0')
         report.text = words;
     easy.GetInfoWithLong(CURLINFO_RESPONSE_CODE, &report.httpStatus);
+    long osError = 0;
+    if (result == CURLE_COULDNT_CONNECT && easy.GetInfoWithLong(CURLINFO_OS_ERRNO, &osError))
+        report.osError = static_cast<int>(osError);
     // libcurl names a peer once it is connected, a redirect's hop before included.
     const std::string connected = connectedPeer(easy);
     const bool isRefused = result == CURLE_COULDNT_CONNECT;
