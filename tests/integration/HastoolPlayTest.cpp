@@ -209,6 +209,8 @@ TEST_F(HastoolPlay, CountsStallsWhenMediaComesTooSlowly) {
     const json trace = play({"--max-segments", "2", master()});
     EXPECT_EQ(m_summary["stalls"], 1) << trace.dump(1);
     EXPECT_GT(m_summary["stall_s"], 0.2);
+    EXPECT_NE(m_err.find(" s  stall: no media at 2.0 s\n"), std::string::npos) << m_err;
+    EXPECT_NE(m_err.find(" s  stall: over after "), std::string::npos) << m_err;
 }
 
 TEST_F(HastoolPlay, HoldsNoMoreThanItsBuffer) {
@@ -266,6 +268,8 @@ TEST_F(HastoolPlay, SurvivesMissingSegmentsAndCutConnections) {
     EXPECT_EQ(trace[1]["retries"], 1);
     EXPECT_EQ(trace[2]["retries"], 1);
     EXPECT_EQ(m_summary["retries"], 4);
+    EXPECT_NE(m_err.find(" s  retry: 0.ts: retry 2 of 20, HTTP 503\n"), std::string::npos) << m_err;
+    EXPECT_NE(m_err.find(" s  retry: 1.ts: retry 1 of 20, body cut short\n"), std::string::npos);
     EXPECT_EQ(m_origin.requests("/v/0/1.ts").at(1).header("Range"), "bytes=10000-");
 }
 

@@ -159,6 +159,7 @@ TEST_F(HastoolReport, ShowsTheSummary) {
     EXPECT_TRUE(has(text, figure("Downloads", m_summary["downloads"].dump() + ", 1 retry")));
     EXPECT_TRUE(has(text, figure("Switches", m_summary["switches_up"].dump() + " up, " +
                                                  m_summary["switches_down"].dump() + " down")));
+    EXPECT_TRUE(has(text, "retry 1 of 20, HTTP ")) << "the event";
     EXPECT_TRUE(has(text, "/3.ts: ") && has(text, "; skipped</td></tr>")) << "the trouble";
 }
 
@@ -218,6 +219,7 @@ TEST_F(HastoolReport, TellsHowLongPlayAndTransfersStoodStill) {
     const json data = dataIn(readFile(page()));
     ASSERT_EQ(data["stalls"].size(), 1U);
     EXPECT_EQ(summary["stalls"], 1);
+    EXPECT_TRUE(has(readFile(page()), "<td>stall</td><td>no media at ")) << "the event";
     const auto length = [](const json& range) {
         return range[1].get<double>() - range[0].get<double>();
     };

@@ -1,6 +1,7 @@
 #include <hastool/engine/Downloader.h>
 #include <hastool/engine/OutputFile.h>
 #include <support/FaultOrigin.h>
+#include <support/FreePort.h>
 #include <support/Nginx.h>
 #include <support/TempDir.h>
 
@@ -84,6 +85,90 @@ TEST_F(DownloaderTest, RepeatsOnlySoOften) {
     EXPECT_EQ(outcome.retries, 1);
     EXPECT_EQ(m_origin.requests("/a").size(), 2U);
     EXPECT_EQ(outcome.failure.rfind("HTTP 500 (code ", 0), 0U) << outcome.failure;
+}
+
+TEST_F(DownloaderTest, NamesWhatFailedAndTheAddress) {
+    const std::string port = std::to_string(test::freePort());
+    const Outcome refused = get({"http://127.0.0.1:" + port + "/", std::nullopt});
+    EXPECT_EQ(refused.code, -20);
+    EXPECT_EQ(refused.failure.rfind("connection refused: ", 0), 0U) << refused.failure;
+    EXPECT_NE(refused.failure.find("(code -20, 127.0.0.1:" + port + ")"), std::string::npos)
+        << refused.failure;
+    const Outcome unknown = get({"http://no-such-host.invalid/", std::nullopt});
+    EXPECT_EQ(unknown.failure.rfind("host not found: ", 0), 0U) << unknown.failure;
+    m_origin.on("/loop", Reply().redirect("/loop"));
+    const Outcome loop = get("/loop");
+    EXPECT_EQ(loop.failure.rfind("too many redirects: ", 0), 0U) << loop.failure;
+    const test::Nginx server;
+    const test::Nginx other;
+    m_options.caFile = other.caFile();
+    const Outcome untrusted = get({server.tlsUrl("/"), std::nullopt});
+    EXPECT_EQ(untrusted.failure.rfind("TLS certificate not accepted: ", 0), 0U)
+        << untrusted.failure;
+    m_options.proxy = "http://127.0.0.1:" + port;
+    const Outcome proxied = get({"http://behind-a-proxy.invalid/", std::nullopt});
+    EXPECT_NE(proxied.failure.find("(code -20, proxy 127.0.0.1:" + port + ")"), std::string::npos)
+        << proxied.failure;
+}
+
+TEST_F(DownloaderTest, TellsEachRepetitionBeforeItIsMade) {
+    const Reply whole = Reply().body(pattern(1000));
+    m_origin.on("/a", {Reply().status(404), Reply(whole).closedAt(Stage::InBody, 400), whole});
+    Downloader downloader(m_options);
+    MemorySink sink(kLimit);
+    std::vector<std::string> told;
+    std::vector<size_t> requestsBefore;
+    Downloader::Id id = 0;
+    downloader.onRetry([&](Downloader::Id which, const std::string& what) {
+        EXPECT_EQ(which, id);
+        told.push_back(what);
+        requestsBefore.push_back(m_origin.requests("/a").size());
+    });
+    id = downloader.add({m_origin.url("/a"), std::nullopt}, sink);
+    while (downloader.pump())
+        std::this_thread::sleep_for(1ms);
+    EXPECT_TRUE(downloader.outcome(id)->ok);
+    EXPECT_EQ(told, (std::vector<std::string>{"retry 1 of 20, HTTP 404",
+                                              "retry 2 of 20, body cut short"}));
+    EXPECT_EQ(requestsBefore, (std::vector<size_t>{1, 2}));
+}
+
+TEST_F(DownloaderTest, PausesLongerBeforeEachRepetition) {
+    m_options.maxRetries = 3;
+    m_options.retryPause = 200ms;
+    m_origin.on("/a", Reply().status(503));
+    EXPECT_EQ(get("/a").retries, 3);
+    const std::vector<test::Request> requests = m_origin.requests("/a");
+    ASSERT_EQ(requests.size(), 4U);
+    for (size_t i = 1; i <= 3; ++i) // besides the engine's own half second
+        EXPECT_GE(requests.at(i).time - requests.at(i - 1).time, 500ms + 100ms * (1 << i)) << i;
+}
+
+TEST_F(DownloaderTest, CancelEndsThePauseBeforeARepetition) {
+    m_options.retryPause = 30s;
+    m_origin.on("/a", Reply().status(503));
+    m_origin.on("/b", Reply().body("meanwhile"));
+    Downloader downloader(m_options);
+    MemorySink sink(kLimit);
+    MemorySink other(kLimit);
+    bool repeats = false;
+    downloader.onRetry([&](Downloader::Id, const std::string&) { repeats = true; });
+    const Downloader::Id id = downloader.add({m_origin.url("/a"), std::nullopt}, sink);
+    while (!repeats) {
+        ASSERT_TRUE(downloader.pump());
+        std::this_thread::sleep_for(1ms);
+    }
+    const Downloader::Id behind = downloader.add({m_origin.url("/b"), std::nullopt}, other);
+    while (downloader.outcome(behind) == nullptr) {
+        ASSERT_TRUE(downloader.pump());
+        std::this_thread::sleep_for(1ms);
+    }
+    EXPECT_TRUE(downloader.outcome(behind)->ok);
+    EXPECT_EQ(downloader.outcome(id), nullptr);
+    downloader.cancelAll();
+    EXPECT_FALSE(downloader.pump());
+    EXPECT_EQ(downloader.outcome(id)->failure, "cancelled (code -12)");
+    EXPECT_EQ(m_origin.requests("/a").size(), 1U);
 }
 
 TEST_F(DownloaderTest, ContinuesABodyCutShort) {

@@ -45,6 +45,16 @@ TEST(PlayProgress, PrintsALineForEachSegment) {
               std::string::npos);
 }
 
+TEST(PlayProgress, TellsStallsBehindASegment) {
+    EXPECT_NE(printed([](PlayProgress& progress) {
+                  TraceRow late = row();
+                  late.stalls = 2;
+                  late.stallTime = 3.25;
+                  progress.onSegment(late);
+              }).find("bandwidth not measured  stalls 2, 3.2 s\n"),
+              std::string::npos);
+}
+
 TEST(PlayProgress, LeavesASkippedSegmentToItsTrouble) {
     EXPECT_EQ(printed([](PlayProgress& progress) {
                   TraceRow skipped = row();

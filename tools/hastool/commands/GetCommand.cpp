@@ -147,6 +147,8 @@ void GetCommand::runJobs(Downloader& downloader, Terminal& terminal) {
         job.file = openOutput(job.path);
         job.id = downloader.add({job.url, parseRange(m_range)}, *job.file);
     }
+    downloader.onRetry(
+        [&](Downloader::Id id, const std::string& what) { tellRetry(id, what, terminal); });
     m_lastProgress = steady_clock::now();
     bool cancelled = false;
     bool isRunning = true;
@@ -160,6 +162,13 @@ void GetCommand::runJobs(Downloader& downloader, Terminal& terminal) {
             cancelled = true;
         }
         std::this_thread::sleep_for(kPumpInterval);
+    }
+}
+
+void GetCommand::tellRetry(Downloader::Id id, const std::string& what, Terminal& terminal) const {
+    for (const Job& job : m_jobs) {
+        if (job.id == id)
+            terminal.line(job.path + ": " + what);
     }
 }
 

@@ -42,6 +42,7 @@ private:
     std::unique_ptr<OutputFile> openOutput(const std::string& path) const;
     void runJobs(Downloader& downloader, Terminal& terminal);
     void collect(Downloader& downloader, Job& job, Terminal& terminal);
+    void tellRetry(Downloader::Id id, const std::string& what, Terminal& terminal) const;
     void showProgress(const Downloader& downloader, Terminal& terminal);
     bool isProgressDue(const Terminal& terminal);
     bool reportFailures(Terminal& terminal) const;

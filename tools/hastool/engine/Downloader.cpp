@@ -18,9 +18,18 @@ constexpr int kCancelled = -12;
 constexpr int kCutShort = -26;
 constexpr int kRetryLimit = -54;
 constexpr long kPartialContent = 206;
+constexpr std::chrono::milliseconds kMaxRetryPause{30000};
 
 bool isRetriedStatus(long status) {
     return status == 403 || status == 404 || status == 500 || status == 503 || status == 504;
+}
+
+/// The pause before the n-th repetition, from 1.
+std::chrono::milliseconds pauseBefore(int retry, std::chrono::milliseconds first) {
+    std::chrono::milliseconds pause = first;
+    for (int i = 1; i < retry && pause < kMaxRetryPause; ++i)
+        pause *= 2;
+    return std::min(pause, kMaxRetryPause);
 }
 
 } // namespace
@@ -84,6 +93,10 @@ bool Downloader::pump() {
 void Downloader::beginQueued() {
     for (size_t i = 0; i < m_queue.size() && m_running < m_parallel;) {
         Transfer& transfer = *m_transfers.at(m_queue[i]);
+        if (transfer.notBefore > std::chrono::steady_clock::now()) {
+            ++i;
+            continue;
+        }
         Begun begun = begin(transfer);
         if (begun == Begun::NoUnit && m_running == 0 && !m_fresh) {
             openEngine();
@@ -145,8 +158,9 @@ void Downloader::collect() {
 
 /// An attempt has ended: take stock, and queue another one where it helps.
 void Downloader::conclude(Id id, Transfer& transfer, int code) {
-    hascommon::Curl::UnitInfo info;
-    m_curl->GetUnitInfo(transfer.unit, info);
+    Ending ending;
+    m_curl->GetUnitInfo(transfer.unit, ending.info);
+    m_curl->GetFailure(transfer.unit, ending.failure);
     m_curl->EndDownload(transfer.unit);
     transfer.unit = nullptr;
     --m_running;
@@ -155,12 +169,20 @@ void Downloader::conclude(Id id, Transfer& transfer, int code) {
         code = 0;
     else if (code == 0 && transfer.whole && range && transfer.delivered < range->length.value_or(0))
         code = kCutShort;
-    if (isRetried(transfer, code, info.httpStatus)) {
-        ++transfer.retries;
-        m_queue.push_front(id);
-        return;
-    }
-    finish(transfer, code, info);
+    if (isRetried(transfer, code, ending.info.httpStatus))
+        repeat(id, transfer, shortFailureText(code, ending.failure));
+    else
+        finish(transfer, code, ending);
+}
+
+void Downloader::repeat(Id id, Transfer& transfer, const std::string& why) {
+    ++transfer.retries;
+    transfer.notBefore =
+        std::chrono::steady_clock::now() + pauseBefore(transfer.retries, m_options.retryPause);
+    m_queue.push_front(id);
+    if (m_retryHook)
+        m_retryHook(id, "retry " + std::to_string(transfer.retries) + " of " +
+                            std::to_string(m_options.maxRetries) + ", " + why);
 }
 
 bool Downloader::isRetried(const Transfer& transfer, int code, long httpStatus) const {
@@ -171,8 +193,9 @@ bool Downloader::isRetried(const Transfer& transfer, int code, long httpStatus) 
     return code == kCutShort || isRetriedStatus(httpStatus);
 }
 
-void Downloader::finish(Transfer& transfer, int code, const hascommon::Curl::UnitInfo& info) {
+void Downloader::finish(Transfer& transfer, int code, const Ending& ending) {
     using namespace std::chrono;
+    const hascommon::Curl::UnitInfo& info = ending.info;
     Outcome outcome;
     outcome.ok = code == 0;
     outcome.code = code;
@@ -186,7 +209,7 @@ void Downloader::finish(Transfer& transfer, int code, const hascommon::Curl::Uni
     if (transfer.refused)
         outcome.failure = transfer.sink->failure();
     else if (!outcome.ok)
-        outcome.failure = resultText(code, info.httpStatus);
+        outcome.failure = failureText(code, ending.failure, !m_options.proxy.empty());
     transfer.outcome = std::move(outcome);
 }
 

@@ -28,6 +28,8 @@ struct EngineOptions {
     /// A connection that breaks counts as a body cut short, which is retried.
     bool retriesBrokenConnections = false;
     int maxRetries = 20;
+    /// How long the first repetition waits; each further one twice as long, up to half a minute.
+    std::chrono::milliseconds retryPause{0};
 };
 
 /// How a download ended.
@@ -46,12 +48,15 @@ struct Outcome {
 
 /// Queues downloads over one engine, 20 at once at most, and repeats those that the engine counts
 /// as worth repeating: HTTP 403, 404, 500, 503, 504 and bodies cut short. What is already there is
-/// kept and the rest asked for.
+/// kept and the rest asked for. Each such end holds the engine, and all that runs over it, for half
+/// a second.
 ///
 /// One thread owns the object and calls all operations; sinks are written on the engine's thread.
 class Downloader : private hascommon::ICurlCB {
 public:
     using Id = int;
+    /// Is told of a repetition before it is made: "retry 3 of 20, HTTP 404".
+    using RetryHook = std::function<void(Id id, const std::string& what)>;
 
     /// @param traffic  observes the engine's traffic, borrowed; may be null
     explicit Downloader(EngineOptions options, hascommon::IDownloadEvent* traffic = nullptr);
@@ -61,6 +66,9 @@ public:
 
     /// How many downloads run at once, 1 to 20.
     void setParallel(int count);
+
+    /// Sets what is told of repetitions; called by pump().
+    void onRetry(RetryHook hook) { m_retryHook = std::move(hook); }
 
     /// Queues a download. The sink is borrowed until the download has ended.
     /// @param whole  a range that ends early is a body cut short
@@ -96,6 +104,7 @@ private:
         std::chrono::steady_clock::time_point begun;
         std::optional<Outcome> outcome;
         int retries = 0;
+        std::chrono::steady_clock::time_point notBefore; ///< the next attempt
         bool cancelled = false;
         std::string redirectedTo;
         // Written on the engine's thread:
@@ -119,7 +128,13 @@ private:
     Begun begin(Transfer& transfer);
     void collect();
     void conclude(Id id, Transfer& transfer, int code);
-    void finish(Transfer& transfer, int code, const hascommon::Curl::UnitInfo& info);
+    void repeat(Id id, Transfer& transfer, const std::string& why);
+    /// What a transfer's end told.
+    struct Ending {
+        hascommon::Curl::UnitInfo info;
+        hascommon::DownloadFailure failure;
+    };
+    void finish(Transfer& transfer, int code, const Ending& ending);
     bool isRetried(const Transfer& transfer, int code, long httpStatus) const;
     void takeAnswer(Transfer& transfer, hascommon::UnitObject* unit);
     void deliver(Transfer& transfer, hascommon::UnitObject* unit, const unsigned char* data,
@@ -130,6 +145,7 @@ private:
     std::unique_ptr<hascommon::Curl> m_curl;
     std::map<Id, std::unique_ptr<Transfer>> m_transfers;
     std::deque<Id> m_queue;
+    RetryHook m_retryHook;
     int m_running = 0;
     int m_parallel = 20;
     Id m_nextId = 1;

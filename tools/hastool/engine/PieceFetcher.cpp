@@ -4,6 +4,8 @@
 #include "SegmentDecryptor.h"
 #include "ToolError.h"
 
+#include <Hascommon/GURL.h>
+
 #include <utility>
 
 namespace hastool {
@@ -18,6 +20,12 @@ EngineOptions forPlayer(EngineOptions options) {
     return options;
 }
 
+/// The last part of the URL's path.
+std::string nameIn(const std::string& url) {
+    const std::string path = hascommon::GURL(url).path();
+    return path.substr(path.rfind('/') + 1);
+}
+
 } // namespace
 
 PieceFetcher::PieceFetcher(EngineOptions options, hascommon::IDownloadEvent& traffic,
@@ -27,6 +35,12 @@ PieceFetcher::PieceFetcher(EngineOptions options, hascommon::IDownloadEvent& tra
     , m_keys([this](const std::string& url, std::string& bytes) {
         return fetch({url, std::nullopt}, kMaxKeyBytes, bytes);
     }) {}
+
+void PieceFetcher::onRetry(std::function<void(const std::string& what)> hook) {
+    m_downloader.onRetry([this, hook = std::move(hook)](Downloader::Id, const std::string& what) {
+        hook(m_fetching + ": " + what);
+    });
+}
 
 Document PieceFetcher::document(const Resource& resource) {
     Document document;
@@ -83,6 +97,7 @@ Outcome PieceFetcher::fetch(const Resource& resource, size_t limit, std::string&
 }
 
 Outcome PieceFetcher::fetchInto(const Resource& resource, ByteSink& sink) {
+    m_fetching = nameIn(resource.url);
     Outcome outcome = download(m_downloader, resource, sink, true, m_tick);
     ++m_downloads;
     m_retries += static_cast<uint64_t>(outcome.retries);

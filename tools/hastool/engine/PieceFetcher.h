@@ -21,6 +21,10 @@ public:
     PieceFetcher(EngineOptions options, hascommon::IDownloadEvent& traffic,
                  std::function<void()> tick);
 
+    /// Sets what is told of repetitions, with the name of what is fetched: "7.ts: retry 3 of 20,
+    /// HTTP 404".
+    void onRetry(std::function<void(const std::string& what)> hook);
+
     /// @throws ToolError when it cannot be had
     Document document(const Resource& resource);
     /// @param index  the segment's number, for messages
@@ -48,6 +52,7 @@ private:
     Outcome fetchInto(const Resource& resource, ByteSink& sink);
 
     std::function<void()> m_tick;
+    std::string m_fetching; ///< the name of what is being fetched
     Downloader m_downloader;
     KeyStore m_keys;
     ProtectedContent m_protected;

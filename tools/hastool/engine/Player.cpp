@@ -34,6 +34,12 @@ unsigned int inMs32(milliseconds time) {
     return static_cast<unsigned int>(time.count());
 }
 
+/// "12.3 s".
+std::string tenths(double seconds) {
+    const long long count = std::llround(seconds * 10);
+    return std::to_string(count / 10) + "." + std::to_string(count % 10) + " s";
+}
+
 /// "20240101T000100", UTC.
 std::string dateText(double seconds) {
     return hascommon::has_dateTimeToString(std::llround(seconds * 1000));
@@ -74,6 +80,9 @@ Player::Player(PlayOptions options, PlayObserver& observer)
     , m_buffer(kEnoughToBegin) {
     if (!m_options.trace.empty())
         m_trace.emplace(m_options.trace);
+    m_fetcher.onRetry([this](const std::string& what) {
+        m_observer.onEvent(secondsSinceStart(), "retry", what);
+    });
     if (m_options.pauseAt >= 0)
         m_viewer = {inMilliseconds(m_options.pauseAt), inMilliseconds(m_options.pauseFor)};
 }
@@ -460,11 +469,24 @@ void Player::pollBandwidth() {
 
 /// What begins or ends between two polls is recorded when it does.
 void Player::watchState() {
+    tellStall();
     const bool isSame = isStalled() == m_lastSample.stalled &&
                         m_viewer.isPaused() == m_lastSample.paused &&
                         m_fetcher.isHeld() == m_lastSample.transferHeld;
     if (!isSame)
         takeSample();
+}
+
+void Player::tellStall() {
+    if (isStalled() == m_isStallTold)
+        return;
+    m_isStallTold = !m_isStallTold;
+    const double now = secondsSinceStart();
+    if (m_isStallTold)
+        m_stallBegun = now;
+    const std::string what = m_isStallTold ? "no media at " + tenths(inSeconds(m_buffer.position()))
+                                           : "over after " + tenths(now - m_stallBegun);
+    m_observer.onEvent(now, "stall", what);
 }
 
 void Player::takeSample() {

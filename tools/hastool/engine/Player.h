@@ -80,7 +80,8 @@ public:
     virtual void onSegment(const TraceRow& row) = 0;
     virtual void onSample(const PlaySample& sample) = 0;
     /// The player was told something, or the viewer did something.
-    /// @param kind  "bitrate", "discontinuity", "event", "drm-error", "pause", ...
+    /// @param kind  "bitrate", "discontinuity", "event", "drm-error", "pause", "retry", "stall",
+    /// ...
     virtual void onEvent(double time, const std::string& kind, const std::string& what) = 0;
     /// @param time  seconds since the play began
     virtual void onSwitch(double time, int from, int to) = 0;
@@ -138,6 +139,7 @@ private:
     void holdTransfers();
     void pollBandwidth();
     void watchState();
+    void tellStall();
     void takeSample();
     bool isStalled() const;
     unsigned long long pts() const;
@@ -163,6 +165,8 @@ private:
     TraceRow m_choice;               ///< the fields of the last choice
     double m_pieceBegun = 0;         ///< when the piece was asked for
     PlaySample m_lastSample;
+    bool m_isStallTold = false; ///< its begin, and not its end
+    double m_stallBegun = 0;
     bool m_hasDateTime = false; ///< the first one was told
     std::string m_lastFailure;
     Summary m_summary;

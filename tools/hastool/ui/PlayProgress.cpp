@@ -16,6 +16,12 @@ std::string sized(const std::string& resolution) {
     return resolution.empty() ? "" : " " + resolution;
 }
 
+std::string stalled(const TraceRow& row) {
+    if (row.stalls == 0)
+        return "";
+    return "  stalls " + std::to_string(row.stalls) + ", " + secondsText(row.stallTime);
+}
+
 const char* stateText(const PlayStatus& status) {
     if (status.paused)
         return " PAUSED";
@@ -38,7 +44,7 @@ void PlayProgress::onSegment(const TraceRow& row) {
                     std::to_string(row.index) + "  " + rateText(row.bitrate) +
                     sized(row.resolution) + "  " + sizeText(static_cast<double>(row.bytes)) +
                     " in " + secondsText(row.download) + "  buffer " + secondsText(row.buffer) +
-                    "  bandwidth " + measured(row.mean));
+                    "  bandwidth " + measured(row.mean) + stalled(row));
 }
 
 void PlayProgress::onSwitch(double time, int from, int to) {
