@@ -1,6 +1,7 @@
 #include "Hastool.h"
 
 #include <support/FaultOrigin.h>
+#include <support/FreePort.h>
 #include <support/Nginx.h>
 #include <support/Proxy.h>
 
@@ -84,6 +85,32 @@ TEST_F(HastoolGet, RetriesAndKeepsWhatIsThere) {
     EXPECT_TRUE(readFile(file("a")) == pattern(500000).all());
     EXPECT_EQ(m_origin.requests("/a").at(2).header("Range"), "bytes=300000-");
     EXPECT_EQ(json::parse(result.out)[0]["retries"], 2);
+}
+
+TEST_F(HastoolGet, RetriesThreeTimesWithGrowingPausesAndShowsIt) {
+    m_origin.on("/a", Reply().status(404));
+    const Child::Result result =
+        hastool({"get", "--json", m_origin.url("/a") + "?token=secret", "-o", file("a")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(json::parse(result.out)[0]["retries"], 3);
+    for (int i = 1; i <= 3; ++i) {
+        const std::string line = file("a") + ": retry " + std::to_string(i) + " of 3, HTTP 404\n";
+        EXPECT_NE(result.err.find(line), std::string::npos) << result.err;
+    }
+    const std::vector<test::Request> requests = m_origin.requests("/a");
+    ASSERT_EQ(requests.size(), 4U);
+    for (size_t i = 1; i <= 3; ++i) // besides the engine's own half second
+        EXPECT_GE(requests.at(i).time - requests.at(i - 1).time, 500ms + 250ms * (1 << i)) << i;
+    EXPECT_NE(hastool({"get", "--help"}).out.find("half a second"), std::string::npos);
+}
+
+TEST_F(HastoolGet, NamesWhatFailedAndTheAddress) {
+    const std::string peer = "127.0.0.1:" + std::to_string(test::freePort());
+    const Child::Result refused = hastool({"get", "http://" + peer + "/a", "-o", file("a")});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.err.rfind("hastool: http://" + peer + "/a: connection refused: ", 0), 0U)
+        << refused.err;
+    EXPECT_NE(refused.err.find("(code -20, " + peer + ")\n"), std::string::npos) << refused.err;
 }
 
 TEST_F(HastoolGet, ReportsAsJson) {

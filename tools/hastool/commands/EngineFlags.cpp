@@ -21,7 +21,7 @@ void addEngineFlags(CLI::App& command, EngineOptions& options) {
     command
         .add_option("--retries", options.maxRetries,
                     "How often a download is repeated after HTTP 403, 404, 500, 503, 504 or a "
-                    "body cut short")
+                    "body cut short; each of these holds all downloads for half a second")
         ->capture_default_str()
         ->check(CLI::Range(0, 1000));
     command.add_flag_callback("--show-urls", showUrls,

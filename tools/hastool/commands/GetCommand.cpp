@@ -24,6 +24,8 @@ using std::chrono::steady_clock;
 
 constexpr milliseconds kLiveProgress{200};
 constexpr milliseconds kPlainProgress{5000};
+constexpr int kRetries = 3;
+constexpr milliseconds kRetryPause{500};
 
 constexpr char kStandardOutput[] = "-";
 
@@ -69,6 +71,8 @@ GetCommand::GetCommand(CLI::App& app)
         ->type_name("N");
     command.add_flag("--json", m_json, "Print the results as JSON");
     command.add_flag("-q,--quiet", m_quiet, "Show no progress");
+    m_engine.maxRetries = kRetries;
+    m_engine.retryPause = kRetryPause;
     addEngineFlags(command, m_engine);
     command.footer(kExamples);
 }
