@@ -239,6 +239,16 @@ TEST_F(DashPresentationTest, GoesByTheServersClockWhereItIsTold) {
     EXPECT_EQ(nextUrl(*presentation), "http://h/d/7");
 }
 
+TEST_F(DashPresentationTest, PlaysALiveStreamThatCountsFromTheEpoch) {
+    const auto presentation =
+        open("<MPD type='dynamic' availabilityStartTime='1970-01-01T00:00:00Z'>"
+             "<UTCTiming schemeIdUri='urn:mpeg:dash:utc:direct:2014' value='2024-01-01T00:00:00Z'/>"
+             "<Period start='PT0S'><AdaptationSet contentType='video'>"
+             "<SegmentTemplate media='$Number$' duration='10' startNumber='0'/>"
+             "<Representation id='0' bandwidth='1'/></AdaptationSet></Period></MPD>");
+    EXPECT_EQ(nextUrl(*presentation), "http://h/d/170406717");
+}
+
 TEST_F(DashPresentationTest, AsksForTheServersClockWhereItIsKept) {
     m_documents.set("http://h/time", "2024-01-01T00:01:40Z\n");
     const auto presentation =

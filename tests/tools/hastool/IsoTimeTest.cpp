@@ -27,6 +27,29 @@ TEST(IsoDateTime, CountsFromTheEpoch) {
     EXPECT_DOUBLE_EQ(parseIsoDateTime("2024-01-01T00:01:00.25Z").value(), 1704067260.25);
 }
 
+TEST(IsoDateTime, TheEpochIsADateLikeAnyOther) {
+    const auto epoch = parseIsoDateTime("1970-01-01T00:00:00Z");
+    ASSERT_TRUE(epoch);
+    EXPECT_DOUBLE_EQ(*epoch, 0);
+    EXPECT_DOUBLE_EQ(parseIsoDateTime("1970-01-01T01:00:00+01:00").value(), 0);
+    EXPECT_DOUBLE_EQ(parseIsoDateTime("1969-12-31T23:59:59Z").value(), -1);
+    EXPECT_DOUBLE_EQ(parseIsoDateTime("0001-01-01T00:00:00Z").value(), -62135596800);
+}
+
+TEST(IsoDateTime, GoesByTheCalendar) {
+    EXPECT_DOUBLE_EQ(parseIsoDateTime("2000-02-29T00:00:00Z").value(), 951782400);
+    EXPECT_DOUBLE_EQ(parseIsoDateTime("2000-03-01T00:00:00Z").value(), 951868800);
+    EXPECT_DOUBLE_EQ(parseIsoDateTime("2016-12-31T23:59:60Z").value(), 1483228800);
+    EXPECT_DOUBLE_EQ(parseIsoDateTime("2100-03-01T00:00:00Z").value(), 4107542400);
+    EXPECT_DOUBLE_EQ(parseIsoDateTime("2023-12-31T24:00:00Z").value(), 1704067200);
+    for (const char* const text :
+         {"2023-02-29T00:00:00Z", "2100-02-29T00:00:00Z", "2024-04-31T00:00:00Z",
+          "2024-00-01T00:00:00Z", "2024-01-00T00:00:00Z", "2024-13-01T00:00:00Z",
+          "2024-01-01T25:00:00Z", "2024-01-01T24:00:01Z", "2024-01-01T00:60:00Z",
+          "2024-01-01T00:00:61Z", "2024_01_01T00:00:00Z", "20240101T0001000000"})
+        EXPECT_FALSE(parseIsoDateTime(text)) << text;
+}
+
 TEST(IsoDateTime, TakesTheZoneIntoAccount) {
     EXPECT_DOUBLE_EQ(parseIsoDateTime("2024-01-01T01:01:00+01:00").value(), 1704067260);
     EXPECT_DOUBLE_EQ(parseIsoDateTime("2023-12-31T18:31:00.5-0530").value(), 1704067260.5);

@@ -2,8 +2,6 @@
 
 #include "Number.h"
 
-#include <Hascommon/Datetime.h>
-
 #include <algorithm>
 #include <iterator>
 #include <string_view>
@@ -57,6 +55,54 @@ std::optional<double> parseFraction(std::string_view text) {
     return isFraction ? parseDecimal("0" + std::string(text)) : std::nullopt;
 }
 
+bool isLeapYear(uint64_t year) {
+    return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+}
+
+/// Days from 0000-01-01 to the begin of a year.
+uint64_t daysBefore(uint64_t year) {
+    return year == 0 ? 0 : year * 365 + (year - 1) / 4 - (year - 1) / 100 + (year - 1) / 400 + 1;
+}
+
+/// Seconds since the epoch; nothing for a day that is not in the calendar.
+std::optional<double> dateInSeconds(uint64_t year, uint64_t month, uint64_t day) {
+    constexpr uint64_t kMonths[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    if (month < 1 || month > std::size(kMonths) || day < 1)
+        return std::nullopt;
+    uint64_t days = daysBefore(year) + day - 1;
+    for (uint64_t i = 1; i <= month; ++i) {
+        const uint64_t length = kMonths[i - 1] + (i == 2 && isLeapYear(year) ? 1 : 0);
+        if (i < month)
+            days += length;
+        else if (day > length)
+            return std::nullopt;
+    }
+    return (static_cast<double>(days) - static_cast<double>(daysBefore(1970))) * 86400;
+}
+
+/// "2024-01-01T00:01:00" exactly. The library's own function answers 0 both for the epoch, which
+/// live manifests count from, and for what it does not accept; and its years 2000 and 2100 are not
+/// the calendar's.
+std::optional<double> parsePlainDateTime(std::string_view text) {
+    constexpr std::string_view kForm = "0000-00-00T00:00:00";
+    if (text.size() != kForm.size())
+        return std::nullopt;
+    for (size_t i = 0; i < kForm.size(); ++i) {
+        const bool isDigit = text[i] >= '0' && text[i] <= '9';
+        if (kForm[i] == '0' ? !isDigit : text[i] != kForm[i])
+            return std::nullopt;
+    }
+    const auto number = [&](size_t at, size_t size) {
+        return *parseUnsigned(text.substr(at, size));
+    };
+    const auto date = dateInSeconds(number(0, 4), number(5, 2), number(8, 2));
+    const uint64_t time = number(11, 2) * 3600 + number(14, 2) * 60 + number(17, 2);
+    // 24:00:00 is the next midnight; a second 60 is a leap second.
+    if (!date || time > 86400 || number(14, 2) > 59 || number(17, 2) > 60)
+        return std::nullopt;
+    return *date + static_cast<double>(time);
+}
+
 } // namespace
 
 std::optional<double> parseIsoDuration(const std::string& text) {
@@ -86,16 +132,16 @@ std::optional<double> parseIsoDuration(const std::string& text) {
 
 std::optional<double> parseIsoDateTime(const std::string& text) {
     constexpr size_t kPlainSize = 19; // "2024-01-01T00:01:00"
-    if (text.size() < kPlainSize || text[10] != 'T')
-        return std::nullopt;
-    const long long ms = hascommon::has_parseIsoDatetimeString(text.substr(0, kPlainSize));
-    const size_t zoneAt = std::min(text.find_first_of("Zz+-", kPlainSize), text.size());
     const std::string_view rest = text;
+    const auto plain = parsePlainDateTime(rest.substr(0, kPlainSize));
+    if (!plain)
+        return std::nullopt;
+    const size_t zoneAt = std::min(text.find_first_of("Zz+-", kPlainSize), text.size());
     const auto fraction = parseFraction(rest.substr(kPlainSize, zoneAt - kPlainSize));
     const auto zone = parseZone(rest.substr(zoneAt));
-    if (ms == 0 || !fraction || !zone)
+    if (!fraction || !zone)
         return std::nullopt;
-    return static_cast<double>(ms) / 1000 + *fraction - *zone;
+    return *plain + *fraction - *zone;
 }
 
 } // namespace hastool
