@@ -8,8 +8,6 @@
 #include "ToolError.h"
 #include "XmlDocument.h"
 
-#include <Hascommon/Datetime.h>
-
 #include <algorithm>
 #include <cmath>
 
@@ -22,10 +20,6 @@ constexpr double kLiveBacklog = 600;        // seconds
 constexpr double kMinReload = 0.5;          // seconds; no server deserves more
 constexpr double kTimeTolerance = 0.001;    // seconds; ends of periods are rounded
 constexpr double kStartedAnew = 60;         // seconds behind the end: its time starts anew
-
-double now() {
-    return static_cast<double>(hascommon::has_getTime()) / 1000;
-}
 
 /// A segment whose length is not known is the whole period, and comes once.
 double lengthOf(const DashSegment& segment) {
@@ -67,9 +61,10 @@ TrackInfo trackOf(const std::vector<const DashRepresentation*>& representations,
 } // namespace
 
 DashPresentation::DashPresentation(const Document& document, FetchDocument fetch,
-                                   std::chrono::milliseconds liveTimeout)
+                                   std::chrono::milliseconds liveTimeout, const TimeSource& time)
     : m_fetch(std::move(fetch))
-    , m_wait(liveTimeout) {
+    , m_clock(time)
+    , m_wait(liveTimeout, time) {
     take(document);
     openTracks();
 }
@@ -78,7 +73,7 @@ void DashPresentation::take(const Document& document) {
     m_manifest = parseDashManifest(document.text, document.url);
     m_url = document.url;
     m_segments.clear();
-    m_loadedAt = Clock::now();
+    m_loadedAt = m_clock.steady();
     setClock();
 }
 
@@ -115,13 +110,13 @@ void DashPresentation::setClock() {
             }
         if (!time)
             continue;
-        m_clockOffset = *time - now();
+        m_clockOffset = *time - m_clock.wall();
         return;
     }
 }
 
 double DashPresentation::serverTime() const {
-    return now() + m_clockOffset;
+    return m_clock.wall() + m_clockOffset;
 }
 
 /// The present as a time of the presentation.
@@ -182,7 +177,7 @@ void DashPresentation::reloadWhenDue() {
     if (!m_manifest.isDynamic)
         return;
     m_segments.clear(); // time has passed
-    if (!m_manifest.minimumUpdatePeriod || Clock::now() < reloadDue())
+    if (!m_manifest.minimumUpdatePeriod || m_clock.steady() < reloadDue())
         return;
     const std::string url =
         m_manifest.location.empty() ? m_url : resolve(m_url, m_manifest.location);
@@ -191,7 +186,7 @@ void DashPresentation::reloadWhenDue() {
         m_wait.loaded();
     } catch (const ToolError& error) {
         m_wait.loadFailed(error);
-        m_loadedAt = Clock::now();
+        m_loadedAt = m_clock.steady();
     }
     for (Reading& reading : m_readings)
         reading.period = 0; // the list may have lost periods at its begin

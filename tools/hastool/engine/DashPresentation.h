@@ -26,7 +26,7 @@ class DashPresentation : public Presentation {
 public:
     /// @param liveTimeout  how long a live presentation may stay without a new segment
     DashPresentation(const Document& document, FetchDocument fetch,
-                     std::chrono::milliseconds liveTimeout);
+                     std::chrono::milliseconds liveTimeout, const TimeSource& time = {});
 
     const std::vector<TrackInfo>& tracks() const override { return m_tracks; }
     bool isLive() const override { return m_manifest.isDynamic; }
@@ -75,6 +75,7 @@ private:
     std::string resolve(const std::string& base, const std::string& uri) const;
 
     FetchDocument m_fetch;
+    TimeSource m_clock;
     std::string m_url; ///< where the manifest came from
     DashManifest m_manifest;
     Clock::time_point m_loadedAt;

@@ -49,10 +49,10 @@ const HlsRendition* findAudio(const HlsPlaylist& playlist, const std::string& gr
 } // namespace
 
 HlsPresentation::HlsPresentation(const Document& document, const FetchDocument& fetch,
-                                 std::chrono::milliseconds liveTimeout)
+                                 std::chrono::milliseconds liveTimeout, const TimeSource& time)
     : m_tracks(1) {
     HlsPlaylist playlist = parseHlsPlaylist(document.text, document.url);
-    m_readers.emplace_back(fetch, liveTimeout);
+    m_readers.emplace_back(fetch, liveTimeout, time);
     if (!playlist.isMaster()) {
         m_tracks[0].streams.emplace_back();
         m_readers[0].add(document.url, std::move(playlist));
@@ -67,7 +67,7 @@ HlsPresentation::HlsPresentation(const Document& document, const FetchDocument& 
     if (audio == nullptr)
         return;
     m_tracks.push_back({true, {{0, audio->name}}});
-    m_readers.emplace_back(fetch, liveTimeout);
+    m_readers.emplace_back(fetch, liveTimeout, time);
     m_readers[1].add(resolveHttpUrl(document.url, audio->uri, document.url));
 }
 

@@ -17,7 +17,7 @@ class HlsPresentation : public Presentation {
 public:
     /// @param liveTimeout  how long a live stream may stay without a new segment
     HlsPresentation(const Document& document, const FetchDocument& fetch,
-                    std::chrono::milliseconds liveTimeout);
+                    std::chrono::milliseconds liveTimeout, const TimeSource& time = {});
 
     const std::vector<TrackInfo>& tracks() const override { return m_tracks; }
     bool isLive() const override { return m_readers[0].isLive(); }

@@ -76,7 +76,7 @@ void HlsTrack::load(Rendition& rendition) {
 
 void HlsTrack::take(Rendition& rendition, HlsPlaylist playlist, const std::string& base) {
     const auto endOf = [](const HlsPlaylist& it) { return it.mediaSequence + it.segments.size(); };
-    rendition.loadedAt = Clock::now();
+    rendition.loadedAt = m_clock.steady();
     rendition.changed = !rendition.loaded || endOf(playlist) != endOf(rendition.playlist);
     rendition.playlist = std::move(playlist);
     rendition.base = base;
@@ -85,7 +85,7 @@ void HlsTrack::take(Rendition& rendition, HlsPlaylist playlist, const std::strin
 
 /// Loads a live playlist again once that is due. A failure is ridden out until the live time-out.
 bool HlsTrack::reload(Rendition& rendition) {
-    if (Clock::now() - rendition.loadedAt < reloadInterval(rendition))
+    if (m_clock.steady() - rendition.loadedAt < reloadInterval(rendition))
         return false;
     try {
         load(rendition);
@@ -93,7 +93,7 @@ bool HlsTrack::reload(Rendition& rendition) {
         return true;
     } catch (const ToolError& error) {
         m_wait.loadFailed(error);
-        rendition.loadedAt = Clock::now();
+        rendition.loadedAt = m_clock.steady();
         rendition.changed = false;
         return false;
     }

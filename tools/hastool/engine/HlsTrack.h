@@ -21,9 +21,11 @@ namespace hastool {
 class HlsTrack {
 public:
     /// @param liveTimeout  how long a live stream may stay without a new segment
-    HlsTrack(FetchDocument fetch, std::chrono::milliseconds liveTimeout)
+    HlsTrack(FetchDocument fetch, std::chrono::milliseconds liveTimeout,
+             const TimeSource& time = {})
         : m_fetch(std::move(fetch))
-        , m_wait(liveTimeout) {}
+        , m_clock(time)
+        , m_wait(liveTimeout, time) {}
 
     /// Adds a stream by the URL of its playlist, which is loaded when it is first read.
     void add(const std::string& url);
@@ -64,6 +66,7 @@ private:
     static std::chrono::milliseconds reloadInterval(const Rendition& rendition);
 
     FetchDocument m_fetch;
+    TimeSource m_clock;
     std::vector<Rendition> m_renditions;
     size_t m_current = 0;
     bool m_joined = false;

@@ -5,7 +5,7 @@
 namespace hastool {
 
 NextPiece LiveWait::wait(Clock::time_point due, const std::string& url) {
-    const auto now = Clock::now();
+    const auto now = m_clock.steady();
     if (!m_since)
         m_since = now;
     if (now - *m_since > m_timeout) {

@@ -2,11 +2,13 @@
 #pragma once
 
 #include "Presentation.h"
+#include "TimeSource.h"
 #include "ToolError.h"
 
 #include <chrono>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace hastool {
 
@@ -16,8 +18,9 @@ class LiveWait {
 public:
     using Clock = std::chrono::steady_clock;
 
-    explicit LiveWait(std::chrono::milliseconds timeout)
-        : m_timeout(timeout) {}
+    explicit LiveWait(std::chrono::milliseconds timeout, TimeSource time = {})
+        : m_timeout(timeout)
+        , m_clock(std::move(time)) {}
 
     /// Something new has come.
     void end() { m_since.reset(); }
@@ -30,6 +33,7 @@ public:
 
 private:
     std::chrono::milliseconds m_timeout;
+    TimeSource m_clock;
     std::optional<Clock::time_point> m_since;
     std::optional<ToolError> m_failure;
 };

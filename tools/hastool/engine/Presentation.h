@@ -3,6 +3,7 @@
 
 #include "AesKey.h"
 #include "ByteRange.h"
+#include "TimeSource.h"
 
 #include <chrono>
 #include <cstdint>
@@ -120,7 +121,9 @@ public:
 /// Opens the presentation at a URL by what its manifest is. @throws ToolError for one that is
 /// neither known nor playable
 /// @param liveTimeout  how long a live presentation may stay without anything new
+/// @param time         what a live presentation goes by
 std::unique_ptr<Presentation> openPresentation(const std::string& url, const FetchDocument& fetch,
-                                               std::chrono::milliseconds liveTimeout);
+                                               std::chrono::milliseconds liveTimeout,
+                                               const TimeSource& time = {});
 
 } // namespace hastool

@@ -54,9 +54,11 @@ std::string labelOf(const SmoothQuality& quality) {
 } // namespace
 
 SmoothPresentation::SmoothPresentation(const Document& document, FetchDocument fetch,
-                                       std::chrono::milliseconds liveTimeout)
+                                       std::chrono::milliseconds liveTimeout,
+                                       const TimeSource& time)
     : m_fetch(std::move(fetch))
-    , m_wait(liveTimeout) {
+    , m_clock(time)
+    , m_wait(liveTimeout, time) {
     take(document);
     addTrack("video");
     addTrack("audio");
@@ -69,7 +71,7 @@ void SmoothPresentation::take(const Document& document) {
     m_manifest =
         std::make_shared<const SmoothManifest>(parseSmoothManifest(document.text, document.url));
     m_url = document.url;
-    m_loadedAt = Clock::now();
+    m_loadedAt = m_clock.steady();
 }
 
 void SmoothPresentation::addTrack(const char* type) {
@@ -129,14 +131,14 @@ SmoothPresentation::reloadDue(const SmoothStream& stream) const {
 
 /// A failure is ridden out until the live time-out.
 void SmoothPresentation::reloadWhenDue(const SmoothStream& stream) {
-    if (!m_manifest->isLive || Clock::now() < reloadDue(stream))
+    if (!m_manifest->isLive || m_clock.steady() < reloadDue(stream))
         return;
     try {
         take(m_fetch({m_url, std::nullopt}));
         m_wait.loaded();
     } catch (const ToolError& error) {
         m_wait.loadFailed(error);
-        m_loadedAt = Clock::now();
+        m_loadedAt = m_clock.steady();
     }
 }
 

@@ -22,7 +22,7 @@ class SmoothPresentation : public Presentation {
 public:
     /// @param liveTimeout  how long a live presentation may stay without a new chunk
     SmoothPresentation(const Document& document, FetchDocument fetch,
-                       std::chrono::milliseconds liveTimeout);
+                       std::chrono::milliseconds liveTimeout, const TimeSource& time = {});
 
     const std::vector<TrackInfo>& tracks() const override { return m_tracks; }
     bool isLive() const override { return m_manifest->isLive; }
@@ -48,6 +48,7 @@ private:
                        const SmoothChunk& chunk) const;
 
     FetchDocument m_fetch;
+    TimeSource m_clock;
     std::string m_url; ///< where the manifest came from
     std::shared_ptr<const SmoothManifest> m_manifest;
     Clock::time_point m_loadedAt;
