@@ -1,6 +1,7 @@
 #include "HlsAttributes.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace hastool {
 namespace {
@@ -39,17 +40,33 @@ std::optional<HlsAttributes> HlsAttributes::parse(std::string_view text) {
             return std::nullopt;
         const std::string name(trimmed(text.substr(0, equals)));
         text.remove_prefix(equals + 1);
+        const bool isQuoted = !text.empty() && text.front() == '"';
         const auto value = takeValue(text);
         if (name.empty() || name.find_first_of(",\"") != std::string::npos || !value)
             return std::nullopt;
-        result.m_values.emplace(name, *value);
+        result.m_values.emplace(name, Value{std::string(*value), isQuoted});
     }
     return result;
 }
 
 std::string HlsAttributes::get(const std::string& name) const {
     const auto found = m_values.find(name);
-    return found == m_values.end() ? std::string() : found->second;
+    return found == m_values.end() ? std::string() : found->second.text;
+}
+
+std::optional<std::string> HlsAttributes::substitute(HlsVariables& variables) {
+    for (auto& [name, value] : m_values) {
+        const std::string prefix = value.text.substr(0, 2);
+        const bool isHex = prefix == "0x" || prefix == "0X" || name == "IV";
+        if (!value.isQuoted && !isHex)
+            continue;
+        std::string problem;
+        auto text = variables.substitute(value.text, problem);
+        if (!text)
+            return problem;
+        value.text = std::move(*text);
+    }
+    return std::nullopt;
 }
 
 } // namespace hastool

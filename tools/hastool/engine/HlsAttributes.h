@@ -1,6 +1,8 @@
 // Attribute lists of HLS tags (RFC 8216, section 4.2).
 #pragma once
 
+#include "HlsVariables.h"
+
 #include <map>
 #include <optional>
 #include <string>
@@ -17,9 +19,18 @@ public:
     bool has(const std::string& name) const { return m_values.count(name) > 0; }
     /// The value without its quotation marks; empty when there is none.
     std::string get(const std::string& name) const;
+    /// Puts the values of variables in, where there may be references: in quoted strings and in
+    /// hexadecimal sequences.
+    /// @return what is wrong, as of HlsVariables::substitute(); nothing when all is well
+    std::optional<std::string> substitute(HlsVariables& variables);
 
 private:
-    std::map<std::string, std::string> m_values;
+    struct Value {
+        std::string text;
+        bool isQuoted = false;
+    };
+
+    std::map<std::string, Value> m_values;
 };
 
 } // namespace hastool

@@ -2,6 +2,7 @@
 
 #include "AesKey.h"
 #include "HlsAttributes.h"
+#include "HttpUrl.h"
 #include "IsoTime.h"
 #include "Number.h"
 #include "ShownUrl.h"
@@ -24,12 +25,22 @@ bool takePrefix(std::string_view& text, std::string_view prefix) {
     return true;
 }
 
+/// The text without blanks at its ends.
+std::string_view withoutBlanks(std::string_view text) {
+    constexpr std::string_view kBlanks = " \t\r";
+    const size_t first = text.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
 /// Goes through a playlist line by line and keeps what a tag says about the segments behind it.
 class Parser {
 public:
-    Parser(std::string_view text, const std::string& url)
+    Parser(std::string_view text, const std::string& url, const HlsVariables* master)
         : m_rest(text)
-        , m_url(url) {}
+        , m_url(url)
+        , m_master(master) {}
 
     HlsPlaylist parse();
 
@@ -37,6 +48,7 @@ private:
     using TagHandler = void (Parser::*)(std::string_view value);
 
     [[noreturn]] void fail(const std::string& what) const;
+    void dropSegment();
     bool nextLine(std::string_view& line);
     void expectHeader();
     void takeTag(std::string_view line);
@@ -46,7 +58,7 @@ private:
     void placeRange(HlsSegment& segment);
     void checkWhole() const;
 
-    HlsAttributes attributes(std::string_view text) const;
+    HlsAttributes attributes(std::string_view text);
     uint64_t number(std::string_view text) const;
     ByteRange range(std::string_view text, bool& hasOffset) const;
 
@@ -65,14 +77,21 @@ private:
     void onDateTime(std::string_view value);
     void onMedia(std::string_view value);
     void onEndList(std::string_view) { m_playlist.ended = true; }
+    void onDefine(std::string_view value);
+    std::string definedValue(const HlsAttributes& list, const std::string& kind) const;
+    void onSkip(std::string_view) {
+        fail("#EXT-X-SKIP: a part of a playlist, which was not asked for");
+    }
 
     std::string_view m_rest;
     const std::string& m_url;
+    const HlsVariables* m_master;
     size_t m_line = 0;
     HlsPlaylist m_playlist;
     HlsSegment m_pending;                                        ///< of the next URI
     std::map<std::string, std::shared_ptr<const HlsKey>> m_keys; ///< that hold, by KEYFORMAT
     bool m_hasDuration = false;
+    size_t m_infLine = 0; ///< of the last #EXTINF
     bool m_rangeHasOffset = false;
     std::optional<HlsVariant> m_variant; ///< of the next URI
     std::string m_lastUri;               ///< whose bytes end at m_lastEnd
@@ -89,6 +108,8 @@ HlsPlaylist Parser::parse() {
         else
             takeUri(line);
     }
+    if (m_hasDuration)
+        dropSegment();
     checkWhole();
     return std::exchange(m_playlist, {});
 }
@@ -97,19 +118,27 @@ void Parser::fail(const std::string& what) const {
     throw ToolError(m_line == 0 ? m_url : placeIn(m_url, m_line), what);
 }
 
+/// A playlist that was cut short, or is being written, ends like this.
+void Parser::dropSegment() {
+    constexpr size_t kMost = 20; // more of them say nothing new
+    m_hasDuration = false;
+    m_pending.range.reset();
+    if (m_playlist.warnings.size() == kMost)
+        return;
+    m_playlist.warnings.push_back(m_url + ":" + std::to_string(m_infLine) +
+                                  ": #EXTINF without a URI; left out");
+}
+
 /// The next line that is not blank, without the blanks around it.
 bool Parser::nextLine(std::string_view& line) {
-    constexpr std::string_view kBlanks = " \t\r";
     while (!m_rest.empty()) {
         const size_t end = std::min(m_rest.find('\n'), m_rest.size());
         line = m_rest.substr(0, end);
         m_rest.remove_prefix(std::min(end + 1, m_rest.size()));
         ++m_line;
-        const size_t first = line.find_first_not_of(kBlanks);
-        if (first == std::string_view::npos)
-            continue;
-        line = line.substr(first, line.find_last_not_of(kBlanks) - first + 1);
-        return true;
+        line = withoutBlanks(line);
+        if (!line.empty())
+            return true;
     }
     return false;
 }
@@ -142,18 +171,25 @@ void Parser::takeTag(std::string_view line) {
         {"#EXT-X-PROGRAM-DATE-TIME", &Parser::onDateTime},
         {"#EXT-X-MEDIA", &Parser::onMedia},
         {"#EXT-X-ENDLIST", &Parser::onEndList},
+        {"#EXT-X-DEFINE", &Parser::onDefine},
+        {"#EXT-X-SKIP", &Parser::onSkip},
     };
     const size_t colon = line.find(':');
     const auto found = handlers.find(line.substr(0, colon));
     if (found != handlers.end())
-        (this->*found->second)(colon == std::string_view::npos ? "" : line.substr(colon + 1));
+        (this->*found->second)(
+            withoutBlanks(colon == std::string_view::npos ? "" : line.substr(colon + 1)));
 }
 
 void Parser::takeUri(std::string_view line) {
+    std::string problem;
+    const auto uri = m_playlist.variables.substitute(line, problem);
+    if (!uri)
+        fail(problem);
     if (m_variant)
-        addVariant(line);
+        addVariant(*uri);
     else if (m_hasDuration)
-        addSegment(line);
+        addSegment(*uri);
     else
         fail("a URI without #EXTINF or #EXT-X-STREAM-INF: " + inQuotes(line));
 }
@@ -190,6 +226,7 @@ void Parser::placeRange(HlsSegment& segment) {
             fail("a byte range without an offset, and none before it in " + inQuotes(segment.uri));
         segment.range->first = m_lastEnd;
     }
+    segment.gap = segment.gap || *segment.range->length == 0; // there is nothing to fetch
     if (*segment.range->length > std::numeric_limits<uint64_t>::max() - segment.range->first)
         fail("a byte range beyond all ends");
     m_lastUri = segment.uri;
@@ -198,22 +235,23 @@ void Parser::placeRange(HlsSegment& segment) {
 
 void Parser::checkWhole() const {
     const bool hasSegments = !m_playlist.segments.empty();
-    if (m_variant || m_hasDuration)
+    if (m_variant)
         fail("the playlist ends where a URI should follow");
     if (m_playlist.isMaster() && hasSegments)
         throw ToolError(m_url, "a playlist of both variants and segments");
-    // A live playlist may be empty until its first segment is there.
-    if (!m_playlist.isMaster() && !hasSegments &&
-        (m_playlist.ended || m_playlist.targetSeconds <= 0))
+    // A live playlist may be empty until its first segment is there; one that has ended may be too.
+    if (!m_playlist.isMaster() && !hasSegments && m_playlist.targetSeconds <= 0)
         throw ToolError(m_url, "an empty playlist");
     if (m_playlist.mediaSequence > std::numeric_limits<uint64_t>::max() - kMaxSegments)
         throw ToolError(m_url, "media sequence numbers beyond all ends");
 }
 
-HlsAttributes Parser::attributes(std::string_view text) const {
+HlsAttributes Parser::attributes(std::string_view text) {
     auto result = HlsAttributes::parse(text);
     if (!result)
         fail("not an attribute list: " + inQuotes(text));
+    if (const auto problem = result->substitute(m_playlist.variables))
+        fail(*problem);
     return std::move(*result);
 }
 
@@ -231,8 +269,6 @@ ByteRange Parser::range(std::string_view text, bool& hasOffset) const {
     result.length = number(text.substr(0, at));
     if (hasOffset)
         result.first = number(text.substr(at + 1));
-    if (*result.length == 0)
-        fail("an empty byte range");
     return result;
 }
 
@@ -265,12 +301,15 @@ void Parser::onMedia(std::string_view value) {
 }
 
 void Parser::onInf(std::string_view value) {
-    const std::string_view text = value.substr(0, value.find(','));
+    if (m_hasDuration)
+        dropSegment();
+    const std::string_view text = withoutBlanks(value.substr(0, value.find(',')));
     const auto seconds = parseDecimal(text);
     if (!seconds || *seconds > kMaxSegmentSeconds)
         fail("not a duration: " + inQuotes(text));
     m_pending.seconds = *seconds;
     m_hasDuration = true;
+    m_infLine = m_line;
 }
 
 void Parser::onByteRange(std::string_view value) {
@@ -286,6 +325,8 @@ void Parser::onMap(std::string_view value) {
     bool hasOffset = false;
     if (list.has("BYTERANGE"))
         map.range = range(list.get("BYTERANGE"), hasOffset);
+    if (map.range && *map.range->length == 0)
+        fail("an empty byte range");
     if (map.range && *map.range->length > std::numeric_limits<uint64_t>::max() - map.range->first)
         fail("a byte range beyond all ends");
     map.key = m_pending.key;
@@ -334,10 +375,43 @@ void Parser::onMediaSequence(std::string_view value) {
     m_playlist.mediaSequence = number(value);
 }
 
+void Parser::onDefine(std::string_view value) {
+    const HlsAttributes list = attributes(value);
+    const bool isPlain = list.has("NAME");
+    if (isPlain + list.has("IMPORT") + list.has("QUERYPARAM") != 1)
+        fail("#EXT-X-DEFINE without exactly one of NAME, IMPORT and QUERYPARAM");
+    const std::string kind = isPlain ? "NAME" : list.has("IMPORT") ? "IMPORT" : "QUERYPARAM";
+    const std::string name = list.get(kind);
+    if (!isHlsVariableName(name))
+        fail("not the name of a variable: " + inQuotes(name));
+    if (!m_playlist.variables.define(name, definedValue(list, kind)))
+        fail("a variable that is defined twice: " + inQuotes(name));
+}
+
+std::string Parser::definedValue(const HlsAttributes& list, const std::string& kind) const {
+    const std::string name = list.get(kind);
+    if (kind == "QUERYPARAM") {
+        const auto value = queryParameter(m_url, name);
+        if (!value)
+            fail("no query parameter " + inQuotes(name) + " in the playlist's URL");
+        return *value;
+    }
+    if (kind == "IMPORT") {
+        const auto value = m_master != nullptr ? m_master->find(name) : std::nullopt;
+        if (!value)
+            fail("no variable " + inQuotes(name) + " to import from a master playlist");
+        return *value;
+    }
+    if (!list.has("VALUE"))
+        fail("a variable without a VALUE: " + inQuotes(name));
+    return list.get("VALUE");
+}
+
 } // namespace
 
-HlsPlaylist parseHlsPlaylist(std::string_view text, const std::string& url) {
-    HlsPlaylist result = Parser(text, url).parse();
+HlsPlaylist parseHlsPlaylist(std::string_view text, const std::string& url,
+                             const HlsVariables* master) {
+    HlsPlaylist result = Parser(text, url, master).parse();
     uint64_t sequence = result.mediaSequence;
     for (HlsSegment& segment : result.segments)
         segment.sequence = sequence++;

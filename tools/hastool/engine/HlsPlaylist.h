@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ByteRange.h"
+#include "HlsVariables.h"
 
 #include <cstdint>
 #include <memory>
@@ -55,7 +56,7 @@ struct HlsSegment {
     std::string uri; ///< as written
     std::optional<ByteRange> range;
     bool discontinuity = false; ///< its timestamps do not go on from the segment before
-    bool gap = false;           ///< it is known to be missing
+    bool gap = false;           ///< it is known to be missing, or has no bytes
     HlsCue cue = HlsCue::None;
     std::optional<double> dateTime; ///< seconds since the epoch that it begins at, where said
     std::shared_ptr<const HlsMap> map;
@@ -70,6 +71,8 @@ struct HlsPlaylist {
     double targetSeconds = 0;
     uint64_t mediaSequence = 0;
     bool ended = false; ///< no segment will be added
+    HlsVariables variables;
+    std::vector<std::string> warnings; ///< what was left out of it, and where; a line each
 
     bool isMaster() const { return !variants.empty(); }
 };
@@ -80,9 +83,12 @@ constexpr size_t kMaxVariants = 1000;
 constexpr double kMaxSegmentSeconds = 86400;
 
 /// Parses a playlist. Unknown tags are passed over; blank lines and comments may stand anywhere.
-/// @param url  names the playlist in messages
+/// @param url     where it came from: names the playlist in messages, and its query may be what
+///                variables are defined from
+/// @param master  the variables of the master playlist that named this one; null when there is none
 /// @throws ToolError with the URL and line for text that is no playlist, a playlist of nothing, or
 ///         anything in it that cannot be used
-HlsPlaylist parseHlsPlaylist(std::string_view text, const std::string& url);
+HlsPlaylist parseHlsPlaylist(std::string_view text, const std::string& url,
+                             const HlsVariables* master = nullptr);
 
 } // namespace hastool

@@ -52,12 +52,16 @@ HlsPresentation::HlsPresentation(const Document& document, const FetchDocument& 
                                  std::chrono::milliseconds liveTimeout, const TimeSource& time)
     : m_tracks(1) {
     HlsPlaylist playlist = parseHlsPlaylist(document.text, document.url);
-    m_readers.emplace_back(fetch, liveTimeout, time);
+    const auto tell = [this](const std::string& what) { warn(what); };
+    m_readers.emplace_back(fetch, tell, liveTimeout, time);
     if (!playlist.isMaster()) {
         m_tracks[0].streams.emplace_back();
         m_readers[0].add(document.url, std::move(playlist));
         return;
     }
+    for (const std::string& warning : playlist.warnings)
+        warn(warning);
+    m_readers[0].setVariables(playlist.variables);
     const std::vector<HlsVariant> variants = usableVariants(playlist.variants);
     for (const HlsVariant& variant : variants) {
         m_tracks[0].streams.push_back({variant.bandwidth, variant.resolution});
@@ -67,7 +71,8 @@ HlsPresentation::HlsPresentation(const Document& document, const FetchDocument& 
     if (audio == nullptr)
         return;
     m_tracks.push_back({true, {{0, audio->name}}});
-    m_readers.emplace_back(fetch, liveTimeout, time);
+    m_readers.emplace_back(fetch, tell, liveTimeout, time);
+    m_readers[1].setVariables(playlist.variables);
     m_readers[1].add(resolveHttpUrl(document.url, audio->uri, document.url));
 }
 

@@ -68,7 +68,8 @@ NextPiece HlsTrack::next(size_t stream) {
 
 void HlsTrack::load(Rendition& rendition) {
     const Document document = m_fetch({rendition.url, std::nullopt});
-    HlsPlaylist playlist = parseHlsPlaylist(document.text, document.url);
+    HlsPlaylist playlist =
+        parseHlsPlaylist(document.text, document.url, m_variables ? &*m_variables : nullptr);
     if (playlist.isMaster())
         throw ToolError(document.url, "a master playlist where a media playlist should be");
     take(rendition, std::move(playlist), document.url);
@@ -76,6 +77,8 @@ void HlsTrack::load(Rendition& rendition) {
 
 void HlsTrack::take(Rendition& rendition, HlsPlaylist playlist, const std::string& base) {
     const auto endOf = [](const HlsPlaylist& it) { return it.mediaSequence + it.segments.size(); };
+    for (const std::string& warning : playlist.warnings)
+        m_warn(warning);
     rendition.loadedAt = m_clock.steady();
     rendition.changed = !rendition.loaded || endOf(playlist) != endOf(rendition.playlist);
     rendition.playlist = std::move(playlist);

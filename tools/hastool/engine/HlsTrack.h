@@ -6,6 +6,8 @@
 #include "Presentation.h"
 
 #include <chrono>
+#include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,13 +22,19 @@ namespace hastool {
 /// there was nothing new.
 class HlsTrack {
 public:
+    /// Takes what was left out of a playlist.
+    using Warn = std::function<void(const std::string& what)>;
+
     /// @param liveTimeout  how long a live stream may stay without a new segment
-    HlsTrack(FetchDocument fetch, std::chrono::milliseconds liveTimeout,
-             const TimeSource& time = {})
+    HlsTrack(FetchDocument fetch, Warn warn, std::chrono::milliseconds liveTimeout,
+             const TimeSource& time)
         : m_fetch(std::move(fetch))
+        , m_warn(std::move(warn))
         , m_clock(time)
         , m_wait(liveTimeout, time) {}
 
+    /// The variables that its playlists may import.
+    void setVariables(const HlsVariables& variables) { m_variables = variables; }
     /// Adds a stream by the URL of its playlist, which is loaded when it is first read.
     void add(const std::string& url);
     /// Adds a stream whose playlist is at hand.
@@ -66,6 +74,8 @@ private:
     static std::chrono::milliseconds reloadInterval(const Rendition& rendition);
 
     FetchDocument m_fetch;
+    Warn m_warn;
+    std::optional<HlsVariables> m_variables;
     TimeSource m_clock;
     std::vector<Rendition> m_renditions;
     size_t m_current = 0;

@@ -124,6 +124,7 @@ void Player::open() {
     m_lastPoll = hascommon::has_getTime();
     const auto fetcher = [this](const Resource& resource) { return m_fetcher.document(resource); };
     m_presentation = openPresentation(m_options.url, fetcher, m_options.liveTimeout);
+    tellWarnings();
     const auto& tracks = m_presentation->tracks();
     for (size_t i = 0; i < tracks.size(); ++i)
         m_tracks.emplace_back(i, tracks[i], writerOf(tracks[i]));
@@ -232,6 +233,7 @@ void Player::changeTo(PlayTrack& track, size_t stream) {
 std::optional<NextPiece> Player::nextPiece(PlayTrack& track) {
     try {
         NextPiece next = m_presentation->next(track.number, track.stream);
+        tellWarnings();
         track.lastGoodStream = track.stream;
         track.hasGoodStream = true;
         return next;
@@ -249,6 +251,11 @@ std::optional<NextPiece> Player::nextPiece(PlayTrack& track) {
             track.stream = *other; // Nothing has been played that it could be a change from.
         return std::nullopt;
     }
+}
+
+void Player::tellWarnings() {
+    for (const std::string& warning : m_presentation->takeWarnings())
+        m_observer.onTrouble(warning);
 }
 
 void Player::take(PlayTrack& track, const MediaPiece& piece) {

@@ -120,6 +120,7 @@ private:
     void choose(PlayTrack& track);
     void changeTo(PlayTrack& track, size_t stream);
     std::optional<NextPiece> nextPiece(PlayTrack& track);
+    void tellWarnings();
     void take(PlayTrack& track, const MediaPiece& piece);
     void tellPlayer(const MediaPiece& piece);
     bool fetchInit(PlayTrack& track, const MediaPiece& piece);

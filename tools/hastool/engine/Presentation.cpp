@@ -4,7 +4,18 @@
 #include "HlsPresentation.h"
 #include "SmoothPresentation.h"
 
+#include <utility>
+
 namespace hastool {
+
+void Presentation::warn(const std::string& what) {
+    if (m_told.size() < kMaxWarnings && m_told.insert(what).second)
+        m_warnings.push_back(what);
+}
+
+std::vector<std::string> Presentation::takeWarnings() {
+    return std::exchange(m_warnings, {});
+}
 
 std::unique_ptr<Presentation> openPresentation(const std::string& url, const FetchDocument& fetch,
                                                std::chrono::milliseconds liveTimeout,

@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -91,6 +92,9 @@ struct NextPiece {
     std::chrono::milliseconds wait{0}; ///< before asking again
 };
 
+/// The most warnings that one presentation gives: more of them say nothing new.
+constexpr size_t kMaxWarnings = 100;
+
 /// The most that a manifest may come to; a long live recording has a few megabytes.
 constexpr size_t kMaxManifestBytes = 64u << 20;
 
@@ -113,9 +117,20 @@ public:
     virtual const std::vector<TrackInfo>& tracks() const = 0;
     /// Whether pieces are still being added.
     virtual bool isLive() const = 0;
+    /// What its user should know and does not end it: each once, in the order it was noticed. Taken
+    /// by the call.
+    std::vector<std::string> takeWarnings();
     /// The next piece of a track, of a stream of the caller's choice; every call moves the track
     /// on by a piece. May fetch manifests. @throws ToolError when the presentation cannot go on
     virtual NextPiece next(size_t track, size_t stream) = 0;
+
+protected:
+    /// Keeps something for takeWarnings(), unless that was told before.
+    void warn(const std::string& what);
+
+private:
+    std::vector<std::string> m_warnings;
+    std::set<std::string> m_told;
 };
 
 /// Opens the presentation at a URL by what its manifest is. @throws ToolError for one that is

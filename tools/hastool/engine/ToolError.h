@@ -12,6 +12,9 @@ class ToolError : public std::runtime_error {
 public:
     ToolError(const std::string& where, const std::string& what)
         : std::runtime_error(where + ": " + what) {}
+    /// @param line  where and what
+    explicit ToolError(const std::string& line)
+        : std::runtime_error(line) {}
 };
 
 /// Outside text for a message: in quotation marks, on one line, and not too long.
