@@ -26,35 +26,50 @@ bool dropPrologue(std::string_view& text) {
     return false;
 }
 
-/// Once for the life of the process, which other parts of it use libxml2 as well.
-void setUpXml() {
-    static const bool done = (hascommon::HssXPathReader::InitLibXML(), true);
-    static_cast<void>(done);
+/// Sets libxml2 up for as long as the process runs: it is torn down for all of its users at once.
+class LibXml {
+public:
+    LibXml() { hascommon::HssXPathReader::InitLibXML(); }
+    ~LibXml() { hascommon::HssXPathReader::FreeLibXML(); }
+    LibXml(const LibXml&) = delete;
+    LibXml& operator=(const LibXml&) = delete;
+};
+
+void load(hascommon::HssXPathReader& reader, const std::string& text) {
+    constexpr auto kMaxSize = static_cast<size_t>(std::numeric_limits<int>::max());
+    static const LibXml library;
+    if (text.size() <= kMaxSize)
+        reader.Load(text.data(), static_cast<int>(text.size()));
 }
 
 } // namespace
 
 XmlDocument::XmlDocument(const std::string& text, const std::string& url) {
-    constexpr auto kMaxSize = static_cast<size_t>(std::numeric_limits<int>::max());
-    setUpXml();
-    if (text.size() <= kMaxSize)
-        m_reader.Load(text.data(), static_cast<int>(text.size()));
-    if (m_reader.IsLoaded())
-        return;
-    throw ToolError(url, "not a well-formed XML document");
+    load(m_reader, text);
+    if (!m_reader.IsLoaded())
+        throw ToolError(url, "not a well-formed XML document");
 }
 
 hascommon::XmlElement XmlDocument::root() {
     return m_reader.GetXmlElement("/*");
 }
 
-std::string outermostElement(std::string_view text) {
+std::string_view withoutPrologue(std::string_view text) {
     do
         text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
     while (dropPrologue(text));
-    if (text.empty() || text.front() != '<')
+    return text;
+}
+
+std::string outermostElement(const std::string& text) {
+    hascommon::HssXPathReader reader;
+    load(reader, text);
+    if (reader.IsLoaded())
+        return reader.GetXmlElement("/*").Name();
+    const std::string_view rest = withoutPrologue(text);
+    if (rest.empty() || rest.front() != '<')
         return {};
-    std::string_view name = text.substr(1, text.find_first_of(" \t\r\n/>", 1) - 1);
+    std::string_view name = rest.substr(1, rest.find_first_of(" \t\r\n/>", 1) - 1);
     const size_t colon = name.find(':');
     if (colon != std::string_view::npos)
         name.remove_prefix(colon + 1);

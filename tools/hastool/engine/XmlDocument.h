@@ -25,9 +25,13 @@ private:
     hascommon::HssXPathReader m_reader;
 };
 
-/// The local name of the outermost element without parsing what is inside it; empty when the text
-/// does not look like XML.
-std::string outermostElement(std::string_view text);
+/// The local name of the outermost element of an XML document in any encoding that the reader
+/// knows. Where the document is not well-formed, the name that its text begins with, so that it can
+/// be told what is wrong with it; empty when the text does not look like XML.
+std::string outermostElement(const std::string& text);
+
+/// The text behind a byte order mark, declaration, comments and DTD at its begin.
+std::string_view withoutPrologue(std::string_view text);
 
 /// The text without blanks at its ends.
 std::string trimmed(std::string_view text);
