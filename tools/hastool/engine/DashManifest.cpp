@@ -1,12 +1,15 @@
 #include "DashManifest.h"
 
+#include "DashAddressingReader.h"
+#include "DashTemplate.h"
+#include "HttpUrl.h"
 #include "IsoTime.h"
-#include "Number.h"
 #include "ToolError.h"
 #include "XmlDocument.h"
 
 #include <algorithm>
 #include <limits>
+#include <memory>
 #include <utility>
 
 namespace hastool {
@@ -14,14 +17,15 @@ namespace {
 
 using hascommon::XmlElement;
 
-constexpr uint64_t kMaxTimescale = 1'000'000'000;
-
 XmlElement findChild(const XmlElement& parent, const std::string& name) {
     XmlElement it = parent.FirstChild();
     while (it && it.Name() != name)
         it = it.Next();
     return it;
 }
+
+/// In the place of an address: there is no element.
+constexpr char kResolveToZero[] = "urn:mpeg:dash:resolve-to-zero:2013";
 
 /// "video" of "video/mp4".
 std::string majorType(const std::string& mimeType) {
@@ -38,33 +42,41 @@ struct Level {
 /// Reads a manifest level by level.
 class Parser {
 public:
-    explicit Parser(const std::string& url)
-        : m_url(url) {}
+    Parser(const std::string& url, const FetchDashRemote& fetchRemote)
+        : m_url(url)
+        , m_fetchRemote(fetchRemote)
+        , m_addressing(url) {}
 
     DashManifest parse(const XmlElement& mpd);
 
 private:
     [[noreturn]] void fail(const std::string& what) const { throw ToolError(m_url, what); }
     std::optional<double> duration(const XmlElement& element, const char* name) const;
-    std::optional<ByteRange> range(const XmlElement& element, const char* name) const;
     int positive(const XmlElement& element, const char* name) const;
 
+    template<typename Read>
+    void readLinked(const XmlElement& element, const Level& level, const Read& read);
+    std::unique_ptr<XmlDocument> fetchRemote(const Level& level, const std::string& href);
     void readPeriod(const XmlElement& element, const Level& above);
     void readSet(const XmlElement& element, const Level& above, DashPeriod& period);
+    void fillSet(const XmlElement& element, const Level& above, DashAdaptationSet& set);
     DashRepresentation readRepresentation(const XmlElement& element, const Level& above);
+    void checkRepresentation(const DashRepresentation& representation) const;
+    void leaveOut(const std::string& what, const ToolError& error);
+    std::string periodName() const;
     void completeTimes();
+    void checkWhole() const;
 
     void descend(const XmlElement& element, Level& level);
-    void readTemplate(const XmlElement& element, DashAddressing& addressing);
-    void readList(const XmlElement& element, DashAddressing& addressing);
-    void readBase(const XmlElement& element, DashAddressing& addressing);
-    void readCommon(const XmlElement& element, DashAddressing& addressing);
-    void readTimeline(const XmlElement& element, DashAddressing& addressing);
     static DashProtection readProtection(const XmlElement& element);
 
     const std::string& m_url;
+    const FetchDashRemote& m_fetchRemote;
+    DashAddressingReader m_addressing;
     DashManifest m_manifest;
-    size_t m_runs = 0;
+    size_t m_remotes = 0;
+    bool m_isRemote = false;                 ///< what is read stands elsewhere
+    std::optional<ToolError> m_firstFailure; ///< of a set or representation that was left out
 };
 
 DashManifest Parser::parse(const XmlElement& mpd) {
@@ -88,10 +100,9 @@ DashManifest Parser::parse(const XmlElement& mpd) {
         else if (it.Name() == "UTCTiming")
             m_manifest.clocks.push_back({it.Attribute("schemeIdUri"), it.Attribute("value")});
         else if (it.Name() == "Period")
-            readPeriod(it, level);
+            readLinked(it, level, [&](const XmlElement& period) { readPeriod(period, level); });
     }
-    if (m_manifest.periods.empty())
-        fail("an MPD without a Period");
+    checkWhole();
     completeTimes();
     return std::move(m_manifest);
 }
@@ -104,16 +115,6 @@ std::optional<double> Parser::duration(const XmlElement& element, const char* na
     if (!seconds)
         attributes.fail(name);
     return seconds;
-}
-
-std::optional<ByteRange> Parser::range(const XmlElement& element, const char* name) const {
-    if (!element.HasAttribute(name))
-        return std::nullopt;
-    const XmlAttributes attributes(element, m_url);
-    const auto range = parseRange(attributes.text(name));
-    if (!range)
-        attributes.fail(name);
-    return range;
 }
 
 /// A number that fits an int; 0 where there is none.
@@ -136,19 +137,34 @@ void Parser::readPeriod(const XmlElement& element, const Level& above) {
     descend(element, level);
     for (XmlElement it = element.FirstChild(); it; it = it.Next()) {
         if (it.Name() == "AdaptationSet")
-            readSet(it, level, period);
+            readLinked(it, level, [&](const XmlElement& set) { readSet(set, level, period); });
     }
     m_manifest.periods.push_back(std::move(period));
 }
 
+/// A set that cannot be used does not take the others along.
 void Parser::readSet(const XmlElement& element, const Level& above, DashPeriod& period) {
     DashAdaptationSet set;
     set.contentType = lowered(element.Attribute("contentType"));
     if (set.contentType.empty())
         set.contentType = majorType(element.Attribute("mimeType"));
     set.language = element.Attribute("lang");
+    try {
+        fillSet(element, above, set);
+    } catch (const ToolError& error) {
+        const std::string type = set.contentType.empty() ? "" : " of " + set.contentType;
+        leaveOut("an AdaptationSet" + type + " in " + periodName(), error);
+        return;
+    }
+    if (!set.representations.empty())
+        period.sets.push_back(std::move(set));
+}
+
+void Parser::fillSet(const XmlElement& element, const Level& above, DashAdaptationSet& set) {
     Level level = above;
     descend(element, level);
+    const int width = positive(element, "width");
+    const int height = positive(element, "height");
     for (XmlElement it = element.FirstChild(); it; it = it.Next()) {
         if (it.Name() == "Role" && it.Attribute("value") == "main")
             set.isMain = true;
@@ -156,17 +172,21 @@ void Parser::readSet(const XmlElement& element, const Level& above, DashPeriod& 
             set.isTrick = true;
         if (it.Name() != "Representation")
             continue;
-        set.representations.push_back(readRepresentation(it, level));
         if (set.contentType.empty())
             set.contentType = majorType(it.Attribute("mimeType"));
+        try {
+            set.representations.push_back(readRepresentation(it, level));
+        } catch (const ToolError& error) {
+            leaveOut("Representation " + inQuotes(it.Attribute("id")) + " in " + periodName(),
+                     error);
+            continue;
+        }
         DashRepresentation& last = set.representations.back();
         if (last.codecs.empty())
             last.codecs = element.Attribute("codecs");
-        last.width = last.width > 0 ? last.width : positive(element, "width");
-        last.height = last.height > 0 ? last.height : positive(element, "height");
+        last.width = last.width > 0 ? last.width : width;
+        last.height = last.height > 0 ? last.height : height;
     }
-    if (!set.representations.empty())
-        period.sets.push_back(std::move(set));
 }
 
 DashRepresentation Parser::readRepresentation(const XmlElement& element, const Level& above) {
@@ -181,7 +201,95 @@ DashRepresentation Parser::readRepresentation(const XmlElement& element, const L
     result.baseUrls = std::move(level.baseUrls);
     result.addressing = std::move(level.addressing);
     result.protections = std::move(level.protections);
+    checkRepresentation(result);
     return result;
+}
+
+/// What would fail for every segment fails here.
+void Parser::checkRepresentation(const DashRepresentation& representation) const {
+    const DashAddressing& addressing = representation.addressing;
+    if (addressing.kind == DashAddressing::Kind::List && !addressing.list)
+        fail("a SegmentList without a SegmentURL");
+    if (addressing.kind == DashAddressing::Kind::Template)
+        expandDashTemplate(addressing.media, {}, m_url);
+    if (addressing.isInitTemplate)
+        expandDashTemplate(addressing.initialization, {}, m_url);
+}
+
+void Parser::leaveOut(const std::string& what, const ToolError& error) {
+    if (!m_firstFailure)
+        m_firstFailure = error;
+    const std::string prefix = m_url + ": ";
+    std::string reason = error.what();
+    if (reason.rfind(prefix, 0) == 0)
+        reason.erase(0, prefix.size());
+    m_manifest.problems.push_back(prefix + what + " cannot be used: " + reason);
+}
+
+/// Of the one that is being read.
+std::string Parser::periodName() const {
+    return "Period " + std::to_string(m_manifest.periods.size() + 1);
+}
+
+/// Reads an element, or what stands elsewhere in its place (ISO/IEC 23009-1, 5.5). Where that
+/// cannot be had, what the element itself has is read.
+template<typename Read>
+void Parser::readLinked(const XmlElement& element, const Level& level, const Read& read) {
+    const std::string href = m_isRemote ? "" : trimmed(element.Attribute("href"));
+    if (href == kResolveToZero)
+        return;
+    std::unique_ptr<XmlDocument> document;
+    if (!href.empty())
+        try {
+            document = fetchRemote(level, href);
+        } catch (const ToolError& error) {
+            const bool hasOwn = static_cast<bool>(element.FirstChild());
+            m_manifest.problems.push_back(
+                m_url + ": " + periodName() + (hasOwn ? " is played as it stands" : " is skipped") +
+                ", its " + element.Name() + " stands elsewhere: " + error.what());
+        }
+    if (!document) {
+        read(element);
+        return;
+    }
+    m_isRemote = true;
+    const XmlElement root = document->root();
+    const bool isAlone = root.Name() == element.Name();
+    for (XmlElement it = isAlone ? root : root.FirstChild(); it; it = it.Next()) {
+        if (it.Name() == element.Name())
+            read(it);
+    }
+    m_isRemote = false;
+}
+
+/// What stands elsewhere may be several elements, which are no document by themselves: they are
+/// then read within one.
+std::unique_ptr<XmlDocument> Parser::fetchRemote(const Level& level, const std::string& href) {
+    if (++m_remotes > kMaxDashRemotes)
+        fail("more than " + std::to_string(kMaxDashRemotes) + " elements that stand elsewhere");
+    std::string url = m_url;
+    for (const std::string& base : level.baseUrls)
+        url = resolveHttpUrl(url, base, m_url);
+    url = resolveHttpUrl(url, href, m_url);
+    if (!m_fetchRemote)
+        throw ToolError(url, "not fetched");
+    const std::string text = m_fetchRemote(url);
+    try {
+        return std::make_unique<XmlDocument>(text, url);
+    } catch (const ToolError&) {
+        const std::string elements(withoutPrologue(text));
+        return std::make_unique<XmlDocument>("<r>" + elements + "</r>", url);
+    }
+}
+
+void Parser::checkWhole() const {
+    const auto& periods = m_manifest.periods;
+    if (periods.empty())
+        fail("an MPD without a Period");
+    const bool hasSets = std::any_of(periods.begin(), periods.end(),
+                                     [](const DashPeriod& it) { return !it.sets.empty(); });
+    if (!hasSets && m_firstFailure)
+        throw ToolError(*m_firstFailure);
 }
 
 /// A period begins where the one before ends, and ends where the next one begins, unless it says
@@ -213,95 +321,12 @@ void Parser::descend(const XmlElement& element, Level& level) {
         if (name == "BaseURL" && !hasBase) { // the others are alternatives to the first
             level.baseUrls.push_back(trimmed(it.Text()));
             hasBase = true;
-        } else if (name == "SegmentTemplate") {
-            readTemplate(it, level.addressing);
-        } else if (name == "SegmentList") {
-            readList(it, level.addressing);
-        } else if (name == "SegmentBase") {
-            readBase(it, level.addressing);
         } else if (name == "ContentProtection") {
             level.protections.push_back(readProtection(it));
+        } else {
+            m_addressing.read(it, level.addressing);
         }
     }
-}
-
-void Parser::readTemplate(const XmlElement& element, DashAddressing& addressing) {
-    addressing.kind = DashAddressing::Kind::Template;
-    readCommon(element, addressing);
-    if (element.HasAttribute("media"))
-        addressing.media = trimmed(element.Attribute("media"));
-    if (element.HasAttribute("initialization")) {
-        addressing.initialization = trimmed(element.Attribute("initialization"));
-        addressing.hasInitialization = true;
-    }
-}
-
-void Parser::readList(const XmlElement& element, DashAddressing& addressing) {
-    addressing.kind = DashAddressing::Kind::List;
-    readCommon(element, addressing);
-    std::vector<DashSegmentUrl> list;
-    for (XmlElement it = element.FirstChild(); it; it = it.Next()) {
-        if (it.Name() != "SegmentURL")
-            continue;
-        if (++m_runs > kMaxDashRuns)
-            fail("more than " + std::to_string(kMaxDashRuns) + " segments");
-        list.push_back({trimmed(it.Attribute("media")), range(it, "mediaRange")});
-    }
-    if (!list.empty())
-        addressing.list = std::make_shared<const std::vector<DashSegmentUrl>>(std::move(list));
-}
-
-void Parser::readBase(const XmlElement& element, DashAddressing& addressing) {
-    addressing.kind = DashAddressing::Kind::Base;
-    readCommon(element, addressing);
-    if (const auto index = range(element, "indexRange"))
-        addressing.indexRange = index;
-}
-
-void Parser::readCommon(const XmlElement& element, DashAddressing& addressing) {
-    const XmlAttributes attributes(element, m_url);
-    if (const auto timescale = attributes.number("timescale")) {
-        if (*timescale == 0 || *timescale > kMaxTimescale)
-            attributes.fail("timescale");
-        addressing.timescale = *timescale;
-    }
-    if (const auto offset = attributes.number("presentationTimeOffset"))
-        addressing.timeOffset = *offset;
-    if (const auto number = attributes.number("startNumber"))
-        addressing.startNumber = *number;
-    if (const auto number = attributes.number("endNumber"))
-        addressing.endNumber = number;
-    if (const auto duration = attributes.number("duration")) {
-        if (*duration == 0)
-            attributes.fail("duration");
-        addressing.duration = duration;
-    }
-    if (const XmlElement init = findChild(element, "Initialization")) {
-        addressing.initialization = trimmed(init.Attribute("sourceURL"));
-        addressing.initRange = range(init, "range");
-        addressing.hasInitialization = true;
-    }
-    if (const XmlElement timeline = findChild(element, "SegmentTimeline"))
-        readTimeline(timeline, addressing);
-}
-
-void Parser::readTimeline(const XmlElement& element, DashAddressing& addressing) {
-    std::vector<DashRun> runs;
-    for (XmlElement it = element.FirstChild(); it; it = it.Next()) {
-        if (it.Name() != "S")
-            continue;
-        if (++m_runs > kMaxDashRuns)
-            fail("more than " + std::to_string(kMaxDashRuns) + " segments");
-        const XmlAttributes attributes(it, m_url);
-        DashRun run;
-        run.time = attributes.number("t");
-        run.duration = attributes.number("d").value_or(0);
-        run.repeats = attributes.integer("r").value_or(0);
-        if (run.duration == 0)
-            attributes.fail("d");
-        runs.push_back(run);
-    }
-    addressing.timeline = std::make_shared<const std::vector<DashRun>>(std::move(runs));
 }
 
 DashProtection Parser::readProtection(const XmlElement& element) {
@@ -320,12 +345,13 @@ bool looksLikeDash(const std::string& text) {
     return outermostElement(text) == "MPD";
 }
 
-DashManifest parseDashManifest(const std::string& text, const std::string& url) {
+DashManifest parseDashManifest(const std::string& text, const std::string& url,
+                               const FetchDashRemote& fetchRemote) {
     XmlDocument document(text, url);
     const XmlElement root = document.root();
     if (root.Name() != "MPD")
         throw ToolError(url, "not an MPD: " + inQuotes(root.Name()));
-    return Parser(url).parse(root);
+    return Parser(url, fetchRemote).parse(root);
 }
 
 } // namespace hastool

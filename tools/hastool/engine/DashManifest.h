@@ -4,6 +4,7 @@
 #include "ByteRange.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -37,6 +38,7 @@ struct DashAddressing {
     std::shared_ptr<const std::vector<DashRun>> timeline; ///< null where there is none
     std::string media;                                    ///< a template
     std::string initialization; ///< a template, or a URL where it came by sourceURL
+    bool isInitTemplate = false;
     bool hasInitialization = false;
     std::optional<ByteRange> initRange;
     std::optional<ByteRange> indexRange; ///< of the sidx
@@ -93,19 +95,28 @@ struct DashManifest {
     std::optional<double> suggestedDelay;      ///< seconds
     std::string location;                      ///< where to load it again, as written
     std::vector<DashClock> clocks;
-    std::vector<DashPeriod> periods; ///< in order, at least one
+    std::vector<DashPeriod> periods;   ///< in order, at least one
+    std::vector<std::string> problems; ///< what of it cannot be used, and why; a line each
 };
 
 /// The most that a manifest may list.
 constexpr size_t kMaxDashPeriods = 10000;
+constexpr size_t kMaxDashRemotes = 100; ///< that stand elsewhere; each is fetched by itself
 constexpr size_t kMaxDashRuns = 500000;
 
 /// Whether a document may be meant as one: its outermost element is an MPD.
 bool looksLikeDash(const std::string& text);
 
-/// Parses a manifest.
-/// @param url  names it in messages. @throws ToolError for what is none, or for a value in it that
-///             cannot be used
-DashManifest parseDashManifest(const std::string& text, const std::string& url);
+/// Fetches what stands elsewhere, by the absolute URL. @throws ToolError when that fails
+using FetchDashRemote = std::function<std::string(const std::string& url)>;
+
+/// Parses a manifest. Of its adaptation sets and representations those that cannot be used are left
+/// out, which `problems` tells; so are periods that stand elsewhere and cannot be had.
+/// @param url          where it came from; names it in messages
+/// @param fetchRemote  for periods and adaptation sets that stand elsewhere (xlink:href)
+/// @throws ToolError for what is no manifest, for a value of all its periods that cannot be used,
+///         and where nothing of it can be
+DashManifest parseDashManifest(const std::string& text, const std::string& url,
+                               const FetchDashRemote& fetchRemote = {});
 
 } // namespace hastool

@@ -2,7 +2,7 @@
 
 #include "../media/PsshText.h"
 #include "DashSelection.h"
-#include "DashTemplate.h"
+#include "DashUrls.h"
 #include "HttpUrl.h"
 #include "IsoTime.h"
 #include "ToolError.h"
@@ -10,25 +10,19 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace hastool {
 namespace {
 
-constexpr double kLiveDistance = 3;         // segments before the end, where nothing else is said
-constexpr double kBoundaryTolerance = 0.25; // of a segment: streams are cut nearly alike
-constexpr double kLiveBacklog = 600;        // seconds
-constexpr double kMinReload = 0.5;          // seconds; no server deserves more
-constexpr double kTimeTolerance = 0.001;    // seconds; ends of periods are rounded
-constexpr double kStartedAnew = 60;         // seconds behind the end: its time starts anew
+constexpr double kLiveDistance = 3; // segments before the end, where nothing else is said
+constexpr double kMinReload = 0.5;  // seconds; no server deserves more
+constexpr std::chrono::milliseconds kAskAgain{200};
+constexpr double kTimeTolerance = 0.001; // seconds; ends of periods are rounded
+constexpr double kStartedAnew = 60;      // seconds behind the end: its time starts anew
 
-/// A segment whose length is not known is the whole period, and comes once.
-double lengthOf(const DashSegment& segment) {
-    return std::max(segment.seconds, kTimeTolerance);
-}
-
-double endOf(const DashSegment& segment, const DashPeriod& period) {
-    const double end = segment.start + lengthOf(segment);
-    return period.duration ? std::min(end, period.start + *period.duration) : end;
+double endOf(const DashPeriod& period) {
+    return period.start + period.duration.value_or(std::numeric_limits<double>::infinity());
 }
 
 std::string labelOf(const DashRepresentation& representation) {
@@ -70,11 +64,24 @@ DashPresentation::DashPresentation(const Document& document, FetchDocument fetch
 }
 
 void DashPresentation::take(const Document& document) {
-    m_manifest = parseDashManifest(document.text, document.url);
+    m_manifest = parseDashManifest(document.text, document.url,
+                                   [this](const std::string& url) { return fetchRemote(url); });
+    for (const std::string& problem : m_manifest.problems)
+        warn(problem);
     m_url = document.url;
     m_segments.clear();
     m_loadedAt = m_clock.steady();
     setClock();
+}
+
+/// What stands elsewhere stays as it is, however often the manifest is loaded again.
+std::string DashPresentation::fetchRemote(const std::string& url) {
+    const auto known = m_remotes.find(url);
+    if (known != m_remotes.end())
+        return known->second;
+    if (m_remotes.size() == kMaxDashRemotes)
+        m_remotes.clear();
+    return m_remotes[url] = m_fetch({url, std::nullopt}).text;
 }
 
 void DashPresentation::openTracks() {
@@ -89,6 +96,8 @@ void DashPresentation::openTracks() {
         m_readings.resize(m_tracks.size());
         return;
     }
+    if (!m_manifest.problems.empty())
+        throw ToolError(m_manifest.problems.front());
     throw ToolError(m_url, "no period with anything to play");
 }
 
@@ -103,8 +112,8 @@ void DashPresentation::setClock() {
             time = parseIsoDateTime(trimmed(clock.value));
         else if (contains(":utc:http-iso:") || contains(":utc:http-xsdate:"))
             try {
-                time = parseIsoDateTime(
-                    trimmed(m_fetch({resolve(m_url, clock.value), std::nullopt}).text));
+                time = parseIsoDateTime(trimmed(
+                    m_fetch({resolveHttpUrl(m_url, clock.value, m_url), std::nullopt}).text));
             } catch (const ToolError&) {
                 continue; // the next way, or the own clock
             }
@@ -129,14 +138,8 @@ DashWindow DashPresentation::window() const {
     if (!m_manifest.isDynamic)
         return window;
     window.until = liveTime();
-    // A stream may be running for years; what no track will ask for is not listed.
-    window.from = window.until - kLiveBacklog;
-    for (const Reading& reading : m_readings) {
-        if (reading.joined)
-            window.from = std::min(window.from, reading.time - kLiveBacklog);
-    }
     if (m_manifest.timeShiftDepth)
-        window.from = std::max(window.from, window.until - *m_manifest.timeShiftDepth);
+        window.from = window.until - *m_manifest.timeShiftDepth;
     return window;
 }
 
@@ -144,25 +147,42 @@ NextPiece DashPresentation::next(size_t track, size_t stream) {
     reloadWhenDue();
     Reading& reading = m_readings.at(track);
     join(reading);
-    auto found = reading.joined ? find(track, stream) : std::nullopt;
-    if (!found) {
-        const DashPeriod& last = m_manifest.periods.back();
-        if (!m_manifest.isDynamic || isOver(last))
-            return {};
-        return m_wait.wait(reloadDue(), m_url);
-    }
+    const auto found = reading.joined ? find(track, stream) : std::nullopt;
+    if (found)
+        return advance(track, *found);
+    const DashPeriod& last = m_manifest.periods.back();
+    if (!m_manifest.isDynamic || isOver(last, reading.time))
+        return {};
+    // Segments that are only counted come with the time, whenever the manifest is due.
+    const auto soon = m_clock.steady() + kAskAgain;
+    const auto due = m_manifest.minimumUpdatePeriod ? std::min(reloadDue(), soon) : soon;
+    return m_wait.wait(due, m_url);
+}
+
+/// Hands a segment out and puts the track behind it.
+NextPiece DashPresentation::advance(size_t track, const Found& found) {
     m_wait.end();
+    Reading& reading = m_readings[track];
+    const DashPeriod& period = m_manifest.periods[found.period];
+    const DashSegment& segment = found.segment;
+    const bool isSamePeriod = found.period == reading.period;
     NextPiece result;
     result.kind = NextPiece::Kind::Piece;
-    result.piece = pieceOf(track, *found);
-    const double behind = found->segment.start - reading.time;
-    if (m_manifest.isDynamic && behind > found->segment.seconds / 2 && found->segment.seconds > 0)
-        result.piece.lost = static_cast<uint64_t>(std::llround(behind / found->segment.seconds));
-    const double periodStart = m_manifest.periods[reading.period].start;
-    result.piece.discontinuity =
-        reading.periodStart && std::abs(*reading.periodStart - periodStart) > kTimeTolerance;
-    reading.periodStart = periodStart;
-    reading.time = endOf(found->segment, m_manifest.periods[reading.period]);
+    result.piece = pieceOf(track, found);
+    const double expected = isSamePeriod ? reading.time : std::min(reading.time, period.start);
+    const double behind = segment.start - expected;
+    if (m_manifest.isDynamic && behind > segment.seconds / 2 && segment.seconds > 0)
+        result.piece.lost = static_cast<uint64_t>(std::llround(behind / segment.seconds));
+    result.piece.discontinuity = !reading.isFirst && !isSamePeriod;
+    const double end = segment.start + dashLength(segment);
+    reading.time = isSamePeriod ? std::max(reading.time, end) : end;
+    reading.period = found.period;
+    reading.periodId = period.id;
+    reading.periodStart = period.start;
+    reading.hasBegun = true;
+    reading.representation = found.representation->id;
+    reading.last = segment;
+    reading.isFirst = false;
     return result;
 }
 
@@ -174,13 +194,10 @@ DashPresentation::Clock::time_point DashPresentation::reloadDue() const {
 
 /// A failure is ridden out until the live time-out.
 void DashPresentation::reloadWhenDue() {
-    if (!m_manifest.isDynamic)
-        return;
-    m_segments.clear(); // time has passed
-    if (!m_manifest.minimumUpdatePeriod || m_clock.steady() < reloadDue())
+    if (!m_manifest.isDynamic || !m_manifest.minimumUpdatePeriod || m_clock.steady() < reloadDue())
         return;
     const std::string url =
-        m_manifest.location.empty() ? m_url : resolve(m_url, m_manifest.location);
+        m_manifest.location.empty() ? m_url : resolveHttpUrl(m_url, m_manifest.location, m_url);
     try {
         take(m_fetch({url, std::nullopt}));
         m_wait.loaded();
@@ -189,14 +206,34 @@ void DashPresentation::reloadWhenDue() {
         m_loadedAt = m_clock.steady();
     }
     for (Reading& reading : m_readings)
-        reading.period = 0; // the list may have lost periods at its begin
+        findPlace(reading);
+}
+
+/// The list may have lost periods at its begin, or got others between.
+void DashPresentation::findPlace(Reading& reading) const {
+    const auto& periods = m_manifest.periods;
+    const auto isSame = [&](const DashPeriod& it) {
+        return it.id == reading.periodId &&
+               std::abs(it.start - reading.periodStart) < kTimeTolerance;
+    };
+    const auto same = std::find_if(periods.begin(), periods.end(), isSame);
+    reading.hasBegun = reading.hasBegun && same != periods.end();
+    if (same != periods.end()) {
+        reading.period = static_cast<size_t>(same - periods.begin());
+        return;
+    }
+    // A period that went on under another name is left where it was read up to.
+    const auto next = std::find_if(periods.begin(), periods.end(),
+                                   [&](const DashPeriod& it) { return endOf(it) > reading.time; });
+    const auto last = static_cast<size_t>(next - periods.begin());
+    reading.period = std::min(last, periods.size() - 1);
 }
 
 /// All tracks begin at the same time.
 void DashPresentation::join(Reading& reading) {
     if (m_joinTime && m_manifest.isDynamic && reading.joined) {
-        double seconds = 0;
-        if (reading.time - liveEdge(false, seconds) > kStartedAnew && seconds > 0) {
+        const auto edge = liveEdge();
+        if (edge && reading.time - edge->time > kStartedAnew) {
             reading.joined = false;
             m_joinTime.reset();
         }
@@ -206,73 +243,71 @@ void DashPresentation::join(Reading& reading) {
     if (!m_joinTime && !m_manifest.isDynamic)
         m_joinTime = m_manifest.periods.front().start;
     if (!m_joinTime) {
-        double seconds = 0;
-        const double edge = liveEdge(false, seconds);
-        if (seconds > 0)
-            m_joinTime = edge - m_manifest.suggestedDelay.value_or(kLiveDistance * seconds);
+        if (const auto edge = liveEdge())
+            m_joinTime =
+                edge->time - m_manifest.suggestedDelay.value_or(kLiveDistance * edge->segment);
     }
     if (!m_joinTime)
         return;
     reading.time = std::max(*m_joinTime, m_manifest.periods.front().start);
     reading.period = 0;
+    reading.hasBegun = false;
+    reading.isFirst = true;
     reading.joined = true;
 }
 
-/// Where the last segment ends that is there.
-/// @param segmentSeconds  how long that segment is; untouched when there is none
-double DashPresentation::liveEdge(bool isAudio, double& segmentSeconds) {
+/// Where the last segment of the main track ends that is there; nothing while there is none.
+std::optional<DashPresentation::Edge> DashPresentation::liveEdge() {
     const auto& periods = m_manifest.periods;
     for (auto period = periods.rbegin(); period != periods.rend(); ++period) {
-        const Representations all = selectRepresentations(*period, isAudio);
+        const Representations all = selectRepresentations(*period, false);
         if (all.empty())
             continue;
-        const auto& list = segments(*period, *all.front());
-        if (list.empty())
-            continue;
-        segmentSeconds = list.back().seconds;
-        return list.back().start + list.back().seconds;
+        if (const auto last = segments(*period, *all.front()).last(window()))
+            return Edge{last->start + last->seconds, last->seconds};
     }
-    return 0;
+    return std::nullopt;
 }
 
+/// What comes next, in the period that the track reads or in a later one.
 std::optional<DashPresentation::Found> DashPresentation::find(size_t track, size_t stream) {
-    Reading& reading = m_readings[track];
+    const Reading& reading = m_readings[track];
     const auto& periods = m_manifest.periods;
     for (size_t i = reading.period; i < periods.size(); ++i) {
-        const bool isLast = i + 1 == periods.size();
+        const bool isSamePeriod = i == reading.period;
         const DashRepresentation* const chosen = choose(periods[i], track, stream);
-        if (chosen != nullptr) {
-            const double time = std::max(reading.time, periods[i].start);
-            if (auto segment = findIn(periods[i], *chosen, time)) {
-                reading.period = i;
-                return Found{chosen, std::move(*segment)};
-            }
+        const bool isPast = !reading.hasBegun && endOf(periods[i]) <= reading.time + kTimeTolerance;
+        if (chosen != nullptr && !isPast) {
+            if (auto segment = findIn(periods[i], reading, *chosen, isSamePeriod))
+                return Found{i, chosen, std::move(*segment)};
         }
-        if (isLast || (m_manifest.isDynamic && !isOver(periods[i])))
+        if (chosen != nullptr && !isOver(periods[i], reading.time))
             break;
     }
     return std::nullopt;
 }
 
-/// The first segment that does not lie before a time, but for a small part of it.
+/// In the representation that was read last, the segment behind the last one; in another one that
+/// which follows in time. A new period is read from its begin, however far the last segment of the
+/// one before reached into it.
 std::optional<DashSegment> DashPresentation::findIn(const DashPeriod& period,
+                                                    const Reading& reading,
                                                     const DashRepresentation& representation,
-                                                    double time) {
-    const auto& list = segments(period, representation);
-    const auto it = std::partition_point(list.begin(), list.end(), [&](const DashSegment& segment) {
-        return segment.start + lengthOf(segment) * (1 - kBoundaryTolerance) <= time;
-    });
-    if (it == list.end())
-        return std::nullopt;
-    return *it;
+                                                    bool isSamePeriod) {
+    const DashSegmentList& list = segments(period, representation);
+    if (!isSamePeriod && reading.hasBegun)
+        return list.at(period.start, window());
+    if (reading.hasBegun && representation.id == reading.representation)
+        return list.behind(reading.last, window());
+    return list.at(std::max(reading.time, period.start), window());
 }
 
 /// Whether nothing will be added to a period.
-bool DashPresentation::isOver(const DashPeriod& period) const {
+/// @param time  up to which it was read
+bool DashPresentation::isOver(const DashPeriod& period, double time) const {
     if (!m_manifest.isDynamic)
         return true;
-    const bool isKnown = period.duration.has_value();
-    return isKnown && liveTime() >= period.start + *period.duration - kTimeTolerance;
+    return std::max(liveTime(), time) >= endOf(period) - kTimeTolerance;
 }
 
 const DashRepresentation* DashPresentation::choose(const DashPeriod& period, size_t track,
@@ -282,70 +317,46 @@ const DashRepresentation* DashPresentation::choose(const DashPeriod& period, siz
                         info.streams.at(stream).bitrate);
 }
 
-const std::vector<DashSegment>&
-DashPresentation::segments(const DashPeriod& period, const DashRepresentation& representation) {
+const DashSegmentList& DashPresentation::segments(const DashPeriod& period,
+                                                  const DashRepresentation& representation) {
     const auto known = m_segments.find(&representation);
     if (known != m_segments.end())
         return known->second;
-    auto list =
-        listDashSegments(representation.addressing, period, window(), index(representation), m_url);
-    return m_segments.emplace(&representation, std::move(list)).first->second;
+    const SegmentIndex* const itsIndex = index(representation);
+    return m_segments
+        .try_emplace(&representation, representation.addressing, period, itsIndex, m_url)
+        .first->second;
 }
 
 const SegmentIndex* DashPresentation::index(const DashRepresentation& representation) {
-    const auto& range = representation.addressing.indexRange;
-    if (representation.addressing.kind != DashAddressing::Kind::Base || !range)
+    const auto resource = DashUrls(representation, m_url).index();
+    if (!resource)
         return nullptr;
-    const Resource resource{baseOf(representation), range};
-    const std::string key = resource.url + " " + rangeText(*range);
+    const std::string key = resource->url + " " + rangeText(*resource->range);
     auto known = m_indexes.find(key);
     if (known == m_indexes.end()) {
-        const Document document = m_fetch(resource);
-        known =
-            m_indexes.emplace(key, SegmentIndex::parse(document.text, range->first, resource.url))
-                .first;
+        const Document document = m_fetch(*resource);
+        known = m_indexes
+                    .emplace(key, SegmentIndex::parse(document.text, resource->range->first,
+                                                      resource->url))
+                    .first;
     }
     return &known->second;
 }
 
-MediaPiece DashPresentation::pieceOf(size_t track, const Found& found) {
-    const DashRepresentation& representation = *found.representation;
-    const DashSegment& segment = found.segment;
-    const std::string base = baseOf(representation);
-    std::string media = segment.media;
-    if (representation.addressing.kind == DashAddressing::Kind::Template)
-        media = expandDashTemplate(media,
-                                   {representation.id, segment.number,
-                                    static_cast<uint64_t>(representation.bandwidth), segment.time},
-                                   m_url);
+MediaPiece DashPresentation::pieceOf(size_t track, const Found& found) const {
+    const DashUrls urls(*found.representation, m_url);
     MediaPiece piece;
-    piece.media.resource = {resolve(base, media), segment.range};
-    if (const auto init = initOf(representation))
+    piece.media.resource = urls.media(found.segment);
+    if (auto bytes = urls.inlineInit())
+        piece.makeInit = [bytes = std::move(*bytes)](std::string_view) { return bytes; };
+    else if (const auto init = urls.init())
         piece.init = MediaPart{*init, std::nullopt};
-    piece.index = segment.number;
-    piece.start = segment.start;
-    piece.seconds = segment.seconds;
-    const DashPeriod& period = m_manifest.periods[m_readings[track].period];
-    piece.protection = protectionOf(period, track, representation);
+    piece.index = found.segment.number;
+    piece.start = found.segment.start;
+    piece.seconds = found.segment.seconds;
+    piece.protection = protectionOf(m_manifest.periods[found.period], track, *found.representation);
     return piece;
-}
-
-std::optional<Resource> DashPresentation::initOf(const DashRepresentation& representation) const {
-    const DashAddressing& addressing = representation.addressing;
-    const std::string base = baseOf(representation);
-    if (addressing.hasInitialization) {
-        std::string url = addressing.initialization;
-        if (addressing.kind == DashAddressing::Kind::Template)
-            url = expandDashTemplate(
-                url, {representation.id, 0, static_cast<uint64_t>(representation.bandwidth), 0},
-                m_url);
-        return Resource{resolve(base, url), addressing.initRange};
-    }
-    // Before the index stands what has to be known first.
-    if (addressing.kind == DashAddressing::Kind::Base && addressing.indexRange &&
-        addressing.indexRange->first > 0)
-        return Resource{base, ByteRange{0, addressing.indexRange->first}};
-    return std::nullopt;
 }
 
 std::shared_ptr<const Protection>
@@ -363,17 +374,6 @@ DashPresentation::protectionOf(const DashPeriod& period, size_t track,
         result->descriptors.push_back({it.schemeId, it.value, it.defaultKid, std::move(pssh)});
     }
     return result;
-}
-
-std::string DashPresentation::baseOf(const DashRepresentation& representation) const {
-    std::string base = m_url;
-    for (const std::string& url : representation.baseUrls)
-        base = resolve(base, url);
-    return base;
-}
-
-std::string DashPresentation::resolve(const std::string& base, const std::string& uri) const {
-    return resolveHttpUrl(base, uri, m_url);
 }
 
 } // namespace hastool

@@ -38,18 +38,30 @@ private:
 
     /// How far a track is.
     struct Reading {
-        double time = 0; ///< seconds of the presentation before the next piece
-        size_t period = 0;
-        std::optional<double> periodStart; ///< of the last piece's period
+        double time = 0;      ///< seconds of the presentation before the next piece
+        size_t period = 0;    ///< that it reads, or is about to
+        std::string periodId; ///< what that period is known by in the next state of the manifest
+        double periodStart = 0;
+        bool hasBegun = false; ///< a piece of that period was handed out:
+        std::string representation;
+        DashSegment last;
         bool joined = false;
+        bool isFirst = true; ///< nothing was handed out since it was joined
+    };
+    /// Where a live presentation stands.
+    struct Edge {
+        double time = 0;    ///< seconds of the presentation
+        double segment = 0; ///< length of the last segment, in seconds
     };
     /// A segment that was found.
     struct Found {
+        size_t period = 0;
         const DashRepresentation* representation = nullptr;
         DashSegment segment;
     };
 
     void take(const Document& document);
+    std::string fetchRemote(const std::string& url);
     void openTracks();
     void reloadWhenDue();
     Clock::time_point reloadDue() const;
@@ -58,21 +70,20 @@ private:
     double liveTime() const;
     DashWindow window() const;
     void join(Reading& reading);
-    double liveEdge(bool isAudio, double& segmentSeconds);
+    std::optional<Edge> liveEdge();
+    void findPlace(Reading& reading) const;
     std::optional<Found> find(size_t track, size_t stream);
-    std::optional<DashSegment> findIn(const DashPeriod& period,
-                                      const DashRepresentation& representation, double time);
-    bool isOver(const DashPeriod& period) const;
+    std::optional<DashSegment> findIn(const DashPeriod& period, const Reading& reading,
+                                      const DashRepresentation& representation, bool isSamePeriod);
+    bool isOver(const DashPeriod& period, double time) const;
     const DashRepresentation* choose(const DashPeriod& period, size_t track, size_t stream) const;
-    const std::vector<DashSegment>& segments(const DashPeriod& period,
-                                             const DashRepresentation& representation);
+    const DashSegmentList& segments(const DashPeriod& period,
+                                    const DashRepresentation& representation);
     const SegmentIndex* index(const DashRepresentation& representation);
-    MediaPiece pieceOf(size_t track, const Found& found);
-    std::optional<Resource> initOf(const DashRepresentation& representation) const;
+    NextPiece advance(size_t track, const Found& found);
+    MediaPiece pieceOf(size_t track, const Found& found) const;
     std::shared_ptr<const Protection> protectionOf(const DashPeriod& period, size_t track,
                                                    const DashRepresentation& representation) const;
-    std::string baseOf(const DashRepresentation& representation) const;
-    std::string resolve(const std::string& base, const std::string& uri) const;
 
     FetchDocument m_fetch;
     TimeSource m_clock;
@@ -85,8 +96,8 @@ private:
     std::optional<double> m_joinTime; ///< that all tracks begin at
     LiveWait m_wait;
     std::map<std::string, SegmentIndex> m_indexes; ///< by URL and range
-    /// Of the manifest at hand; those of a live one only for as long as one piece is looked for.
-    std::map<const DashRepresentation*, std::vector<DashSegment>> m_segments;
+    std::map<std::string, std::string> m_remotes;  ///< what stands elsewhere, by URL
+    std::map<const DashRepresentation*, DashSegmentList> m_segments; ///< of the manifest at hand
 };
 
 } // namespace hastool

@@ -8,210 +8,278 @@
 namespace hastool {
 namespace {
 
-constexpr double kTolerance = 0.001; // seconds; ends of periods are rounded
-constexpr uint64_t kMaxTime = std::numeric_limits<uint64_t>::max() / 2;
+constexpr double kTolerance = 0.001;        // seconds; ends of periods are rounded
+constexpr double kBoundaryTolerance = 0.25; // of a segment: streams are cut nearly alike
+constexpr uint64_t kMaxTime = std::numeric_limits<uint64_t>::max() / 4;
 
-/// The whole part of an index that was reckoned, within 0 and the end.
-uint64_t clampedIndex(double index, uint64_t end) {
-    return index > 0 ? static_cast<uint64_t>(std::min(index, static_cast<double>(end))) : 0;
-}
-
-/// Makes the list for one way of addressing.
-class Lister {
-public:
-    Lister(const DashAddressing& addressing, const DashPeriod& period, const DashWindow& window,
-           const std::string& where)
-        : m_addressing(addressing)
-        , m_period(period)
-        , m_window(window)
-        , m_where(where)
-        , m_scale(static_cast<double>(addressing.timescale)) {}
-
-    std::vector<DashSegment> list(const SegmentIndex* index);
-
-private:
-    void listTimeline();
-    void listRun(const DashRun& run, uint64_t& time, uint64_t end);
-    void listDurations();
-    void listUrls();
-    void listIndex(const SegmentIndex& index);
-    void listWhole();
-
-    double periodEnd() const;
-    uint64_t numberOf(uint64_t position) const;
-    double secondsAt(uint64_t time) const;
-    uint64_t endOfRun(size_t i) const;
-    bool add(DashSegment segment);
-
-    const DashAddressing& m_addressing;
-    const DashPeriod& m_period;
-    const DashWindow& m_window;
-    const std::string& m_where;
-    const double m_scale;
-    uint64_t m_position = 0; ///< of the next segment in the period
-    std::vector<DashSegment> m_segments;
-};
-
-std::vector<DashSegment> Lister::list(const SegmentIndex* index) {
-    using Kind = DashAddressing::Kind;
-    const bool isTimed = m_addressing.timeline || m_addressing.duration;
-    if (index != nullptr)
-        listIndex(*index);
-    else if (m_addressing.kind == Kind::Template && !isTimed)
-        throw ToolError(m_where, "a SegmentTemplate without a duration or a SegmentTimeline");
-    else if (m_addressing.kind == Kind::Base || m_addressing.kind == Kind::None || !isTimed)
-        listWhole();
-    else if (m_addressing.timeline)
-        listTimeline();
-    else
-        listDurations();
-    if (m_addressing.kind == Kind::List)
-        listUrls();
-    return std::move(m_segments);
-}
-
-double Lister::periodEnd() const {
-    return m_period.start + m_period.duration.value_or(std::numeric_limits<double>::infinity());
-}
-
-uint64_t Lister::numberOf(uint64_t position) const {
-    if (position > kMaxTime || m_addressing.startNumber > kMaxTime)
-        throw ToolError(m_where, "segment numbers that overflow");
-    return m_addressing.startNumber + position;
-}
-
-/// A media time as one of the presentation; what lies before the offset comes out earlier.
-double Lister::secondsAt(uint64_t time) const {
-    const uint64_t offset = m_addressing.timeOffset;
-    if (time < offset)
-        return m_period.start - static_cast<double>(offset - time) / m_scale;
-    return m_period.start + static_cast<double>(time - offset) / m_scale;
-}
-
-/// @return false when nothing behind it can be in the window
-bool Lister::add(DashSegment segment) {
-    const double end = segment.start + segment.seconds;
-    // What a timeline lists is there, whatever the clock says.
-    using Limits = std::numeric_limits<double>;
-    const double until = m_addressing.timeline ? Limits::max() : m_window.until;
-    const double from = m_addressing.timeline ? Limits::lowest() : m_window.from;
-    if (end > until + kTolerance || segment.start > periodEnd() - kTolerance ||
-        segment.number > m_addressing.endNumber.value_or(std::numeric_limits<uint64_t>::max()))
-        return false;
-    if (end <= from + kTolerance || end <= m_period.start + kTolerance)
-        return true;
-    if (m_segments.size() == kMaxDashSegments)
-        throw ToolError(m_where, "more segments than can be handled");
-    m_segments.push_back(std::move(segment));
-    return true;
-}
-
-void Lister::listTimeline() {
-    const auto& runs = *m_addressing.timeline;
-    uint64_t time = 0;
-    for (size_t i = 0; i < runs.size(); ++i)
-        listRun(runs[i], time, endOfRun(i));
-}
-
-/// Where a run that repeats without a count ends.
-uint64_t Lister::endOfRun(size_t i) const {
-    const auto& runs = *m_addressing.timeline;
-    if (i + 1 < runs.size() && runs[i + 1].time)
-        return *runs[i + 1].time;
-    const double end = std::min(periodEnd(), m_window.until) - m_period.start;
-    const double ticks = end * m_scale + static_cast<double>(m_addressing.timeOffset);
-    if (!(ticks > 0) || !std::isfinite(ticks))
-        return 0;
-    return static_cast<uint64_t>(std::min(std::ceil(ticks), static_cast<double>(kMaxTime)));
-}
-
-void Lister::listRun(const DashRun& run, uint64_t& time, uint64_t end) {
-    time = run.time.value_or(time);
-    uint64_t count = static_cast<uint64_t>(std::max<int64_t>(run.repeats, 0)) + 1;
-    if (run.repeats < 0)
-        count = end > time ? (end - time - 1) / run.duration + 1 : 1;
+/// Where a run with a count ends. @throws ToolError when that overflows
+uint64_t endOfRun(uint64_t time, const DashRun& run, const std::string& where) {
+    const uint64_t count = static_cast<uint64_t>(std::max<int64_t>(run.repeats, 0)) + 1;
     if (run.duration > kMaxTime / count || time > kMaxTime - run.duration * count)
-        throw ToolError(m_where, "segment times that overflow");
-    // What lies before the window is jumped over where a run has no count: it may be endless.
-    const double before = run.repeats < 0 ? (m_window.from - secondsAt(time)) * m_scale : 0;
-    const double skipped = std::floor(before / static_cast<double>(run.duration)) - 1;
-    bool isWithin = true;
-    for (uint64_t i = clampedIndex(skipped, count); i < count && isWithin; ++i) {
-        const uint64_t at = time + i * run.duration;
-        isWithin = add({secondsAt(at), static_cast<double>(run.duration) / m_scale,
-                        numberOf(m_position + i), at, m_addressing.media, std::nullopt});
-    }
-    time += run.duration * count;
-    if (m_position > kMaxTime - count)
-        throw ToolError(m_where, "segment numbers that overflow");
-    m_position += count;
-}
-
-/// Segments of one duration are counted, not walked: a live stream may be running for years.
-void Lister::listDurations() {
-    const double seconds = static_cast<double>(*m_addressing.duration) / m_scale;
-    const double end = std::min(periodEnd(), m_window.until) - m_period.start;
-    if (!std::isfinite(end) || end <= 0)
-        return;
-    const bool isCut = m_window.until < periodEnd(); // then only whole segments are there
-    const double exact = end / seconds;
-    const double count =
-        isCut ? std::floor(exact + kTolerance) : std::ceil(exact - kTolerance / seconds);
-    const uint64_t most = kMaxTime / *m_addressing.duration;
-    if (count > static_cast<double>(most))
-        throw ToolError(m_where, "segment times that overflow");
-    const auto last = static_cast<uint64_t>(std::max(count, 0.0));
-    uint64_t first = clampedIndex((m_window.from - m_period.start) / seconds, last);
-    first = std::max(first, last - std::min(last, kMaxDashSegments));
-    for (uint64_t i = first; i < last; ++i) {
-        const double start = m_period.start + static_cast<double>(i) * seconds;
-        const double length = isCut ? seconds : std::min(seconds, periodEnd() - start);
-        const uint64_t time = i * *m_addressing.duration;
-        if (!add({start, length, numberOf(i), time, m_addressing.media, std::nullopt}))
-            return;
-    }
-}
-
-/// Puts the URLs of a list to the times.
-void Lister::listUrls() {
-    if (!m_addressing.list)
-        throw ToolError(m_where, "a SegmentList without a SegmentURL");
-    const auto& urls = *m_addressing.list;
-    size_t kept = 0;
-    for (DashSegment& segment : m_segments) {
-        const uint64_t i = segment.number - m_addressing.startNumber;
-        if (i >= urls.size())
-            break;
-        segment.media = urls[static_cast<size_t>(i)].media;
-        segment.range = urls[static_cast<size_t>(i)].range;
-        ++kept;
-    }
-    m_segments.resize(kept);
-}
-
-void Lister::listIndex(const SegmentIndex& index) {
-    const auto scale = static_cast<double>(index.timescale);
-    const double offset = static_cast<double>(m_addressing.timeOffset) / m_scale;
-    for (const SegmentIndex::Entry& entry : index.entries) {
-        const double start = m_period.start + static_cast<double>(entry.time) / scale - offset;
-        if (!add({start, static_cast<double>(entry.duration) / scale, numberOf(m_position++),
-                  entry.time, "", ByteRange{entry.offset, entry.size}}))
-            return;
-    }
-}
-
-/// One segment is the whole period.
-void Lister::listWhole() {
-    const double length = m_period.duration.value_or(0);
-    m_segments.push_back({m_period.start, length, m_addressing.startNumber, 0, "", std::nullopt});
+        throw ToolError(where, "segment times that overflow");
+    return time + run.duration * count;
 }
 
 } // namespace
 
-std::vector<DashSegment> listDashSegments(const DashAddressing& addressing,
-                                          const DashPeriod& period, const DashWindow& window,
-                                          const SegmentIndex* index, const std::string& where) {
-    return Lister(addressing, period, window, where).list(index);
+double dashLength(const DashSegment& segment) {
+    return std::max(segment.seconds, kTolerance);
+}
+
+void checkDashTimeline(const std::vector<DashRun>& runs, const std::string& where) {
+    uint64_t time = 0;
+    for (const DashRun& run : runs)
+        time = endOfRun(run.time.value_or(time), run, where);
+}
+
+DashSegmentList::DashSegmentList(const DashAddressing& addressing, const DashPeriod& period,
+                                 const SegmentIndex* index, const std::string& where)
+    : m_addressing(addressing)
+    , m_index(index)
+    , m_periodStart(period.start)
+    , m_periodSeconds(period.duration)
+    , m_scale(static_cast<double>(index != nullptr ? index->timescale : addressing.timescale)) {
+    if (m_addressing.startNumber > kMaxTime)
+        throw ToolError(where, "segment numbers that overflow");
+    if (index != nullptr)
+        addIndex(where);
+    else if (m_addressing.timeline)
+        addTimeline(where);
+    else if (m_addressing.duration)
+        addDurations(where);
+    else
+        addWhole(where);
+    clip(where);
+}
+
+double DashSegmentList::periodEnd() const {
+    return m_periodStart + m_periodSeconds.value_or(std::numeric_limits<double>::infinity());
+}
+
+/// A time since the begin of the period in units of the timescale, rounded up.
+uint64_t DashSegmentList::ticksTo(double seconds) const {
+    const double ticks = std::ceil((seconds - kTolerance) * m_scale);
+    return ticks > 0 ? static_cast<uint64_t>(std::min(ticks, static_cast<double>(kMaxTime))) : 0;
+}
+
+/// Adds a run, but what of it does not begin behind the segment before.
+void DashSegmentList::addRun(const Run& run, uint64_t count) {
+    Run next = run;
+    next.position = m_end;
+    if (m_end > 0 && m_index == nullptr) {
+        const Run& before = m_runs.back();
+        const uint64_t last = before.time + (m_end - 1 - before.position) * before.duration;
+        const uint64_t skipped =
+            run.time > last ? 0 : std::min((last - run.time) / run.duration + 1, count);
+        next.time += skipped * run.duration;
+        next.number += skipped;
+        count -= skipped;
+    }
+    if (count == 0)
+        return;
+    m_runs.push_back(next);
+    m_end += count;
+}
+
+/// A run without a count goes up to the next time that is written, or to the end of the period.
+void DashSegmentList::addTimeline(const std::string& where) {
+    const auto& runs = *m_addressing.timeline;
+    uint64_t time = 0;
+    uint64_t number = m_addressing.startNumber;
+    for (size_t i = 0; i < runs.size(); ++i) {
+        time = runs[i].time.value_or(time);
+        uint64_t end = endOfRun(time, runs[i], where);
+        const bool isBounded = i + 1 < runs.size() && runs[i + 1].time;
+        const bool isClocked = runs[i].repeats < 0 && !isBounded;
+        if (isClocked)
+            end = m_periodSeconds ? ticksTo(*m_periodSeconds) + m_addressing.timeOffset : kMaxTime;
+        else if (runs[i].repeats < 0)
+            end = *runs[i + 1].time;
+        const uint64_t length = std::max(std::min(end, kMaxTime), time) - time;
+        const uint64_t count =
+            std::max<uint64_t>((length + runs[i].duration - 1) / runs[i].duration, 1);
+        addRun({0, time, runs[i].duration, number, isClocked}, count);
+        number += count;
+        time += count * runs[i].duration;
+        if (time > kMaxTime)
+            return;
+    }
+}
+
+void DashSegmentList::addDurations(const std::string& where) {
+    const uint64_t duration = *m_addressing.duration;
+    const uint64_t most = kMaxTime / duration;
+    const double exact = m_periodSeconds.value_or(0) * m_scale / static_cast<double>(duration);
+    if (exact > static_cast<double>(most))
+        throw ToolError(where, "segment times that overflow");
+    const uint64_t ticks = ticksTo(m_periodSeconds.value_or(0));
+    const uint64_t count =
+        m_periodSeconds ? ticks / duration + (ticks % duration > 0 ? 1 : 0) : most;
+    addRun({0, 0, duration, m_addressing.startNumber, true}, count);
+}
+
+/// Without times, one segment is the whole period. A list of more of them is not as it should be,
+/// but all have a share where the period's length is known.
+void DashSegmentList::addWhole(const std::string& where) {
+    const uint64_t count = m_addressing.list ? m_addressing.list->size() : 1;
+    if (m_addressing.kind != DashAddressing::Kind::List || count == 1) {
+        addRun({0, 0, 0, m_addressing.startNumber, false}, 1);
+        return;
+    }
+    m_scale = static_cast<double>(count) / m_periodSeconds.value_or(0);
+    if (!std::isfinite(m_scale))
+        throw ToolError(where, "a SegmentList of several segments without a duration");
+    addRun({0, 0, 1, m_addressing.startNumber, false}, count);
+}
+
+void DashSegmentList::addIndex(const std::string& where) {
+    uint64_t number = m_addressing.startNumber;
+    for (const SegmentIndex::Entry& entry : m_index->entries) {
+        if (entry.time > kMaxTime || entry.duration > kMaxTime)
+            throw ToolError(where, "segment times that overflow");
+        addRun({0, entry.time, entry.duration, number++, true}, 1);
+    }
+}
+
+/// Finds which of the segments count.
+void DashSegmentList::clip(const std::string& where) {
+    if (m_addressing.kind == DashAddressing::Kind::List) {
+        if (!m_addressing.list)
+            throw ToolError(where, "a SegmentList without a SegmentURL");
+        m_end = std::min<uint64_t>(m_end, m_addressing.list->size());
+    }
+    if (m_addressing.endNumber)
+        m_end =
+            partition([&](const DashSegment& it) { return it.number <= *m_addressing.endNumber; });
+    const bool isWhole = m_index == nullptr && !m_addressing.timeline && !m_addressing.duration;
+    if (isWhole)
+        return;
+    m_end = partition([&](const DashSegment& it) { return it.start <= periodEnd() - kTolerance; });
+    m_first = partition([&](const DashSegment& it) {
+        const double tolerance = std::min(kTolerance, it.seconds / 4);
+        return it.start + it.seconds <= m_periodStart + tolerance;
+    });
+}
+
+/// A media time as one of the presentation; what lies before the offset comes out earlier.
+double DashSegmentList::startOf(uint64_t time) const {
+    if (m_index != nullptr) // the offset has the manifest's timescale
+        return m_periodStart + static_cast<double>(time) / m_scale -
+               static_cast<double>(m_addressing.timeOffset) /
+                   static_cast<double>(m_addressing.timescale);
+    const uint64_t offset = m_addressing.timeline ? m_addressing.timeOffset : 0;
+    if (time < offset)
+        return m_periodStart - static_cast<double>(offset - time) / m_scale;
+    return m_periodStart + static_cast<double>(time - offset) / m_scale;
+}
+
+const DashSegmentList::Run& DashSegmentList::runOf(uint64_t position) const {
+    const auto next =
+        std::upper_bound(m_runs.begin(), m_runs.end(), position,
+                         [](uint64_t wanted, const Run& run) { return wanted < run.position; });
+    return *(next - 1);
+}
+
+/// A segment without what it takes to fetch it: many are looked at before one is found.
+DashSegment DashSegmentList::placeAt(uint64_t position) const {
+    const Run& run = runOf(position);
+    const uint64_t i = position - run.position;
+    DashSegment segment;
+    segment.time = run.time + i * run.duration;
+    segment.number = run.number + i;
+    segment.start = startOf(segment.time);
+    segment.seconds = static_cast<double>(run.duration) / m_scale;
+    if (m_index == nullptr && !m_addressing.timeline) {
+        // The last one of a period is as long as the period allows.
+        const double left = periodEnd() - segment.start;
+        const bool isWhole = run.duration == 0;
+        segment.seconds = isWhole ? m_periodSeconds.value_or(0) : std::min(segment.seconds, left);
+    }
+    return segment;
+}
+
+DashSegment DashSegmentList::segmentAt(uint64_t position) const {
+    DashSegment segment = placeAt(position);
+    if (m_index != nullptr) {
+        const SegmentIndex::Entry& entry = m_index->entries[static_cast<size_t>(position)];
+        segment.range = ByteRange{entry.offset, entry.size};
+        return segment;
+    }
+    segment.media = m_addressing.media;
+    if (m_addressing.kind != DashAddressing::Kind::List)
+        return segment;
+    const uint64_t place = segment.number - m_addressing.startNumber;
+    if (m_addressing.list && place < m_addressing.list->size()) {
+        segment.media = (*m_addressing.list)[static_cast<size_t>(place)].media;
+        segment.range = (*m_addressing.list)[static_cast<size_t>(place)].range;
+    }
+    return segment;
+}
+
+/// The position of the first segment that counts and is not before.
+template<typename Predicate>
+uint64_t DashSegmentList::partition(const Predicate& isBefore) const {
+    uint64_t low = m_first;
+    uint64_t high = m_end;
+    while (low < high) {
+        const uint64_t middle = low + (high - low) / 2;
+        if (isBefore(placeAt(middle)))
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    return low;
+}
+
+bool DashSegmentList::isAvailable(uint64_t position, const DashWindow& window) const {
+    const DashSegment segment = placeAt(position);
+    return !runOf(position).isClocked ||
+           segment.start + segment.seconds <= window.until + kTolerance;
+}
+
+/// The first one from a position on that the window has.
+std::optional<DashSegment> DashSegmentList::firstFrom(uint64_t position,
+                                                      const DashWindow& window) const {
+    if (position < m_end && runOf(position).isClocked)
+        position = std::max(position, partition([&](const DashSegment& it) {
+                                return it.start + it.seconds <= window.from + kTolerance;
+                            }));
+    if (position >= m_end || !isAvailable(position, window))
+        return std::nullopt;
+    return segmentAt(position);
+}
+
+std::optional<DashSegment> DashSegmentList::at(double seconds, const DashWindow& window) const {
+    const auto isBefore = [&](const DashSegment& it) {
+        return it.start + dashLength(it) * (1 - kBoundaryTolerance) <= seconds;
+    };
+    return firstFrom(partition(isBefore), window);
+}
+
+/// Times stay when a live timeline loses segments at its begin, numbers need not; where there is no
+/// timeline, it is the numbers that are certain.
+std::optional<DashSegment> DashSegmentList::behind(const DashSegment& last,
+                                                   const DashWindow& window) const {
+    const bool byTime = m_index == nullptr && m_addressing.timeline;
+    const auto isBefore = [&](const DashSegment& it) {
+        return byTime ? it.time <= last.time : it.number <= last.number;
+    };
+    return firstFrom(partition(isBefore), window);
+}
+
+std::optional<DashSegment> DashSegmentList::last(const DashWindow& window) const {
+    uint64_t low = m_first;
+    uint64_t high = m_end;
+    while (low < high) {
+        const uint64_t middle = low + (high - low) / 2;
+        if (isAvailable(middle, window))
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    if (low == m_first)
+        return std::nullopt;
+    return segmentAt(low - 1);
 }
 
 } // namespace hastool

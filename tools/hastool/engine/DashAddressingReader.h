@@ -1,0 +1,40 @@
+// Reads SegmentTemplate, SegmentList and SegmentBase of DASH manifests.
+#pragma once
+
+#include "DashManifest.h"
+
+#include <Hasutil/XmlElement.h>
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+namespace hastool {
+
+/// Reads what a manifest's elements say about segments, level by level.
+class DashAddressingReader {
+public:
+    /// @param url  names the manifest in messages, borrowed
+    explicit DashAddressingReader(const std::string& url)
+        : m_url(url) {}
+
+    /// Takes an element into what the levels above it say; one of another name changes nothing.
+    /// @throws ToolError for a value that cannot be used, and for more than kMaxDashRuns segments
+    /// or
+    ///         runs in all that was read
+    void read(const hascommon::XmlElement& element, DashAddressing& addressing);
+
+private:
+    void readTemplate(const hascommon::XmlElement& element, DashAddressing& addressing);
+    void readList(const hascommon::XmlElement& element, DashAddressing& addressing);
+    void readBase(const hascommon::XmlElement& element, DashAddressing& addressing);
+    void readCommon(const hascommon::XmlElement& element, DashAddressing& addressing);
+    void readTimeline(const hascommon::XmlElement& element, DashAddressing& addressing);
+    void count();
+    std::optional<ByteRange> range(const hascommon::XmlElement& element, const char* name) const;
+
+    const std::string& m_url;
+    size_t m_runs = 0;
+};
+
+} // namespace hastool
