@@ -131,6 +131,30 @@ TEST_F(HlsPresentationTest, AnotherStreamMayBeCutDifferently) {
     EXPECT_EQ(next(*presentation, 1), "http://h/high/B.ts");
 }
 
+TEST_F(HlsPresentationTest, ChangingToAndFroBetweenOtherCutsLosesNothing) {
+    const auto cut = [](const std::string& prefix, int seconds, int count) {
+        std::string text = "#EXTM3U\n#EXT-X-TARGETDURATION:9\n";
+        for (int i = 0; i < count; ++i)
+            text +=
+                "#EXTINF:" + std::to_string(seconds) + ",\n" + prefix + std::to_string(i) + "\n";
+        return text + "#EXT-X-ENDLIST\n";
+    };
+    m_texts["http://h/m"] = "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1\na\n"
+                            "#EXT-X-STREAM-INF:BANDWIDTH=2\nb\n";
+    m_texts["http://h/a"] = cut("a", 4, 6);
+    m_texts["http://h/b"] = cut("b", 6, 4);
+    const auto presentation = open("http://h/m");
+    std::string order;
+    for (size_t i = 0; i < 20; ++i) {
+        const std::string url = next(*presentation, i % 2);
+        order += (url == "end" ? url : url.substr(9)) + " ";
+        if (url == "end")
+            break;
+    }
+    // Up to 4, 6, 8, 12, 16, 18, 20 and 24 seconds.
+    EXPECT_EQ(order, "a0 b0 a1 b1 a3 b2 a4 b3 end ");
+}
+
 TEST_F(HlsPresentationTest, ReadsEverySegmentHoweverShort) {
     m_texts["http://h/a.m3u8"] = "#EXTM3U\n#EXTINF:0,\na\n#EXTINF:0.001,\nb\n#EXTINF:0,\nc\n"
                                  "#EXT-X-ENDLIST\n";

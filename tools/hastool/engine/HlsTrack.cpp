@@ -12,15 +12,21 @@ constexpr size_t kLiveDistance = 3;                  // segments before the end 
 constexpr double kBoundaryTolerance = 0.25;          // of a segment: streams are cut nearly alike
 constexpr std::chrono::milliseconds kMinReload{100}; // no server deserves more
 
-/// The number of the segment that begins at a time, or of the one behind the last.
-uint64_t sequenceAt(const HlsPlaylist& playlist, double time) {
+/// A place in a playlist.
+struct Place {
+    uint64_t sequence = 0;
+    double begin = 0; ///< seconds since the playlist's begin
+};
+
+/// Where the segment begins that goes on at a time, or the end.
+Place placeAt(const HlsPlaylist& playlist, double time) {
     double begin = 0;
     for (const HlsSegment& segment : playlist.segments) {
         if (begin + segment.seconds * (1 - kBoundaryTolerance) > time)
-            return segment.sequence;
+            return {segment.sequence, begin};
         begin += segment.seconds;
     }
-    return playlist.mediaSequence + playlist.segments.size();
+    return {playlist.mediaSequence + playlist.segments.size(), begin};
 }
 
 std::chrono::milliseconds inMilliseconds(double seconds) {
@@ -115,7 +121,9 @@ void HlsTrack::enter(size_t stream) {
         // A live playlist may be empty for a while; it is joined when there is something.
         m_joined = count > 0;
     } else if (m_fromBegin && stream != m_current) {
-        m_sequence = sequenceAt(playlist, m_time);
+        const Place place = placeAt(playlist, m_time);
+        m_sequence = place.sequence;
+        m_time = place.begin;
     } else if (m_sequence > playlist.mediaSequence + 2 * count && count > 0) {
         m_sequence = playlist.mediaSequence + count - std::min(count, kLiveDistance);
     }
