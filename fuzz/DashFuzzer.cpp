@@ -1,5 +1,5 @@
-// DASH manifests: from the text to the pieces of every track; what is accepted can be played in
-// order, and what is not is one line.
+// DASH manifests: from the text to the end of every track; what is accepted can be played in order,
+// every piece once, and what is not is one line.
 #include <hastool/engine/DashPresentation.h>
 #include <hastool/engine/ToolError.h>
 
@@ -13,7 +13,8 @@
 namespace {
 
 constexpr char kUrl[] = "http://host/m.mpd";
-constexpr int kMaxPieces = 50;
+constexpr int kMaxPieces = 2000; // a run may stand for more than can be walked
+constexpr double kNow = 1.7e9;
 
 void require(bool condition) {
     if (!condition)
@@ -25,21 +26,49 @@ hastool::Document refuse(const hastool::Resource& resource) {
     throw hastool::ToolError(resource.url, "not there");
 }
 
-void play(hastool::DashPresentation& presentation, size_t track) {
+/// The same moment at every run.
+hastool::TimeSource standingStill() {
+    hastool::TimeSource time;
+    time.wall = [] { return kNow; };
+    time.steady = [] { return hastool::TimeSource::Steady::time_point(); };
+    return time;
+}
+
+void checkPiece(const hastool::MediaPiece& piece) {
+    require(piece.media.resource.url.rfind("http", 0) == 0);
+    require(std::isfinite(piece.start) && std::isfinite(piece.seconds));
+    require(piece.seconds >= 0);
+}
+
+/// From piece to piece up to the end, of one stream or of another one each time.
+void walk(hastool::Presentation& presentation, size_t track, size_t stream, size_t step) {
     const size_t streams = presentation.tracks()[track].streams.size();
     require(streams > 0);
-    double start = -HUGE_VAL;
+    hastool::MediaPiece last;
     for (int i = 0; i < kMaxPieces; ++i) {
-        const auto next = presentation.next(track, static_cast<size_t>(i) % streams);
+        const auto next = presentation.next(track, stream);
         if (next.kind != hastool::NextPiece::Kind::Piece)
             return;
-        require(next.piece.media.resource.url.rfind("http", 0) == 0);
-        require(std::isfinite(next.piece.start) && std::isfinite(next.piece.seconds));
-        require(next.piece.seconds >= 0);
-        // Streams may be cut differently; within one, time goes on.
-        require(streams > 1 || next.piece.start >= start);
-        start = next.piece.start;
+        checkPiece(next.piece);
+        // Streams may be cut differently; within one, every piece is behind the one before.
+        if (i > 0 && step == 0 && !next.piece.discontinuity)
+            require(next.piece.index > last.index && next.piece.start >= last.start);
+        last = next.piece;
+        stream = (stream + step) % streams;
     }
+}
+
+/// A presentation is read once: every walk has one of its own.
+/// @return whether there is such a stream
+bool walkStream(const std::string& text, size_t track, size_t stream, size_t step) {
+    hastool::DashPresentation presentation({text, kUrl}, refuse, std::chrono::milliseconds(0),
+                                           standingStill());
+    require(!presentation.tracks().empty());
+    const auto& tracks = presentation.tracks();
+    if (track >= tracks.size() || stream >= tracks[track].streams.size())
+        return false;
+    walk(presentation, track, stream, step);
+    return true;
 }
 
 } // namespace
@@ -47,10 +76,11 @@ void play(hastool::DashPresentation& presentation, size_t track) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
     try {
-        hastool::DashPresentation presentation({text, kUrl}, refuse, std::chrono::milliseconds(0));
-        require(!presentation.tracks().empty());
-        for (size_t track = 0; track < presentation.tracks().size(); ++track)
-            play(presentation, track);
+        for (size_t track = 0; track < 2; ++track) {
+            walkStream(text, track, 0, 0);
+            walkStream(text, track, 1, 0);
+            walkStream(text, track, 0, 1);
+        }
     } catch (const hastool::ToolError& error) {
         require(std::string(error.what()).find('\n') == std::string::npos);
     }

@@ -1,8 +1,10 @@
-// HLS playlists: what is accepted keeps the parser's own promises.
+// HLS playlists: what is accepted keeps the parser's own promises, and is walked to its end.
 #include <hastool/engine/AesKey.h>
 #include <hastool/engine/HlsPlaylist.h>
+#include <hastool/engine/HlsPresentation.h>
 #include <hastool/engine/ToolError.h>
 
+#include <chrono>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -46,19 +48,50 @@ void checkVariants(const hastool::HlsPlaylist& playlist) {
     }
 }
 
+constexpr char kUrl[] = "http://host/list?name=value";
+constexpr char kOther[] = "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXT-X-DEFINE:IMPORT=\"v\"\n"
+                          "#EXTINF:2,\n{$v}\n#EXT-X-ENDLIST\n";
+constexpr size_t kMaxPieces = hastool::kMaxSegments + 1;
+
+/// Takes every piece of a stream; a live one stays as it is.
+void walk(const std::string& text, size_t track, size_t stream) {
+    const auto fetch = [&](const hastool::Resource& resource) {
+        return hastool::Document{resource.url == kUrl ? text : kOther, resource.url};
+    };
+    hastool::TimeSource time;
+    time.steady = [] { return hastool::TimeSource::Steady::time_point(); };
+    hastool::HlsPresentation presentation({text, kUrl}, fetch, std::chrono::milliseconds(0), time);
+    const auto& tracks = presentation.tracks();
+    require(!tracks.empty() && !tracks[0].streams.empty());
+    if (track >= tracks.size() || stream >= tracks[track].streams.size())
+        return;
+    uint64_t index = 0;
+    for (size_t i = 0;; ++i) {
+        const auto next = presentation.next(track, stream);
+        if (next.kind != hastool::NextPiece::Kind::Piece)
+            return;
+        require(i < kMaxPieces);
+        require(i == 0 || next.piece.index == index + 1);
+        index = next.piece.index;
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
     try {
-        const hastool::HlsPlaylist playlist = hastool::parseHlsPlaylist(text, "http://host/list");
+        const hastool::HlsPlaylist playlist = hastool::parseHlsPlaylist(text, kUrl);
         // A live stream may have begun without a segment yet.
         require(playlist.isMaster() || !playlist.segments.empty() || playlist.targetSeconds > 0);
         checkSegments(playlist);
         checkVariants(playlist);
+        walk(text, 0, 0);
+        walk(text, 0, 1);
+        walk(text, 1, 0);
     } catch (const hastool::ToolError& error) {
         const std::string message = error.what();
-        require(message.find("http://host/list") != std::string::npos);
+        require(message.find("http://host/") != std::string::npos);
         require(message.find('\n') == std::string::npos);
     }
     return 0;

@@ -1,10 +1,13 @@
-// Smooth Streaming manifests: what is accepted has chunks in order and makes initialisations, and
+// Smooth Streaming manifests: what is accepted makes initialisations and is walked to its end, and
 // what is not is one line.
 #include <hastool/engine/BoxView.h>
 #include <hastool/engine/SmoothInit.h>
 #include <hastool/engine/SmoothManifest.h>
+#include <hastool/engine/SmoothPresentation.h>
 #include <hastool/engine/ToolError.h>
 
+#include <chrono>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -34,6 +37,30 @@ void checkStream(const hastool::SmoothStream& stream) {
     require(stream.chunks.size() <= hastool::kMaxSmoothChunks);
 }
 
+/// Takes every chunk of a stream; a live one stays as it is. Chunks that last no time at all have
+/// no place of their own, so there are never more than the manifest lists.
+void walk(const std::string& text, size_t track) {
+    constexpr char kUrl[] = "http://host/Manifest";
+    const auto fetch = [](const hastool::Resource& resource) -> hastool::Document {
+        throw hastool::ToolError(resource.url, "not there");
+    };
+    hastool::TimeSource time;
+    time.steady = [] { return hastool::TimeSource::Steady::time_point(); };
+    hastool::SmoothPresentation presentation({text, kUrl}, fetch, std::chrono::milliseconds(0),
+                                             time);
+    if (track >= presentation.tracks().size())
+        return;
+    double end = -HUGE_VAL;
+    for (size_t i = 0;; ++i) {
+        const auto next = presentation.next(track, 0);
+        if (next.kind != hastool::NextPiece::Kind::Piece)
+            return;
+        require(i < hastool::kMaxSmoothChunks);
+        require(next.piece.start + next.piece.seconds >= end);
+        end = next.piece.start + next.piece.seconds;
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -46,6 +73,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             checkStream(stream);
             hastool::expandSmoothTemplate(stream.url, stream.qualities.front(), 0, "url");
         }
+        walk(text, 0);
+        walk(text, 1);
     } catch (const hastool::ToolError& error) {
         require(std::string(error.what()).find('\n') == std::string::npos);
     }

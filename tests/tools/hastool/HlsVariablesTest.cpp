@@ -64,6 +64,11 @@ TEST(HlsVariables, ThatAreNotDefinedAreRefusedByName) {
         << "it is not defined yet";
 }
 
+TEST(HlsVariables, OfNothingMakeNoUri) {
+    EXPECT_EQ(errorIn(media("#EXT-X-DEFINE:NAME=\"a\",VALUE=\"\"\n", "{$a}")),
+              "http://h/a.m3u8:4: a URI without a character: \"{$a}\"");
+}
+
 TEST(HlsVariables, DefinitionsAreChecked) {
     const auto error = [](const std::string& attributes) {
         return errorIn(media("#EXT-X-DEFINE:" + attributes + "\n"));

@@ -186,6 +186,8 @@ void Parser::takeUri(std::string_view line) {
     const auto uri = m_playlist.variables.substitute(line, problem);
     if (!uri)
         fail(problem);
+    if (uri->empty())
+        fail("a URI without a character: " + inQuotes(line));
     if (m_variant)
         addVariant(*uri);
     else if (m_hasDuration)
