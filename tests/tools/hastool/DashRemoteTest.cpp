@@ -56,6 +56,12 @@ TEST_F(DashRemoteTest, ASinglePeriodMayBeADocument) {
     EXPECT_EQ(nextUrl(*presentation), "end");
 }
 
+TEST_F(DashRemoteTest, ThePrefixMayStandForNothing) {
+    m_documents.set("http://h/d/p", period("b"));
+    const auto presentation = open("<MPD><Period xlink:href='p'/></MPD>");
+    EXPECT_EQ(nextUrl(*presentation), "http://h/d/b");
+}
+
 TEST_F(DashRemoteTest, AnAdaptationSetMayStandElsewhereToo) {
     m_documents.set("http://h/d/set",
                     "<AdaptationSet contentType='video'>" + set("s") + "</AdaptationSet>");

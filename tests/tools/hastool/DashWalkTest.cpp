@@ -218,6 +218,39 @@ TEST(DashWalk, ALiveStreamGoesOnFromPeriodToPeriod) {
     EXPECT_EQ(discontinuities, 5);
 }
 
+TEST(DashWalk, ATrackThatStandsStillIsToldWhateverTheOthersDo) {
+    constexpr double kBegin = 1000;
+    WalkClock clock(kBegin);
+    const auto set = [](const std::string& type, int last) {
+        return "<AdaptationSet contentType='" + type +
+               "'><SegmentTemplate media='$Time$'><SegmentTimeline><S t='900' d='2' r='" +
+               std::to_string((last - 900) / 2 - 1) +
+               "'/></SegmentTimeline></SegmentTemplate><Representation id='r' bandwidth='1'/>"
+               "</AdaptationSet>";
+    };
+    const auto fetch = [&](const hastool::Resource& resource) {
+        const int now = static_cast<int>(kBegin + clock.passed());
+        return hastool::Document{
+            "<MPD type='dynamic' minimumUpdatePeriod='PT1S' "
+            "availabilityStartTime='1970-01-01T00:00:00Z'><Period start='PT0S'>" +
+                set("video", now) + set("audio", 1000) + "</Period></MPD>",
+            resource.url};
+    };
+    const auto presentation =
+        hastool::openPresentation(kUrl, fetch, std::chrono::seconds(10), clock.source());
+    std::string error;
+    size_t pieces = 0;
+    while (error.empty() && clock.passed() < 60) {
+        const ManifestWalk video = walk(*presentation, 0, 0, clock, 2);
+        EXPECT_EQ(video.error, "");
+        pieces += video.pieces.size();
+        error = walk(*presentation, 1, 0, clock, 0.1).error;
+    }
+    EXPECT_EQ(error, "http://h/m.mpd: the live stream has stopped");
+    EXPECT_GT(pieces, 5U) << "and the video went on";
+    EXPECT_LT(clock.passed(), 20);
+}
+
 TEST(DashWalk, AHugeRunOfALiveStreamIsNotListed) {
     // A second of a stream that has run for sixty years, with more to come than there is memory.
     WalkClock clock(1.9e9);

@@ -1,5 +1,6 @@
 #include "Documents.h"
 #include "ErrorOf.h"
+#include "ManifestWalk.h"
 
 #include <hastool/engine/BoxBuilder.h>
 #include <hastool/engine/BoxView.h>
@@ -44,6 +45,27 @@ protected:
     Documents m_documents;
     std::chrono::milliseconds m_liveTimeout{60000};
 };
+
+TEST_F(SmoothPresentationTest, ATrackThatStandsStillIsToldWhateverTheOthersDo) {
+    WalkClock clock;
+    const auto fetch = [&](const hastool::Resource& resource) {
+        const int chunks = 5 + static_cast<int>(clock.passed());
+        return hastool::Document{
+            manifest("<c d='10' r='" + std::to_string(chunks) + "'/>", "IsLive='TRUE'"),
+            resource.url};
+    };
+    const auto presentation = hastool::openPresentation(kUrl, fetch, 10s, clock.source());
+    std::string error;
+    size_t pieces = 0;
+    while (error.empty() && clock.passed() < 60) {
+        const ManifestWalk video = walk(*presentation, 0, 0, clock, 2);
+        EXPECT_EQ(video.error, "");
+        pieces += video.pieces.size();
+        error = walk(*presentation, 1, 0, clock, 0.1).error;
+    }
+    EXPECT_EQ(error, std::string(kUrl) + ": the live stream has stopped");
+    EXPECT_GT(pieces, 8U) << "and the video went on";
+}
 
 TEST_F(SmoothPresentationTest, PlaysItsVideoAndItsAudio) {
     const auto presentation = open(manifest("<c d='20'/><c d='15'/>"));

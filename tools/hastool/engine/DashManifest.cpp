@@ -235,7 +235,9 @@ std::string Parser::periodName() const {
 /// cannot be had, what the element itself has is read.
 template<typename Read>
 void Parser::readLinked(const XmlElement& element, const Level& level, const Read& read) {
-    const std::string href = m_isRemote ? "" : trimmed(element.Attribute("href"));
+    // Where the prefix stands for nothing, the reader takes it for a part of the name.
+    const char* const name = element.HasAttribute("href") ? "href" : "xlink:href";
+    const std::string href = m_isRemote ? "" : trimmed(element.Attribute(name));
     if (href == kResolveToZero)
         return;
     std::unique_ptr<XmlDocument> document;

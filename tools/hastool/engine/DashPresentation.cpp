@@ -58,7 +58,7 @@ DashPresentation::DashPresentation(const Document& document, FetchDocument fetch
                                    std::chrono::milliseconds liveTimeout, const TimeSource& time)
     : m_fetch(std::move(fetch))
     , m_clock(time)
-    , m_wait(liveTimeout, time) {
+    , m_liveTimeout(liveTimeout) {
     take(document);
     openTracks();
 }
@@ -93,7 +93,8 @@ void DashPresentation::openTracks() {
         const Representations audio = selectRepresentations(period, true);
         if (!audio.empty())
             m_tracks.push_back(trackOf(audio, true));
-        m_readings.resize(m_tracks.size());
+        for (size_t i = 0; i < m_tracks.size(); ++i)
+            m_readings.emplace_back(LiveWait(m_liveTimeout, m_clock));
         return;
     }
     if (!m_manifest.problems.empty())
@@ -156,13 +157,13 @@ NextPiece DashPresentation::next(size_t track, size_t stream) {
     // Segments that are only counted come with the time, whenever the manifest is due.
     const auto soon = m_clock.steady() + kAskAgain;
     const auto due = m_manifest.minimumUpdatePeriod ? std::min(reloadDue(), soon) : soon;
-    return m_wait.wait(due, m_url);
+    return reading.wait.wait(due, m_url);
 }
 
 /// Hands a segment out and puts the track behind it.
 NextPiece DashPresentation::advance(size_t track, const Found& found) {
-    m_wait.end();
     Reading& reading = m_readings[track];
+    reading.wait.end();
     const DashPeriod& period = m_manifest.periods[found.period];
     const DashSegment& segment = found.segment;
     const bool isSamePeriod = found.period == reading.period;
@@ -200,9 +201,11 @@ void DashPresentation::reloadWhenDue() {
         m_manifest.location.empty() ? m_url : resolveHttpUrl(m_url, m_manifest.location, m_url);
     try {
         take(m_fetch({url, std::nullopt}));
-        m_wait.loaded();
+        for (Reading& reading : m_readings)
+            reading.wait.loaded();
     } catch (const ToolError& error) {
-        m_wait.loadFailed(error);
+        for (Reading& reading : m_readings)
+            reading.wait.loadFailed(error);
         m_loadedAt = m_clock.steady();
     }
     for (Reading& reading : m_readings)

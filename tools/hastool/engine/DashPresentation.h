@@ -38,6 +38,10 @@ private:
 
     /// How far a track is.
     struct Reading {
+        explicit Reading(LiveWait itsWait)
+            : wait(std::move(itsWait)) {}
+
+        LiveWait wait;        ///< its own: what stands still is not hidden by what goes on
         double time = 0;      ///< seconds of the presentation before the next piece
         size_t period = 0;    ///< that it reads, or is about to
         std::string periodId; ///< what that period is known by in the next state of the manifest
@@ -87,14 +91,14 @@ private:
 
     FetchDocument m_fetch;
     TimeSource m_clock;
+    std::chrono::milliseconds m_liveTimeout;
     std::string m_url; ///< where the manifest came from
     DashManifest m_manifest;
     Clock::time_point m_loadedAt;
     double m_clockOffset = 0; ///< seconds that the server is ahead
     std::vector<TrackInfo> m_tracks;
     std::vector<Reading> m_readings;
-    std::optional<double> m_joinTime; ///< that all tracks begin at
-    LiveWait m_wait;
+    std::optional<double> m_joinTime;              ///< that all tracks begin at
     std::map<std::string, SegmentIndex> m_indexes; ///< by URL and range
     std::map<std::string, std::string> m_remotes;  ///< what stands elsewhere, by URL
     std::map<const DashRepresentation*, DashSegmentList> m_segments; ///< of the manifest at hand

@@ -58,7 +58,7 @@ SmoothPresentation::SmoothPresentation(const Document& document, FetchDocument f
                                        const TimeSource& time)
     : m_fetch(std::move(fetch))
     , m_clock(time)
-    , m_wait(liveTimeout, time) {
+    , m_liveTimeout(liveTimeout) {
     take(document);
     addTrack("video");
     addTrack("audio");
@@ -85,7 +85,7 @@ void SmoothPresentation::addTrack(const char* type) {
             track.streams.push_back({it.bitrate, labelOf(it)});
     }
     m_tracks.push_back(std::move(track));
-    m_readings.push_back({type, 0, false});
+    m_readings.push_back({LiveWait(m_liveTimeout, m_clock), type, 0, false});
 }
 
 const SmoothStream* SmoothPresentation::findStream(const std::string& type) const {
@@ -107,9 +107,9 @@ NextPiece SmoothPresentation::next(size_t track, size_t stream) {
     if (chunk == nullptr) {
         if (!m_manifest->isLive || source == nullptr)
             return {};
-        return m_wait.wait(reloadDue(*source), m_url);
+        return reading.wait.wait(reloadDue(*source), m_url);
     }
-    m_wait.end();
+    reading.wait.end();
     NextPiece result;
     result.kind = NextPiece::Kind::Piece;
     const int bitrate = m_tracks[track].streams.at(stream).bitrate;
@@ -135,9 +135,11 @@ void SmoothPresentation::reloadWhenDue(const SmoothStream& stream) {
         return;
     try {
         take(m_fetch({m_url, std::nullopt}));
-        m_wait.loaded();
+        for (Reading& reading : m_readings)
+            reading.wait.loaded();
     } catch (const ToolError& error) {
-        m_wait.loadFailed(error);
+        for (Reading& reading : m_readings)
+            reading.wait.loadFailed(error);
         m_loadedAt = m_clock.steady();
     }
 }

@@ -33,6 +33,7 @@ private:
 
     /// How far a track is.
     struct Reading {
+        LiveWait wait; ///< its own: what stands still is not hidden by what goes on
         std::string type;
         double time = 0; ///< seconds before the next piece
         bool joined = false;
@@ -49,13 +50,13 @@ private:
 
     FetchDocument m_fetch;
     TimeSource m_clock;
+    std::chrono::milliseconds m_liveTimeout;
     std::string m_url; ///< where the manifest came from
     std::shared_ptr<const SmoothManifest> m_manifest;
     Clock::time_point m_loadedAt;
     std::vector<TrackInfo> m_tracks;
     std::vector<Reading> m_readings;
     std::optional<double> m_joinTime; ///< that all tracks begin at
-    LiveWait m_wait;
 };
 
 } // namespace hastool
