@@ -359,7 +359,8 @@ bool CCENCMediaContent::emitMoof(const BoxView& moof, Target& target) {
     if (out == nullptr)
         return false;
     memcpy(out, moof.data(), moof.size());
-    if (!moveFragment(BoxView(out, moof.size()), {m_inserted, static_cast<unsigned int>(added)}))
+    const Moved moved{m_inserted, static_cast<unsigned int>(added), m_position};
+    if (!moveFragment(BoxView(out, moof.size()), moved))
         return false;
     if (inserts) {
         updataBoxSize(out, static_cast<unsigned int>(moof.size() + added));

@@ -122,10 +122,12 @@ public:
     /// is meant in both cases. Samples that such a `moov` lists itself, behind what was put in,
     /// stay findable: its `stco`, `co64` and `saio` follow. `moof` of separate media without a
     /// `pssh`: one from the descriptor, or else from what was kept, becomes its last child, and
-    /// each data offset in `trun` grows by its size; so does a `saio` offset that points behind the
-    /// `moof`. A base data offset in `tfhd` counts from the file's start, so in every `moof` it
-    /// moves by what was inserted before since the segment began; it moves in place of the runs
-    /// where the first has no offset.
+    /// each offset in `trun` and `saio` that leads behind the `moof` grows by its size. Those of a
+    /// second or later track without a base of its own count from the end of the data before
+    /// (ISO/IEC 14496-12, clause 8.8.7), which moves with them: they stay, as do those to samples
+    /// in front of the `moof`. A base data offset in `tfhd` counts from the file's start, so in
+    /// every `moof` it moves by what was inserted before since the segment began; it moves in place
+    /// of the runs where the first has no offset.
     ///
     /// **After a bad box**, and when memory runs out, nothing of that box is emitted, what came
     /// before it in this call is, and the next call begins a segment. After ERROR_BUFFER_LIMIT

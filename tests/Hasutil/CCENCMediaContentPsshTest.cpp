@@ -384,22 +384,49 @@ TEST_F(Separate, LogsTheMoof) {
                             "data_offset attribute is not exist.", "Media is AV Sep."));
 }
 
+constexpr unsigned int kBaseIsMoof = 0x020000;
+
 TEST_F(Separate, MovesEveryRunOfEveryTrack) {
     describe(kText);
     const auto fragment = [](unsigned int by) {
         return box("traf",
                    tfhd(1) + sizedRun(0x1000 + by, {1}) + trun(0, 5) + sizedRun(0x2000 + by, {1})) +
-               box("traf", tfhd(2) + sizedRun(0x3000 + by, {1}));
+               box("traf", tfhd(2, kBaseIsMoof) + sizedRun(0x3000 + by, {1}));
     };
     EXPECT_EQ(rewritten(moofOf(fragment(0))), moofOf(fragment(37), pssh(kPlayReadyId, kData)));
 }
 
-TEST_F(Separate, MovesNegativeOffsetsToo) {
+TEST_F(Separate, LeavesWhatCountsFromTheDataOfTheTrackBefore) {
     describe(kText);
-    const auto fragment = [](int offset) {
-        return box("traf", tfhd(1) + sizedRun(static_cast<unsigned int>(offset), {1}));
+    const auto fragment = [](unsigned int by) {
+        return box("traf", tfhd(1) + sizedRun(0x1000 + by, {1})) +
+               box("traf", tfhd(2) + sizedRun(0, {1}) + sizedRun(9, {1}) + saio({5, 0x4000})) +
+               box("traf",
+                   tfhd(3, kBaseIsMoof) + sizedRun(0x3000 + by, {1}) + saio({5, 999 + by})) +
+               box("traf", tfhd(4) + sizedRun(0x5000, {1}));
     };
-    EXPECT_EQ(rewritten(moofOf(fragment(-40))), moofOf(fragment(-3), pssh(kPlayReadyId, kData)));
+    EXPECT_EQ(rewritten(moofOf(fragment(0))), moofOf(fragment(37), pssh(kPlayReadyId, kData)));
+}
+
+TEST_F(Separate, ATrackWithoutRunsHasNoDataToCountFrom) {
+    describe(kText);
+    const auto fragment = [](unsigned int by) {
+        return box("traf", tfhd(1)) + box("traf", tfhd(2) + sizedRun(0x1000 + by, {1}));
+    };
+    EXPECT_EQ(rewritten(moofOf(fragment(0))), moofOf(fragment(37), pssh(kPlayReadyId, kData)));
+}
+
+TEST_F(Separate, LeavesOffsetsToSamplesInFrontOfTheMoof) {
+    describe(kText);
+    const auto size = static_cast<int>(moofOf(box("traf", tfhd(1) + sizedRun(0, {1}))).size());
+    for (const int offset : {-40, 0, size - 1}) {
+        const Bytes fragment =
+            box("traf", tfhd(1) + sizedRun(static_cast<unsigned int>(offset), {1}));
+        EXPECT_EQ(rewritten(moofOf(fragment)), moofOf(fragment, pssh(kPlayReadyId, kData)));
+    }
+    EXPECT_EQ(rewritten(moofOf(box("traf", tfhd(1) + sizedRun(static_cast<unsigned>(size), {1})))),
+              moofOf(box("traf", tfhd(1) + sizedRun(static_cast<unsigned>(size) + 37, {1})),
+                     pssh(kPlayReadyId, kData)));
 }
 
 TEST_F(Separate, RefusesAnOffsetThatWouldOverflow) {
@@ -483,6 +510,35 @@ TEST_F(Separate, MovesTheBaseWhereTheRunsHaveNoOffset) {
     };
     EXPECT_EQ(rewritten(moofOf(fragment(500, 4))),
               moofOf(fragment(537, 4), pssh(kPlayReadyId, kData)));
+}
+
+TEST_F(Separate, CountsFromAbsoluteBases) {
+    describe(kText);
+    const Bytes front = box("mdat", counting(200)); // and the `moof` begins at 208
+    const auto fragment = [](unsigned long long base, unsigned int offset, unsigned int info) {
+        return moofOf(box("traf", tfhd(1, 1, u64(base)) + sizedRun(offset, {4}) + saio({info})));
+    };
+    const auto size = static_cast<unsigned int>(fragment(0, 0, 0).size());
+    const auto expect = [&](const Bytes& before, const Bytes& after) {
+        const Bytes grown = patched(after, 0, u32(size + 37)) + pssh(kPlayReadyId, kData);
+        EXPECT_EQ(rewritten(front + before), front + grown);
+    };
+    const unsigned int end = 208 + size;
+    expect(fragment(0, 8, 20), fragment(0, 8, 20));
+    expect(fragment(0, end, end - 1), fragment(0, end + 37, end - 1));
+    expect(fragment(208, size, size), fragment(208, size + 37, size + 37));
+    expect(fragment(208, static_cast<unsigned int>(-200), 50),
+           fragment(208, static_cast<unsigned int>(-200), 50));
+    expect(fragment(end + 8, 0, 4), fragment(end + 8, 37, 41));
+    expect(fragment(90000, size + 8, 50), fragment(90000, size + 45, 50));
+}
+
+TEST_F(Separate, AuxiliaryInformationMovesWithABaseThatDoes) {
+    describe(kText);
+    const auto fragment = [](unsigned long long base) {
+        return box("traf", tfhd(1, 1, u64(base)) + trun(0x200, 1, u32(4)) + saio({4, 5000}));
+    };
+    EXPECT_EQ(rewritten(moofOf(fragment(500))), moofOf(fragment(537), pssh(kPlayReadyId, kData)));
 }
 
 TEST_F(Separate, RefusesABaseThatWouldOverflow) {

@@ -68,6 +68,22 @@ std::string probe(const std::string& path) {
                         "-count_packets", "-of", "json", path});
 }
 
+/// The digests of all frames of all tracks, decoded.
+std::string frames(const std::string& path) {
+    return test::runOk({"ffmpeg", "-v", "error", "-nostdin", "-xerror", "-i", path, "-map", "0",
+                        "-f", "framemd5", "-"});
+}
+
+/// How many packets each track has.
+std::vector<std::string> packets(const std::string& path) {
+    const json probed = json::parse(test::runOk(
+        {"ffprobe", "-v", "error", "-show_streams", "-count_packets", "-of", "json", path}));
+    std::vector<std::string> counts;
+    for (const json& stream : probed["streams"])
+        counts.push_back(stream["nb_read_packets"]);
+    return counts;
+}
+
 void expectFailure(const Child::Result& result, const std::string& line) {
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.out, "");
@@ -79,6 +95,20 @@ protected:
     std::string media(bool hasAudio) const {
         const std::string path = m_dir.file(hasAudio ? "av.mp4" : "v.mp4");
         test::makeEncryptedFragments(path, hasAudio);
+        return path;
+    }
+    /// Three seconds that are not encrypted.
+    std::string clearMedia(const std::string& flags, bool hasAudio) const {
+        const std::string path = m_dir.file("clear.mp4");
+        std::vector<std::string> command = {"ffmpeg", "-v",    "error", "-nostdin",          "-y",
+                                            "-f",     "lavfi", "-i",    "testsrc2=s=320x180"};
+        if (hasAudio)
+            command.insert(command.end(), {"-f", "lavfi", "-i", "sine", "-c:a", "aac"});
+        for (const char* word : {"-t", "3", "-c:v", "libx264", "-pix_fmt", "yuv420p", "-preset",
+                                 "ultrafast", "-g", "25", "-movflags"})
+            command.emplace_back(word);
+        command.insert(command.end(), {flags, path});
+        test::runOk(command);
         return path;
     }
     std::string out() const { return m_dir.file("out.mp4"); }
@@ -261,6 +291,47 @@ TEST_F(HastoolCenc, AFileWithoutFragmentsDecryptsToo) {
                     HasSubstr("0 pssh boxes inserted"));
         EXPECT_TRUE(test::readFile(out()) == test::readFile(path));
     }
+}
+
+TEST_F(HastoolCenc, FragmentsWithoutABaseKeepTheirSoundAndPicture) {
+    // Offsets of the second track then count from the end of the first one's data.
+    for (const char* flags :
+         {"omit_tfhd_offset+frag_keyframe+empty_moov", "frag_keyframe+empty_moov",
+          "frag_keyframe+empty_moov+default_base_moof"}) {
+        const std::string path = clearMedia(flags, true);
+        EXPECT_THAT(rewrite(path, {"--scheme-id", kPlayReady, "--pssh", "ZGF0YQ==", "--separate"}),
+                    HasSubstr(" pssh boxes inserted, 0 replaced, 0 neutralised\n"));
+        EXPECT_EQ(frames(out()), frames(path)) << flags;
+        EXPECT_EQ(packets(out()), packets(path)) << flags;
+        EXPECT_EQ(packets(path).size(), 2U);
+    }
+}
+
+TEST_F(HastoolCenc, SamplesInFrontOfTheirFragmentAreStillFound) {
+    const std::string path =
+        clearMedia("omit_tfhd_offset+frag_keyframe+empty_moov+default_base_moof", false);
+    const std::string file = test::readFile(path);
+    std::string turned;
+    for (const json& box : boxesOf(path)) {
+        const size_t at = box["offset"];
+        const size_t size = box["size"];
+        if (box["type"] == "mfra")
+            continue; // its places no longer hold
+        turned += file.substr(at, size);
+        if (box["type"] != "mdat")
+            continue;
+        // The fragment before goes behind the data, and its only run leads back there.
+        std::string moof = turned.substr(turned.rfind("moof") - 4);
+        moof.resize(moof.size() - size);
+        turned.erase(turned.size() - size - moof.size(), moof.size());
+        moof.replace(moof.find("trun") + 12, 4, test::be(8 - size));
+        turned += moof;
+    }
+    const std::string front = m_dir.write("front.mp4", turned);
+    ASSERT_EQ(frames(front), frames(path));
+    rewrite(front, {"--scheme-id", kPlayReady, "--pssh", "ZGF0YQ==", "--separate"});
+    EXPECT_EQ(boxesOf(out(), "pssh").size(), 3U);
+    EXPECT_EQ(frames(out()), frames(path));
 }
 
 TEST_F(HastoolCenc, BoxesAgreeWithWhatEncryptedTheFile) {

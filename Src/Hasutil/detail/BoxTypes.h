@@ -41,6 +41,7 @@ enum BoxFlags : unsigned int {
     kTfhdDuration = 0x08,
     kTfhdSize = 0x10,
     kTfhdFlags = 0x20,
+    kTfhdBaseIsMoof = 0x020000,
     kTrunDataOffset = 0x1,
     kTrunFirstFlags = 0x4,
     kTrunDuration = 0x100,

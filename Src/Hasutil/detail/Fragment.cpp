@@ -3,6 +3,7 @@
 #include <Hasutil/detail/BoxTypes.h>
 #include <Hasutil/detail/OffsetTable.h>
 
+#include <algorithm>
 #include <climits>
 
 namespace {
@@ -34,16 +35,59 @@ bool forChildren(const BoxView& parent, Visit visit) {
     return true;
 }
 
-/// Whether the samples of a `traf` begin at its absolute base itself, without an offset.
-bool beginsAtBase(const BoxView& traf) {
-    bool hasBase = false;
-    const bool hasNoRun = forChildren(traf, [&](const BoxView& box) {
-        if (box.type() == kTfhd)
-            hasBase = (box.u24(9) & kTfhdBaseOffset) != 0;
-        hasBase = hasBase && !(box.type() == kTrun && (box.u24(9) & kTrunDataOffset) != 0);
-        return box.type() != kTrun;
-    });
-    return hasBase && !hasNoRun;
+/// What the offsets of a `traf` count from. Places are counted from the first byte of its `moof`.
+struct Anchor {
+    long long at = 0;
+    /// Bytes that it moves by itself, beyond those put into the stream before the `moof`.
+    unsigned int shift = 0;
+    /// Where the data of the track fragment before ends: whatever counts from it moves with it.
+    bool follows = false;
+};
+
+/// The header and the first run of a `traf`; empty views where it has none.
+struct Heads {
+    BoxView tfhd;
+    BoxView trun;
+
+    explicit Heads(const BoxView& traf) {
+        forChildren(traf, [this](const BoxView& box) {
+            if (box.type() == kTfhd && tfhd.size() == 0)
+                tfhd = box;
+            if (box.type() == kTrun && trun.size() == 0)
+                trun = box;
+            return true;
+        });
+    }
+    unsigned int flags() const { return tfhd.size() == 0 ? 0 : tfhd.u24(9); }
+    bool hasRun() const { return trun.size() != 0; }
+    bool hasOffset() const { return hasRun() && (trun.u24(9) & kTrunDataOffset) != 0; }
+    int offset() const { return hasOffset() ? static_cast<int>(trun.u32(kDataOffsetAt)) : 0; }
+};
+
+/// Where an absolute base lies. Beyond what the stream has had so far it is either the samples'
+/// begin, or the begin of this `moof` in a file that the stream does not have from its start; the
+/// first run tells which, because no offset from a `moof` to its samples is smaller than the
+/// `moof`.
+long long placeOfBase(unsigned long long base, const Heads& heads, size_t moofSize,
+                      unsigned long long moofAt) {
+    if (base < moofAt + moofSize)
+        return static_cast<long long>(base - moofAt);
+    const auto size = static_cast<long long>(moofSize);
+    return heads.offset() >= size ? 0 : size;
+}
+
+/// @param hasDataBefore  whether a track fragment before has runs
+Anchor anchorOf(const Heads& heads, size_t moofSize, const Moved& moved, bool hasDataBefore) {
+    Anchor anchor;
+    if ((heads.flags() & kTfhdBaseOffset) != 0) {
+        anchor.at = placeOfBase(heads.tfhd.u64(16), heads, moofSize, moved.moofAt);
+        // Where the runs are counted from the samples' begin, it is the base that moves.
+        if (heads.hasRun() && !heads.hasOffset() && anchor.at >= static_cast<long long>(moofSize))
+            anchor.shift = moved.behind;
+    } else {
+        anchor.follows = hasDataBefore && (heads.flags() & kTfhdBaseIsMoof) == 0;
+    }
+    return anchor;
 }
 
 bool moveBase(const BoxView& tfhd, long long by) {
@@ -56,33 +100,39 @@ bool moveBase(const BoxView& tfhd, long long by) {
     return true;
 }
 
-bool moveRun(const BoxView& trun, unsigned int by) {
+bool moveRun(const BoxView& trun, size_t moofSize, const Anchor& anchor, unsigned int behind) {
     if ((trun.u24(9) & kTrunDataOffset) == 0)
         return true;
-    const auto offset = static_cast<int>(trun.u32(kDataOffsetAt));
-    const long long moved = static_cast<long long>(offset) + by;
-    if (moved > INT_MAX)
+    const long long offset = static_cast<int>(trun.u32(kDataOffsetAt));
+    const bool isBehind = anchor.at + offset >= static_cast<long long>(moofSize);
+    const long long moved = offset + (isBehind ? behind : 0LL) - anchor.shift;
+    if (moved > INT_MAX || moved < INT_MIN)
         return false;
     storeU32(trun.data() + kDataOffsetAt, static_cast<unsigned int>(moved));
     return true;
 }
 
-bool moveAuxiliary(const BoxView& saio, size_t moofSize, unsigned int by) {
+bool moveAuxiliary(const BoxView& saio, size_t moofSize, const Anchor& anchor,
+                   unsigned int behind) {
     OffsetTable table;
-    return findSaioEntries(saio, table) && moveOffsets(saio, table, moofSize, by);
+    const long long from = std::max(0LL, static_cast<long long>(moofSize) - anchor.at);
+    return findSaioEntries(saio, table) &&
+           moveOffsets(saio, table, static_cast<unsigned long long>(from), behind - anchor.shift);
 }
 
-bool moveTraf(const BoxView& traf, size_t moofSize, const Moved& moved) {
-    // Where the runs are counted from the samples' beginning, it is the base that moves.
-    const bool movesBase = beginsAtBase(traf);
+/// @param hasData  whether a track fragment before has runs; told of this one
+bool moveTraf(const BoxView& traf, size_t moofSize, const Moved& moved, bool& hasData) {
+    const Heads heads(traf);
+    const Anchor anchor = anchorOf(heads, moofSize, moved, hasData);
+    hasData = hasData || heads.hasRun();
     return forChildren(traf, [&](const BoxView& box) {
         switch (box.type()) {
         case kTfhd:
-            return moveBase(box, moved.before + (movesBase ? moved.behind : 0));
+            return moveBase(box, moved.before + anchor.shift);
         case kTrun:
-            return movesBase || moveRun(box, moved.behind);
+            return anchor.follows || moveRun(box, moofSize, anchor, moved.behind);
         case kSaio:
-            return moveAuxiliary(box, moofSize, moved.behind);
+            return anchor.follows || moveAuxiliary(box, moofSize, anchor, moved.behind);
         default:
             return true;
         }
@@ -100,8 +150,9 @@ bool isFragmentSound(const BoxView& moof) {
 }
 
 bool moveFragment(const BoxView& moof, const Moved& moved) {
+    bool hasData = false;
     return forChildren(moof, [&](const BoxView& child) {
-        return child.type() != kTraf || moveTraf(child, moof.size(), moved);
+        return child.type() != kTraf || moveTraf(child, moof.size(), moved, hasData);
     });
 }
 
