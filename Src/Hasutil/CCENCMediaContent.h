@@ -205,8 +205,9 @@ public:
     /// Reads a `moof` into the moof track records of those of its tracks that are known.
     ///
     /// Sample data that only `saiz` and `saio` describe is read where they say, counted from the
-    /// first byte of the `moof`; it must lie inside it. Boxes of a `traf` may come in any order.
-    /// The size of the `moof` is trusted, as by parsingBox().
+    /// first byte of the `moof`; it must lie inside it. The boxes of a `traf` may come in any
+    /// order, but `saiz`, `saio` and `senc` with no `tfhd` of a known track before them in the
+    /// `moof` are an error. The size of the `moof` is trusted, as by parsingBox().
     /// @return the bytes walked, which is its size; -1 for a structural error, for auxiliary data
     ///         that is not where it is said to be, and when none of its tracks is known
     int moofBoxParsing(unsigned char* moof);

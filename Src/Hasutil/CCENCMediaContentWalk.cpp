@@ -143,14 +143,17 @@ bool CCENCMediaContent::walkChildren(const BoxView& parent, size_t from, const W
         if (!parent.child(at, child))
             return false;
         const bool isLeft = walk.leavesAuxiliary && isAuxiliary(child.type());
+        // Nothing has been told yet that it could belong to.
+        if (isLeft && m_moofTracks.empty())
+            return false;
         if (!isLeft && !walkBox(child, {walk.moof, walk.depth + 1}))
             return false;
     }
     return true;
 }
 
-/// The boxes of a `traf` may come in any order, and those that describe samples can only be read
-/// once the runs have told how many there are.
+/// Behind its `tfhd` the boxes of a `traf` may come in any order, and those that describe samples
+/// can only be read once the runs have told how many there are.
 bool CCENCMediaContent::walkTraf(const BoxView& traf, const Walk& walk) {
     m_moofTrack = nullptr; // until its own `tfhd`
     if (!walkChildren(traf, kBoxHeader, {walk.moof, walk.depth, true}))

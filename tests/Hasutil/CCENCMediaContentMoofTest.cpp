@@ -436,6 +436,18 @@ TEST_F(Fragment, WalkReadsBoxesInAnyOrder) {
     EXPECT_THAT(auxSizes(), ElementsAre(8));
 }
 
+TEST_F(Fragment, WalkTakesNoInformationBeforeAnyTrackIsNamed) {
+    const Bytes run = sizedRun(0, {100});
+    const Bytes early[] = {saiz(8, 1), saio({0}), senc(0, 1, counting(8))};
+    for (const Bytes& aux : early) {
+        EXPECT_EQ(walk(box("moof", box("traf", aux + tfhd(1) + run))), -1);
+        EXPECT_EQ(walk(box("moof", box("traf", tfhd(9)) + box("traf", aux + tfhd(1) + run))), -1);
+    }
+    const Bytes second = box("traf", early[2] + tfhd(1) + run);
+    EXPECT_GT(walk(box("moof", box("traf", tfhd(1)) + second)), 0);
+    EXPECT_EQ(iv(0), counting(8));
+}
+
 // --- auxiliary data at offsets -------------------------------------------------------------------
 
 /// IVs that are known from `saiz` and `saio` only, in a box of another type.
