@@ -1,6 +1,7 @@
 #include <Hasutil/CCENCMediaContent.h>
 
 #include <Hascommon/detail/Log.h>
+#include <Hasutil/detail/AuxiliaryData.h>
 #include <Hasutil/detail/Base64.h>
 #include <Hasutil/detail/BoxTypes.h>
 #include <Hasutil/detail/ChunkReader.h>
@@ -527,7 +528,8 @@ int CCENCMediaContent::trunBoxParsing(const BoxView& box) {
         16 + ((flags & kTrunDataOffset) != 0 ? 4 : 0) + ((flags & kTrunFirstFlags) != 0 ? 4 : 0);
     const unsigned int each = sampleFieldBytes(flags);
     const unsigned int implied = each == 0 ? count : 0;
-    if (!box.holds(at, 1ULL * each * count) || implied > kMaxImpliedSamples - m_impliedSamples)
+    if (!box.holds(at, 1ULL * each * count) || implied > kMaxImpliedSamples - m_impliedSamples ||
+        !spend(m_visitsLeft, count))
         return -1;
     if ((flags & kTrunDataOffset) != 0) {
         const auto offset = static_cast<int>(box.u32(kDataOffsetAt));
@@ -548,7 +550,7 @@ void CCENCMediaContent::readSamples(const BoxView& fields, unsigned int flags, u
     SAMPLE_FORMAT sample;
     sample.size = m_moofTrack != nullptr ? m_moofTrack->defaultSampleSize : 0;
     if (m_moofTrack != nullptr)
-        m_moofTrack->samples.reserve(m_moofTrack->samples.size() + count);
+        makeRoom(m_moofTrack->samples, count);
     for (unsigned int i = 0; i < count; ++i) {
         at += (flags & kTrunDuration) != 0 ? 4 : 0;
         if ((flags & kTrunSize) != 0) {

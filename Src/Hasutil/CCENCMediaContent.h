@@ -34,8 +34,10 @@ struct PsshBox;
 /// **Bounds.** No operation reads or writes outside the bytes it was given. A box that is shorter
 /// than the fields read from it, a child that reaches beyond its parent, a count that its box
 /// cannot hold and nesting deeper than 32 boxes are structural errors: -1. Counts are checked
-/// before memory is taken for them. What was known before such an error stays, apart from what the
-/// failing box itself begins anew.
+/// before memory is taken for them. A walk visits no more samples and subsamples than its bytes can
+/// be meant for, counted each time a box names them: 2,097,152 and four for each byte; more is an
+/// error too. What was known before such an error stays, apart from what the failing box itself
+/// begins anew.
 ///
 /// **Ownership.** Callers keep all their bytes; what is remembered is copied. Records belong to
 /// the object and stay until the next walk.
@@ -300,6 +302,7 @@ private:
     HAS_LOCAL bool walkTraf(const BoxView& traf, const Walk& walk);
     HAS_LOCAL bool walkBox(const BoxView& box, const Walk& walk);
     HAS_LOCAL bool bindLastTrack(const BoxView& moof);
+    HAS_LOCAL bool bindTrack(const BoxView& moof, MOOF_TRACK_FORMAT& moofTrack);
     HAS_LOCAL const TRACK_FORMAT* findTrack(unsigned int trackId) const;
     HAS_LOCAL int parsingBox(unsigned int type, const BoxView& box, const Walk& walk);
     HAS_LOCAL int parsingMoovPart(unsigned int type, const BoxView& box);
@@ -337,9 +340,11 @@ private:
 
     // The walk.
     std::list<TRACK_FORMAT> m_tracks;
+    std::map<unsigned int, const TRACK_FORMAT*> m_trackOfId; // the first of each id
     std::list<MOOF_TRACK_FORMAT> m_moofTracks;
     MOOF_TRACK_FORMAT* m_moofTrack = nullptr; // of the current `traf`; null for an unknown track
     unsigned int m_impliedSamples = 0;        // samples that take no bytes in their box
+    unsigned long long m_visitsLeft = 0;      // of samples, in the walk under way
     unsigned char* m_sampleEntry = nullptr;   // the `encv` or `enca` that a `frma` restores
     std::string m_psshData;
     std::string m_psshSystemId;

@@ -4,7 +4,6 @@
 #include <Hasutil/detail/AuxiliaryData.h>
 #include <Hasutil/detail/BoxTypes.h>
 
-#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -54,6 +53,7 @@ struct CCENCMediaContent::Walk {
 
 void CCENCMediaContent::clearMoov() {
     m_tracks.clear();
+    m_trackOfId.clear();
     m_sampleEntry = nullptr;
     m_psshData.clear();
     m_psshSystemId.clear();
@@ -109,6 +109,7 @@ int CCENCMediaContent::parsingBox(unsigned int type, unsigned char* box, size_t 
     BoxView view;
     if (box == nullptr || !BoxView(box, bytes).child(0, view))
         return -1;
+    m_visitsLeft = visitsFor(view.size());
     try {
         return parsingBox(type, view, Walk());
     } catch (const std::bad_alloc&) {
@@ -124,6 +125,7 @@ long long CCENCMediaContent::walkBoxes(unsigned char* boxes, size_t bytes) {
     const BoxView all(boxes, bytes);
     BoxView box;
     bool isSound = true;
+    m_visitsLeft = visitsFor(bytes);
     m_sampleEntry = nullptr; // bytes of another call may be gone, and these afterwards
     try {
         for (size_t at = 0; isSound && at < bytes; at += box.size())
@@ -300,19 +302,25 @@ int CCENCMediaContent::moofBoxParsing(const BoxView& moof, const Walk& walk) {
 bool CCENCMediaContent::bindLastTrack(const BoxView& moof) {
     const bool isOpen = !m_moofTracks.empty() &&
                         m_moofTracks.back().auxResolved == MOOF_TRACK_FORMAT::AUX_UNRESOLVED;
-    return !isOpen || getAuxiliaryDataFormat(moof.data(), moof.size()) == 1;
+    return !isOpen || bindTrack(moof, m_moofTracks.back());
 }
 
 int CCENCMediaContent::getAuxiliaryDataFormat(unsigned char* moof, size_t bytes) {
     if (m_moofTracks.empty())
         return -1;
     MOOF_TRACK_FORMAT& moofTrack = m_moofTracks.back();
+    // A record put together by an embedder owes its samples to nobody's bytes.
+    m_visitsLeft = visitsFor(bytes) + 2ULL * moofTrack.samples.size();
+    return bindTrack(BoxView(moof, bytes), moofTrack) ? 1 : -1;
+}
+
+bool CCENCMediaContent::bindTrack(const BoxView& moof, MOOF_TRACK_FORMAT& moofTrack) {
     const TRACK_FORMAT* const track = findTrack(moofTrack.trackId);
     if (track == nullptr ||
-        !bindAuxiliaryData(BoxView(moof, bytes), track->perSampleIvSize, moofTrack))
-        return -1;
+        !bindAuxiliaryData(moof, track->perSampleIvSize, moofTrack, m_visitsLeft))
+        return false;
     moofTrack.auxResolved = MOOF_TRACK_FORMAT::AUX_RESOLVED;
-    return 1;
+    return true;
 }
 
 int CCENCMediaContent::saizBoxParsing(const BoxView& box) {
@@ -325,7 +333,8 @@ int CCENCMediaContent::saizBoxParsing(const BoxView& box) {
     const unsigned int count = box.u32(at + 1);
     const unsigned int listed = size == 0 ? count : 0;
     updateBoxType(box.data(), kFree);
-    if (count != m_moofTrack->sampleCount || !box.holds(at + 5, listed))
+    if (count != m_moofTrack->sampleCount || !box.holds(at + 5, listed) ||
+        !spend(m_visitsLeft, m_moofTrack->samples.size()))
         return -1;
     size_t next = at + 5;
     for (SAMPLE_FORMAT& sample : m_moofTrack->samples)
@@ -338,10 +347,11 @@ int CCENCMediaContent::saizBoxParsing(const BoxView& box) {
 int CCENCMediaContent::sencBoxParsing(const BoxView& box) {
     const TRACK_FORMAT* const track =
         m_moofTrack == nullptr ? nullptr : findTrack(m_moofTrack->trackId);
-    if (track == nullptr || track->perSampleIvSize > kMaxIv || !box.holds(0, 16))
+    if (track == nullptr || track->perSampleIvSize > kMaxIv || !box.holds(0, 16) ||
+        !spend(m_visitsLeft, m_moofTrack->samples.size()))
         return -1;
     const bool hasSubsamples = (box.u24(9) & kSencSubsamples) != 0;
-    AuxiliaryReader reader(*m_moofTrack, track->perSampleIvSize);
+    AuxiliaryReader reader(*m_moofTrack, track->perSampleIvSize, m_visitsLeft);
     if (hasSubsamples)
         reader.expect(box.size());
     size_t at = 16; // the box's own count of samples says nothing that `trun` does not
@@ -355,14 +365,13 @@ int CCENCMediaContent::sencBoxParsing(const BoxView& box) {
 }
 
 const TRACK_FORMAT* CCENCMediaContent::findTrack(unsigned int trackId) const {
-    const auto found =
-        std::find_if(m_tracks.begin(), m_tracks.end(),
-                     [trackId](const TRACK_FORMAT& track) { return track.trackId == trackId; });
-    return found == m_tracks.end() ? nullptr : &*found;
+    const auto found = m_trackOfId.find(trackId);
+    return found == m_trackOfId.end() ? nullptr : found->second;
 }
 
 void CCENCMediaContent::addTrackData(const TRACK_FORMAT& track) {
     m_tracks.push_back(track);
+    m_trackOfId.emplace(track.trackId, &m_tracks.back());
 }
 
 void CCENCMediaContent::addMoofTrackData(const MOOF_TRACK_FORMAT& track) {

@@ -55,7 +55,7 @@ bool AuxiliaryReader::read(const BoxView& bytes, size_t& at, bool hasSubsamples,
 }
 
 void AuxiliaryReader::expect(size_t bytes) {
-    m_track.subsamples.reserve(m_track.subsamples.size() + bytes / kSubsample);
+    makeRoom(m_track.subsamples, bytes / kSubsample);
 }
 
 bool AuxiliaryReader::readSized(const BoxView& bytes, size_t& at, SAMPLE_FORMAT& sample) {
@@ -73,7 +73,7 @@ bool AuxiliaryReader::readSubsamples(const BoxView& bytes, size_t& at, SAMPLE_FO
     if (!bytes.holds(at, 2))
         return false;
     const unsigned int count = bytes.u16(at);
-    if (!bytes.holds(at + 2, kSubsample * count))
+    if (!bytes.holds(at + 2, kSubsample * count) || !spend(m_budget, count))
         return false;
     at += 2;
     sample.subsampleCount = static_cast<unsigned short>(count);
@@ -87,7 +87,10 @@ bool AuxiliaryReader::readSubsamples(const BoxView& bytes, size_t& at, SAMPLE_FO
     return true;
 }
 
-bool bindAuxiliaryData(const BoxView& moof, unsigned char ivSize, MOOF_TRACK_FORMAT& track) {
+bool bindAuxiliaryData(const BoxView& moof, unsigned char ivSize, MOOF_TRACK_FORMAT& track,
+                       VisitBudget& budget) {
+    if (!spend(budget, 2ULL * track.samples.size()))
+        return false;
     const bool isEmpty =
         std::all_of(track.samples.begin(), track.samples.end(),
                     [](const SAMPLE_FORMAT& sample) { return sample.auxSize == 0; });
@@ -96,7 +99,7 @@ bool bindAuxiliaryData(const BoxView& moof, unsigned char ivSize, MOOF_TRACK_FOR
     std::vector<unsigned int> runs;
     if (ivSize > kMaxIv || !hasOffsets(track) || !runsOf(track, runs))
         return false;
-    AuxiliaryReader reader(track, ivSize);
+    AuxiliaryReader reader(track, ivSize, budget);
     auto sample = track.samples.begin();
     for (size_t run = 0; run < runs.size(); ++run) {
         const unsigned long long offset = offsetOf(track, run);
