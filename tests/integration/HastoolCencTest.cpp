@@ -84,6 +84,16 @@ std::vector<std::string> packets(const std::string& path) {
     return counts;
 }
 
+std::string hexOf(const std::string& bytes) {
+    std::string text;
+    for (const char byte : bytes) {
+        constexpr char digits[] = "0123456789abcdef";
+        text += digits[static_cast<unsigned char>(byte) >> 4];
+        text += digits[static_cast<unsigned char>(byte) & 15];
+    }
+    return text;
+}
+
 void expectFailure(const Child::Result& result, const std::string& line) {
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.out, "");
@@ -304,6 +314,27 @@ TEST_F(HastoolCenc, FragmentsWithoutABaseKeepTheirSoundAndPicture) {
         EXPECT_EQ(frames(out()), frames(path)) << flags;
         EXPECT_EQ(packets(out()), packets(path)) << flags;
         EXPECT_EQ(packets(path).size(), 2U);
+    }
+}
+
+TEST_F(HastoolCenc, AnIndexStillLeadsToEveryFragment) {
+    for (const char* flags : {"frag_keyframe+empty_moov+default_base_moof+global_sidx",
+                              "dash+frag_keyframe+empty_moov+default_base_moof"}) {
+        const std::string path = clearMedia(flags, true);
+        ASSERT_FALSE(boxesOf(path, "sidx").empty());
+        rewrite(path, {"--scheme-id", kPlayReady, "--pssh", "ZGF0YQ==", "--separate"});
+        EXPECT_EQ(packets(out()), packets(path)) << flags;
+        EXPECT_EQ(frames(out()), frames(path)) << flags;
+        EXPECT_EQ(boxesOf(out(), "sidx").size(), boxesOf(path, "sidx").size());
+        // Tables of places at the end, in this version a time and a place of 64 bits each.
+        const std::string file = test::readFile(out());
+        for (const json& table : boxesOf(out(), "tfra")) {
+            const std::string bytes = file.substr(table["offset"], table["size"]);
+            for (size_t at = 32; at < bytes.size(); at += 19) {
+                const size_t place = std::stoul(hexOf(bytes.substr(at, 8)), nullptr, 16);
+                EXPECT_EQ(file.substr(place + 4, 4), "moof") << flags;
+            }
+        }
     }
 }
 

@@ -179,6 +179,37 @@ TEST_F(HastoolDashPlay, PutsThePsshOfTheManifestIntoEachFragment) {
     }
 }
 
+TEST_F(HastoolDashPlay, LeavesAnIndexThatFitsTheGrownFragments) {
+    const std::string file = m_server.root() + "/d/v.mp4";
+    fs::create_directories(m_server.root() + "/d");
+    test::runOk({"ffmpeg", "-v", "error", "-nostdin", "-f", "lavfi", "-i", "testsrc2=s=320x180",
+                 "-t", "3", "-c:v", "libx264", "-preset", "ultrafast", "-g", "5", "-movflags",
+                 "frag_keyframe+empty_moov+default_base_moof+global_sidx", file});
+    const std::string box = "AAAAJHBzc2gAAAAAmgTweZhAQoarkuZb4IhflQAAAARkYXRh";
+    m_server.write("d/m.mpd",
+                   protectedManifest(descriptor(kPlayReady, "<cenc:pssh>" + box + "</cenc:pssh>"),
+                                     "avc1.42c00d"));
+    play({m_server.url("/d/m.mpd")});
+    EXPECT_EQ(countOf(readFile(out()), "pssh"), 15);
+    EXPECT_EQ(countOf(readFile(out()), "sidx"), 1);
+    const auto packets = [](const std::string& path) {
+        return std::stoi(test::runOk({"ffprobe", "-v", "error", "-count_packets", "-show_entries",
+                                      "stream=nb_read_packets", "-of", "csv=p=0", path}));
+    };
+    EXPECT_EQ(packets(out()), packets(file));
+    std::vector<uint64_t> told;
+    std::vector<uint64_t> sizes;
+    for (const json& it : json::parse(hastool({"boxes", "--json", out()}).out)) {
+        for (const json& reference : it.value("references", json::array()))
+            told.push_back(reference["size"]);
+        if (it["type"] == "moof")
+            sizes.push_back(it["size"]);
+        else if (it["type"] == "mdat")
+            sizes.back() += it["size"].get<uint64_t>();
+    }
+    EXPECT_EQ(told, sizes);
+}
+
 TEST_F(HastoolDashPlay, PutsThePsshIntoTheMovieWhereAudioAndVideoAreMultiplexed) {
     const std::string file = m_server.root() + "/d/v.mp4";
     fs::create_directories(m_server.root() + "/d");

@@ -1,6 +1,7 @@
 #include "ErrorOf.h"
 
 #include <hastool/engine/MediaWriter.h>
+#include <support/Mp4Boxes.h>
 #include <support/TempDir.h>
 
 #include <filesystem>
@@ -57,6 +58,24 @@ TEST(MediaWriter, WritesNoInitialisationWithoutMedia) {
     writer.setInit("[1]");
     writer.setInit("[2]");
     EXPECT_EQ(readFile(dir.file("o.part")), "");
+}
+
+TEST(MediaWriter, WritesNoIndexThatLeadsOutOfItsPiece) {
+    const test::TempDir dir;
+    MediaWriter writer(dir.file("o"));
+    const auto index = [](uint64_t size) {
+        return test::fullBox("sidx", 0, 0,
+                             test::be(1) + test::be(1) + test::zeros(8) + test::be(1) +
+                                 test::be(size) + test::zeros(8));
+    };
+    const std::string moof = test::mp4Box("moof", test::zeros(20));
+    const auto freed = [&](uint64_t size) { return index(size).replace(4, 4, "free"); };
+    writer.setInit(test::mp4Box("moov", "") + index(1000));
+    writer.write(index(28) + moof + test::mp4Box("mfra", ""));
+    writer.write(index(29) + moof);
+    writer.commit();
+    EXPECT_EQ(readFile(dir.file("o")), test::mp4Box("moov", "") + freed(1000) + index(28) + moof +
+                                           test::mp4Box("free", "") + freed(29) + moof);
 }
 
 TEST(MediaWriter, MayWriteNowhere) {

@@ -2,7 +2,6 @@
 
 #include "../engine/OutputFile.h"
 #include "../engine/ToolError.h"
-#include "../media/CencPass.h"
 #include "../media/PsshText.h"
 #include "../ui/StandardOutput.h"
 #include "ExitCode.h"
@@ -64,16 +63,31 @@ int CencCommand::run() {
     const BlockSource source = fileBlocks(m_input);
     const PsshBoxes before = findPsshBoxes(source, m_input);
     const bool isSeparate = m_isSeparate || (!m_isMuxed && before.tracks < 2);
+    const CencContent content{m_schemeId, *pssh, isSeparate};
+    const std::vector<BytePatch> patches = patchesFor(source, before, content);
     OutputFile file(m_output, OutputFile::Mode::Replace);
     uint64_t size = 0;
-    passThroughHandler(source, m_input, before, {m_schemeId, *pssh, isSeparate}, m_chunk,
+    passThroughHandler(source, m_input, before, content, m_chunk,
                        [&](const unsigned char* data, size_t count) {
-                           file.write(std::string_view(reinterpret_cast<const char*>(data), count));
+                           const std::string_view piece(reinterpret_cast<const char*>(data), count);
+                           file.write(withPatches(piece, size, patches));
                            size += count;
                        });
     file.commit();
     print(summary(m_output, before, size));
     return kDone;
+}
+
+/// An index stands in front of what it leads to, so what that grows by has to be known before.
+std::vector<BytePatch> CencCommand::patchesFor(const BlockSource& source, const PsshBoxes& boxes,
+                                               const CencContent& content) const {
+    if (!hasIndex(source))
+        return {};
+    BoxSizes sizes;
+    passThroughHandler(
+        source, m_input, boxes, content, kMaxChunk,
+        [&sizes](const unsigned char* data, size_t count) { sizes.push(data, count); });
+    return indexPatches(source, sizes.sizes());
 }
 
 } // namespace hastool

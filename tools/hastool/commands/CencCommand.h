@@ -1,7 +1,11 @@
 // hastool cenc
 #pragma once
 
+#include "../media/CencPass.h"
+#include "../media/IndexMender.h"
+
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -19,6 +23,9 @@ public:
     int run();
 
 private:
+    std::vector<BytePatch> patchesFor(const BlockSource& source, const PsshBoxes& boxes,
+                                      const CencContent& content) const;
+
     CLI::App* m_command;
     std::string m_input;
     std::string m_output;

@@ -1,5 +1,7 @@
 #include "MediaWriter.h"
 
+#include "../media/IndexMender.h"
+
 namespace hastool {
 
 MediaWriter::MediaWriter(const std::string& path) {
@@ -19,13 +21,13 @@ void MediaWriter::write(const std::string& media) {
         return;
     if (m_initIsDue) {
         m_joiner.setInit(m_init);
-        m_file->write(m_init);
+        m_file->write(withIndexesMended(m_init, m_init));
         m_initIsDue = false;
     }
     if (m_init.empty())
         m_file->write(media);
     else
-        m_file->write(m_joiner.adapt(media));
+        m_file->write(m_joiner.adapt(withIndexesMended(media, media)));
     m_hasMedia = true;
 }
 

@@ -11,6 +11,8 @@ namespace hastool {
 
 /// Writes the pieces of one play into one file that can be played: transport streams one behind the
 /// other, fragmented MP4 behind its initialisation, which is written again when it changes.
+/// An index that leads out of its piece becomes "free": what follows here is not what followed
+/// there.
 ///
 /// It is written beside its name, FILE.part, and takes it with commit(): a play that comes to
 /// nothing leaves a file of that name as it was.

@@ -1,5 +1,6 @@
 #include "ProtectedContent.h"
 
+#include "../media/IndexMender.h"
 #include "ToolError.h"
 
 #include <Hasutil/ContentProtection_t.h>
@@ -121,7 +122,7 @@ std::string ProtectedContent::rewrite(const Protection& protection, const std::s
     const size_t room = roomFor(bytes, m_psshSize);
     if (room > kMaxRoom)
         throw ToolError(name, "too much PSSH data for its fragments");
-    return Rewriting(*session.handler, protection, name).run(bytes, room);
+    return withIndexesMended(bytes, Rewriting(*session.handler, protection, name).run(bytes, room));
 }
 
 ProtectedContent::Session& ProtectedContent::sessionOf(const Protection& protection,

@@ -23,7 +23,7 @@ public:
     ProtectedContent(const ProtectedContent&) = delete;
     ProtectedContent& operator=(const ProtectedContent&) = delete;
 
-    /// Rewrites one initialisation or one segment.
+    /// Rewrites one initialisation or one segment; what an index in it says holds for the result.
     /// @param name  of the piece, for messages. @throws ToolError when no handler takes one of the
     ///              descriptors, or the handler refuses the piece
     std::string rewrite(const Protection& protection, const std::string& bytes,
