@@ -1,6 +1,7 @@
 // Boxes: they lie in order inside each other, in trouble or not, and are shown as valid JSON.
 #include <Input.h>
 #include <hastool/media/BoxText.h>
+#include <hastool/media/IndexMender.h>
 
 #include <vector>
 
@@ -51,5 +52,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     json += writer.finish();
     require(trouble.has_value() == hasTrouble);
     require(nlohmann::json::accept(json));
+    // An index keeps its size, and what is mended once needs it no more.
+    const std::string mended = hastool::withIndexesMended(bytes, std::string(bytes));
+    require(mended.size() == size && hastool::withIndexesMended(mended, mended) == mended);
     return 0;
 }

@@ -2,6 +2,7 @@
 
 #include "FragmentFields.h"
 #include "MovieFields.h"
+#include "PiffFields.h"
 #include "ProtectionFields.h"
 
 namespace hastool {

@@ -106,8 +106,4 @@ void readOtherEntry(BoxFields& box, const BoxVersion&, BoxContext&) {
     box.number("data_reference_index", 2);
 }
 
-void readExtendedType(BoxFields& box, const BoxVersion&, BoxContext&) {
-    box.hex("uuid", 16);
-}
-
 } // namespace hastool

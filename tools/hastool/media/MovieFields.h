@@ -17,6 +17,5 @@ void readSampleEntries(BoxFields& box, const BoxVersion& full, BoxContext& conte
 void readVisualEntry(BoxFields& box, const BoxVersion&, BoxContext&);
 void readAudioEntry(BoxFields& box, const BoxVersion&, BoxContext& context);
 void readOtherEntry(BoxFields& box, const BoxVersion&, BoxContext&);
-void readExtendedType(BoxFields& box, const BoxVersion&, BoxContext&);
 
 } // namespace hastool
