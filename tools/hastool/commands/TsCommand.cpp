@@ -68,15 +68,15 @@ void TsCommand::remap(const PidMap& map, const TsReport& report) const {
     if (!conflict.empty())
         throw ToolError(m_file, conflict);
     OutputFile file(m_output, OutputFile::Mode::Replace);
-    TsRemapper remapper(map, report, m_file);
-    PacketFinder packets([&](TsUnit unit) {
-        remapper.rewrite(unit);
-        if (report.packetSize > kTsPacketSize)
-            write(file, unit.timecode.data(), kTimecodeSize);
-        write(file, unit.packet.data(), kTsPacketSize);
+    TsRemapper remapper(map, report, m_file, [&file](const unsigned char* data, size_t size) {
+        write(file, data, size);
     });
+    PacketFinder packets(
+        [&remapper](const TsUnit& unit) { remapper.push(unit); },
+        [&remapper](const unsigned char* data, size_t size) { remapper.keep(data, size); });
     fileSource(m_file)([&](const unsigned char* data, size_t size) { packets.push(data, size); });
     packets.finish();
+    remapper.finish();
     file.commit();
     const nlohmann::ordered_json json = {
         {"output", m_output}, {"packets", packets.packets()}, {"rewritten", remapper.rewritten()}};

@@ -18,6 +18,7 @@ void PacketFinder::push(const unsigned char* data, size_t size) {
 
 void PacketFinder::finish() {
     drain(true);
+    handRest(m_buffer.size());
 }
 
 void PacketFinder::drain(bool isEnd) {
@@ -113,19 +114,32 @@ void PacketFinder::deliver() {
     TsUnit unit;
     const auto sync = m_buffer.begin() + static_cast<std::ptrdiff_t>(m_at);
     std::copy_n(sync, kTsPacketSize, unit.packet.begin());
-    unit.hasTimecode = m_stride == kTimed && m_at >= kTimecodeSize;
+    unit.hasTimecode = m_stride == kTimed && m_at >= m_handed + kTimecodeSize;
     if (unit.hasTimecode)
         std::copy_n(sync - kTimecodeSize, kTimecodeSize, unit.timecode.begin());
+    handRest(m_at - (unit.hasTimecode ? kTimecodeSize : 0));
+    m_handed = m_at + kTsPacketSize;
     ++m_packets;
     m_gap = 0;
     m_sink(unit);
 }
 
+/// Hands out what lies in front of a place and belongs to no packet.
+void PacketFinder::handRest(size_t end) {
+    if (end <= m_handed)
+        return;
+    if (m_rest)
+        m_rest(m_buffer.data() + m_handed, end - m_handed);
+    m_handed = end;
+}
+
 /// Keeps what may be a time code.
 void PacketFinder::forget() {
     const size_t done = std::min(m_at - std::min<size_t>(m_at, kTimecodeSize), m_buffer.size());
+    handRest(done);
     m_buffer.erase(m_buffer.begin(), m_buffer.begin() + static_cast<std::ptrdiff_t>(done));
     m_at -= done;
+    m_handed -= done;
 }
 
 } // namespace hastool

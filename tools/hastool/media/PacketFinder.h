@@ -1,6 +1,7 @@
 // Finds the packets of a transport stream.
 #pragma once
 
+#include "ByteSource.h"
 #include "TsUnit.h"
 
 #include <cstdint>
@@ -16,8 +17,11 @@ class PacketFinder {
 public:
     using Sink = std::function<void(const TsUnit& unit)>;
 
-    explicit PacketFinder(Sink sink)
-        : m_sink(std::move(sink)) {}
+    /// @param rest  takes every other byte in its place between the packets, that of the time code
+    ///              that a packet has apart; null where nobody wants them
+    explicit PacketFinder(Sink sink, PieceSink rest = nullptr)
+        : m_sink(std::move(sink))
+        , m_rest(std::move(rest)) {}
 
     /// Takes the next bytes. Packets come out once it is known what follows them.
     void push(const unsigned char* data, size_t size);
@@ -41,11 +45,14 @@ private:
     bool isCut() const;
     void skipTo(size_t at, size_t stride);
     void deliver();
+    void handRest(size_t end);
     void forget();
 
     Sink m_sink;
+    PieceSink m_rest;
     std::vector<unsigned char> m_buffer;
     size_t m_at = 0;     ///< of the next sync byte; may lie behind the buffer
+    size_t m_handed = 0; ///< where what has not been handed out begins
     size_t m_stride = 0; ///< 0 while there is no sync
     size_t m_lastStride = 0;
     uint64_t m_gap = 0; ///< bytes since the last packet

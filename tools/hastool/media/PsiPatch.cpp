@@ -7,7 +7,6 @@
 namespace hastool {
 namespace {
 
-constexpr unsigned char kStuffing = 0xFF;
 constexpr size_t kHeader = 8;
 constexpr size_t kChecksum = 4;
 
@@ -55,6 +54,8 @@ void patchProgramMap(unsigned char* at, size_t size, const PidMap& map) {
     }
 }
 
+} // namespace
+
 void patchSection(unsigned char* section, size_t size, const PidMap& map) {
     if (size < kHeader + kChecksum || psiChecksum(section, size) != 0)
         return;
@@ -69,24 +70,6 @@ void patchSection(unsigned char* section, size_t size, const PidMap& map) {
     const uint32_t checksum = psiChecksum(section, size - kChecksum);
     for (size_t i = 0; i < kChecksum; ++i)
         section[size - kChecksum + i] = static_cast<unsigned char>(checksum >> (24 - 8 * i));
-}
-
-} // namespace
-
-bool patchTables(unsigned char* payload, size_t size, bool isUnitStart, const PidMap& map) {
-    if (!isUnitStart)
-        return true; // of a section that has been told of, or lost its begin
-    size_t at = 1 + size_t{payload[0]};
-    while (at < size && payload[at] != kStuffing) {
-        if (size - at < 3)
-            return false;
-        const size_t section = 3 + length12(payload + at + 1);
-        if (section > size - at)
-            return false;
-        patchSection(payload + at, section, map);
-        at += section;
-    }
-    return true;
 }
 
 } // namespace hastool

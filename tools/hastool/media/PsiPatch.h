@@ -7,9 +7,8 @@
 
 namespace hastool {
 
-/// Changes the PIDs in the PAT, CAT and PMT sections of a packet's payload, in place, and their
-/// checksums. A section whose checksum does not hold stays as it is.
-/// @return false when a section goes over the packet's end
-bool patchTables(unsigned char* payload, size_t size, bool isUnitStart, const PidMap& map);
+/// Changes the PIDs in a PAT, CAT or PMT section, in place, and its checksum. A section of another
+/// table, and one whose checksum does not hold, stays as it is.
+void patchSection(unsigned char* section, size_t size, const PidMap& map);
 
 } // namespace hastool

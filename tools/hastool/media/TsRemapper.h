@@ -1,43 +1,71 @@
 // Gives the streams of a transport stream other PIDs.
 #pragma once
 
+#include "ByteSource.h"
 #include "Continuity.h"
 #include "PidMap.h"
+#include "SectionPatcher.h"
 #include "TsUnit.h"
 
 #include <Hasutil/TsProcessData.h>
 
 #include <cstdint>
+#include <deque>
 #include <map>
-#include <set>
+#include <string>
 
 namespace hastool {
 
 struct TsReport;
 
-/// Rewrites packets one at a time: their PIDs, their continuity counters, which then count without
-/// a gap, and the PIDs that the tables name, with the tables' checksums.
+/// Rewrites packets: their PIDs, their continuity counters, which then count without a gap, and the
+/// PIDs that the tables name, with the tables' checksums. What comes in goes out in its order;
+/// while a table's section is not whole, all that came since its begin waits.
 class TsRemapper {
 public:
+    /// The most packets, and pieces between them, that wait for the rest of a section: 12 MB, some
+    /// seconds of any stream, where tables come several times a second.
+    static constexpr size_t kMaxWaiting = 65536;
+
     /// @param report  of the whole stream. @throws ToolError when it has no room for the PIDs
     /// @param where   names the stream in messages
-    TsRemapper(PidMap map, const TsReport& report, std::string where);
+    TsRemapper(PidMap map, const TsReport& report, std::string where, PieceSink sink);
 
-    /// @throws ToolError for a table over several packets, which is not rewritten
-    void rewrite(TsUnit& unit);
+    /// Takes the next packet. @throws ToolError when a section goes on for longer than may wait
+    void push(const TsUnit& unit);
+    /// Takes bytes between packets, which stay as they are. @throws ToolError as push()
+    void keep(const unsigned char* data, size_t size);
+    /// Says that there is no more.
+    void finish() { handOut(m_next); }
 
     /// Packets with another PID now.
     uint64_t rewritten() const { return m_rewritten; }
 
 private:
-    void rewriteTables(TsUnit& unit);
+    /// A packet, or bytes that are none.
+    struct Item {
+        TsUnit unit;
+        int pid = -1; ///< as it came; -1 for bytes
+        bool isTable = false;
+        bool isRepetition = false;
+        std::string bytes;
+    };
+
+    void rewrite(Item& item, uint64_t number);
     void renumber(TsUnit& unit, int newPid, Continuity::Verdict verdict);
+    void handOutReady();
+    void handOut(uint64_t end);
+    void handOut(Item& item);
 
     const PidMap m_map;
     const std::string m_where;
-    std::set<int> m_tablePids;
+    PieceSink m_sink;
+    std::map<int, SectionPatcher> m_tables;
+    std::map<int, TsUnit> m_lastTables;     ///< the last one handed out, by old PID
     std::map<int, Continuity> m_continuity; ///< by old PID
     hascommon::TsProcessData m_streams;     ///< by new PID
+    std::deque<Item> m_waiting;
+    uint64_t m_next = 0; ///< number of the next item
     uint64_t m_rewritten = 0;
 };
 
