@@ -2,6 +2,7 @@
 #include <Input.h>
 #include <hastool/media/BoxText.h>
 #include <hastool/media/IndexMender.h>
+#include <hastool/media/SpsList.h>
 
 #include <vector>
 
@@ -52,6 +53,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     json += writer.finish();
     require(trouble.has_value() == hasTrouble);
     require(nlohmann::json::accept(json));
+    const std::string text(bytes);
+    for (const hastool::SpsInfo& sps : hastool::findSps(hastool::memorySource(text)))
+        require(!sps.unit.empty());
     // An index keeps its size, and what is mended once needs it no more.
     const std::string mended = hastool::withIndexesMended(bytes, std::string(bytes));
     require(mended.size() == size && hastool::withIndexesMended(mended, mended) == mended);

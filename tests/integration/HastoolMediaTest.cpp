@@ -53,7 +53,8 @@ TEST_F(HastoolMedia, SpsTellsTheSizeThatFfprobeTells) {
     for (const std::string size : {"320x180", "176x144", "854x480", "1280x720"}) {
         for (const std::string& path :
              {make(size + ".ts", size), make(size + ".h264", size, {"-an"}),
-              make(size + ".m2ts", size)}) {
+              make(size + ".m2ts", size), make(size + ".mp4", size),
+              make(size + ".f.mp4", size, {"-movflags", "frag_keyframe+empty_moov"})}) {
             SCOPED_TRACE(path);
             const json sets = jsonOf({"sps", "--json", path});
             const json stream = probe(path)["streams"][0];

@@ -17,7 +17,8 @@ constexpr char kExamples[] = R"(Examples:
   hastool sps video.h264
   hastool sps segment.ts
   hastool sps --json recording.m2ts
-Takes Annex B streams and transport streams with packets of 188 or 192 bytes.
+  hastool sps video.mp4
+Takes Annex B streams, transport streams with packets of 188 or 192 bytes, and MP4 files.
 )";
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "SpsList.h"
 
+#include "AvcConfigs.h"
 #include "NalFinder.h"
 #include "PesPayload.h"
 #include "TsScanner.h"
@@ -113,14 +114,15 @@ void collectFromTs(const ByteSource& source, const TsReport& report, Collector& 
         video->units.finish();
 }
 
-/// Whether a file begins with a box. Its units stand behind their lengths, and some lengths look
-/// like start codes.
+/// Whether a file begins with a box. Its units stand behind their lengths, some of which look like
+/// start codes, and its parameter sets in the movie.
 bool isBoxes(const unsigned char* data, size_t size) {
     constexpr size_t kEnd = 8; // of a box's size and type
     if (size < kEnd)
         return false;
     const std::string type(reinterpret_cast<const char*>(data) + 4, kEnd - 4);
-    for (const char* const it : {"ftyp", "styp", "sidx", "moof", "moov", "mdat", "emsg", "prft"}) {
+    for (const char* const it : {"ftyp", "styp", "sidx", "moof", "moov", "mdat", "emsg", "prft",
+                                 "free", "skip", "wide", "uuid", "pdin"}) {
         if (type == it)
             return true;
     }
@@ -128,13 +130,17 @@ bool isBoxes(const unsigned char* data, size_t size) {
 }
 
 void collectFromVideo(const ByteSource& source, Collector& collector) {
-    NalFinder units([&collector](const Bytes& unit) { collector.add(unit, -1); });
+    const auto add = [&collector](const Bytes& unit) { collector.add(unit, -1); };
+    NalFinder units(add);
+    AvcConfigs configs(add);
     bool isFirst = true;
-    bool isVideo = true;
+    bool isMp4 = false;
     source([&](const unsigned char* data, size_t size) {
-        isVideo = isVideo && !(isFirst && isBoxes(data, size));
+        isMp4 = isFirst ? isBoxes(data, size) : isMp4;
         isFirst = false;
-        if (isVideo)
+        if (isMp4)
+            configs.push(data, size);
+        else
             units.push(data, size);
     });
     units.finish();
