@@ -296,6 +296,19 @@ make_smooth() {
         -b:a ${audio_rate}k -c copy -tag:v avc1 -tag:a mp4a \
         -f smoothstreaming -min_frag_duration $((segment * 1000000)) smooth
     find smooth -name 'FragmentInfo*' -delete
+    # The format wants start codes of four bytes (MS-SSTR, 2.2.2.5); ffmpeg copies those it finds. Byte
+    # by byte, so that no code is seen in the middle of two.
+    awk -F 'CodecPrivateData="' '
+        !/FourCC="H264"/ { print; next }
+        {
+            end = index($2, "\"")
+            for (i = 1; i < end; i += 2) bytes = bytes " " substr($2, i, 2)
+            gsub(/( 00)? 00 00 01/, " 00 00 00 01", bytes)
+            gsub(/ /, "", bytes)
+            print $1 FS bytes substr($2, end)
+            bytes = ""
+        }' smooth/Manifest >"$work/manifest"
+    mv "$work/manifest" smooth/Manifest
 }
 
 # What was there stays until everything is made.

@@ -16,6 +16,23 @@ struct LoadedPage {
     std::string console; ///< what it told the console: errors, and nothing else is expected
 };
 
+/// Chromium with what every run of it has.
+/// @param profile  a folder that is not there yet
+inline std::vector<std::string> browserCommand(const std::string& profile) {
+    return {"chromium",
+            "--headless",
+            "--no-sandbox",
+            "--disable-gpu",
+            "--disable-quic",
+            "--disable-sync",
+            "--no-first-run",
+            "--disable-dev-shm-usage",
+            "--disable-component-update",
+            "--disable-background-networking",
+            "--enable-logging=stderr",
+            "--user-data-dir=" + profile};
+}
+
 /// Runs Chromium with a profile of its own.
 class Browser {
 public:
@@ -35,15 +52,7 @@ public:
 
 private:
     Child::Result start(const std::vector<std::string>& arguments) const {
-        std::vector<std::string> command = {"chromium",
-                                            "--headless",
-                                            "--no-sandbox",
-                                            "--disable-gpu",
-                                            "--no-first-run",
-                                            "--disable-dev-shm-usage",
-                                            "--disable-background-networking",
-                                            "--enable-logging=stderr",
-                                            "--user-data-dir=" + m_home.file("profile")};
+        std::vector<std::string> command = browserCommand(m_home.file("profile"));
         command.insert(command.end(), arguments.begin(), arguments.end());
         return run(command, {"HOME=" + m_home.path().string()}, std::chrono::seconds(90));
     }

@@ -95,11 +95,13 @@ TEST(ServedFolderTypes, AreKnownByTheName) {
     using hastool::contentType;
     EXPECT_EQ(contentType("a/m.m3u8"), "application/vnd.apple.mpegurl");
     EXPECT_EQ(contentType("m.mpd"), "application/dash+xml");
-    EXPECT_EQ(contentType("Manifest"), "text/xml");
+    EXPECT_EQ(contentType("a.ism/Manifest"), "application/vnd.ms-sstr+xml");
+    EXPECT_EQ(contentType("a.ismc"), "application/vnd.ms-sstr+xml");
     EXPECT_EQ(contentType("1.ts"), "video/mp2t");
     EXPECT_EQ(contentType("1.m4s"), "video/iso.segment");
     EXPECT_EQ(contentType("1.key"), "application/octet-stream");
-    EXPECT_EQ(contentType("Fragments(video=0)"), "application/octet-stream");
+    EXPECT_EQ(contentType("QualityLevels(1)/Fragments(video=0)"), "video/mp4");
+    EXPECT_EQ(contentType("QualityLevels(1)/Fragments(audio_1=0)"), "audio/mp4");
 }
 
 TEST(ServedFolderUrls, EncodeWhatDoesNotStandForItself) {

@@ -17,6 +17,7 @@ namespace fs = std::filesystem;
 
 constexpr size_t kMaxEntries = 200000; // looked at for presentations
 constexpr int kMaxDepth = 4;
+constexpr char kSmooth[] = "application/vnd.ms-sstr+xml";
 constexpr size_t kBeginning = 4096; // of a file, enough to see what it is
 
 bool isPart(const fs::path& part) {
@@ -118,17 +119,30 @@ std::string contentType(const fs::path& file) {
     static const std::pair<const char*, const char*> kTypes[] = {
         {".m3u8", "application/vnd.apple.mpegurl"},
         {".mpd", "application/dash+xml"},
-        {".ismc", "text/xml"},
+        {".ismc", kSmooth},
         {".ts", "video/mp2t"},
         {".aac", "audio/aac"},
         {".mp4", "video/mp4"},
         {".m4v", "video/mp4"},
         {".m4s", "video/iso.segment"},
         {".m4a", "audio/mp4"},
+        {".cmfv", "video/mp4"},
+        {".cmfa", "audio/mp4"},
+        {".mp3", "audio/mpeg"},
+        {".vtt", "text/vtt"},
+        {".json", "application/json"},
+        {".js", "text/javascript; charset=utf-8"},
+        {".css", "text/css; charset=utf-8"},
         {".html", "text/html; charset=utf-8"},
     };
-    if (file.filename() == "Manifest")
-        return "text/xml";
+    const std::string name = file.filename().string();
+    if (name == "Manifest")
+        return kSmooth;
+    for (const auto& [begin, type] :
+         {std::pair("Fragments(video", "video/mp4"), std::pair("Fragments(audio", "audio/mp4")}) {
+        if (name.compare(0, std::string_view(begin).size(), begin) == 0)
+            return type;
+    }
     const std::string extension = file.extension().string();
     const auto* const type = std::find_if(std::begin(kTypes), std::end(kTypes),
                                           [&](const auto& it) { return it.first == extension; });
