@@ -24,15 +24,18 @@ namespace fs = std::filesystem;
 
 constexpr char kHost[] = "127.0.0.1";
 constexpr int kBacklog = 64;       // players open twenty connections at once
-constexpr int kSendBuffer = 16384; // what lies in it is not held back when a line is cut
+/// What lies in it is not held back when a line is cut. Without a line it would only slow the sender.
+constexpr int kLineSendBuffer = 16384;
 constexpr time_t kIdleSeconds = 120;
 constexpr size_t kMaxRequests = 1000000; // over one connection; only told, never counted
 constexpr time_t kHeldSeconds = 86400;   // a player may hold a transfer for as long as it likes
 
-void setSocketOptions(socket_t socket) {
+/// Of the listening socket; those it accepts inherit them.
+void setSocketOptions(socket_t socket, bool hasLine) {
     const int yes = 1;
     setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &kSendBuffer, sizeof kSendBuffer);
+    if (hasLine)
+        setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &kLineSendBuffer, sizeof kLineSendBuffer);
 }
 
 /// A thread for each connection. Used by the accepting thread alone.
@@ -115,7 +118,9 @@ Origin::Server::Server(OriginOptions options)
     , m_onFault(std::move(options.onFault))
     , m_limiter(options.profile) {
     new_task_queue = [] { return new Threads; };
-    set_socket_options(setSocketOptions);
+    set_socket_options([hasLine = options.profile.has_value()](socket_t socket) {
+        setSocketOptions(socket, hasLine);
+    });
     set_tcp_nodelay(true);
     set_keep_alive_timeout(kIdleSeconds);
     set_keep_alive_max_count(kMaxRequests);
