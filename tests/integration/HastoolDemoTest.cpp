@@ -72,3 +72,20 @@ TEST(HastoolDemo, SaysInOneLineWhatItCannotDo) {
     EXPECT_EQ(missing.status, 1);
     EXPECT_THAT(missing.out, HasSubstr("hls: /none/hls: No such file or directory\n"));
 }
+
+TEST(HastoolSeconds, SaysWhatIsNoTime) {
+    const std::pair<std::vector<std::string>, std::string> rows[] = {
+        {{"demo", "--duration", "abc"}, "--duration: not a number of seconds: \"abc\""},
+        {{"play", "--duration", "5s", "http://x/"}, "--duration: not a number of seconds: \"5s\""},
+        {{"play", "--duration", "nan", "http://x/"},
+         "--duration: not a number of seconds: \"nan\""},
+        {{"play", "--duration", "-1", "http://x/"},
+         "--duration: not from 0 to 1000000 seconds: \"-1\""},
+        {{"play", "--buffer", "0", "http://x/"}, "--buffer: not from 1 to 1000000 seconds: \"0\""},
+    };
+    for (const auto& [arguments, message] : rows) {
+        const test::Child::Result result = test::hastool(arguments);
+        EXPECT_EQ(result.status, 2);
+        EXPECT_EQ(result.err, "hastool: " + message + "\n");
+    }
+}

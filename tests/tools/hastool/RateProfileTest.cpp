@@ -36,10 +36,14 @@ TEST(RateProfile, TheLastRateLastsAsLongAsTheOneBeforeIt) {
 }
 
 TEST(RateProfile, ALineWithoutARateIsTheEnd) {
-    const RateProfile profile = RateProfile::parse("0,1000\n4,250\n5,\n", "p");
-    EXPECT_EQ(profile.steps().size(), 2U);
-    EXPECT_EQ(profile.duration(), 5);
-    EXPECT_EQ(profile.meanKbps(), 850);
+    for (const char* end : {"5,\n", "5,", "5\n", "5", " 5 \r\n\r\n"}) {
+        const RateProfile profile = RateProfile::parse(std::string("0,1000\n4,250\n") + end, "p");
+        EXPECT_EQ(profile.steps().size(), 2U);
+        EXPECT_EQ(profile.duration(), 5);
+        EXPECT_EQ(profile.meanKbps(), 850);
+    }
+    EXPECT_EQ(trouble("0,1\n2\n3,1\n"), "p:3: a line behind the end");
+    EXPECT_EQ(trouble("0,1\n2;3\n"), "p:2: not a time in seconds and a rate in kbit/s: \"2;3\"");
 }
 
 TEST(RateProfile, OneLineHoldsForEver) {

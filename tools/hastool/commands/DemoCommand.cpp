@@ -7,6 +7,7 @@
 #include "../report/Report.h"
 #include "../ui/StandardOutput.h"
 #include "ExitCode.h"
+#include "SecondsCheck.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -37,7 +38,6 @@ std::filesystem::path mediaFolder(const std::string& named) {
 DemoCommand::DemoCommand(CLI::App& app)
     : m_command(app.add_subcommand(
           "demo", "Play the built-in presentations from the tool itself, and check them")) {
-    constexpr double kMaxSeconds = 1e6;
     CLI::App& command = *m_command;
     command.add_option("--only", m_options.only, "Play this presentation alone; repeatable")
         ->allow_extra_args(false)
@@ -46,7 +46,7 @@ DemoCommand::DemoCommand(CLI::App& app)
         .add_option("--media", m_media, "The folder of the presentations, if not the built-in one")
         ->type_name("DIR");
     command.add_option("--duration", m_options.duration, "Stop after so many seconds of media")
-        ->check(CLI::Range(0.0, kMaxSeconds).description(""))
+        ->check(secondsCheck())
         ->type_name("SECONDS");
     command
         .add_option("--report", m_page, "Write the page with the charts of all plays to this file")

@@ -10,6 +10,7 @@
 #include "../ui/StandardOutput.h"
 #include "EngineFlags.h"
 #include "ExitCode.h"
+#include "SecondsCheck.h"
 
 #include <cstdio>
 #include <exception>
@@ -41,7 +42,6 @@ std::chrono::milliseconds inMilliseconds(double seconds) {
 PlayCommand::PlayCommand(CLI::App& app)
     : m_command(
           app.add_subcommand("play", "Play an HLS, DASH or Smooth presentation without a screen")) {
-    constexpr double kMaxSeconds = 1e6;
     CLI::App& command = *m_command;
     command
         .add_option("URL", m_options.url,
@@ -55,7 +55,7 @@ PlayCommand::PlayCommand(CLI::App& app)
         ->type_name("FILE");
     command.add_flag("--fast", m_options.fast, "Play as quickly as the media comes in");
     command.add_option("--duration", m_options.duration, "Stop after so many seconds of media")
-        ->check(CLI::Range(0.0, kMaxSeconds).description(""))
+        ->check(secondsCheck())
         ->type_name("SECONDS");
     command.add_option("--max-segments", m_options.maxSegments, "Stop after so many segments")
         ->type_name("N");
@@ -66,13 +66,13 @@ PlayCommand::PlayCommand(CLI::App& app)
         ->type_name("BPS");
     command.add_option("--buffer", m_bufferGoal, "Seconds of media to hold ahead")
         ->capture_default_str()
-        ->check(CLI::Range(1.0, kMaxSeconds).description(""))
+        ->check(secondsCheck(1))
         ->type_name("SECONDS");
     command
         .add_option("--live-timeout", m_liveTimeout,
                     "Give a live stream up after so many seconds without a new segment")
         ->capture_default_str()
-        ->check(CLI::Range(0.0, kMaxSeconds).description(""))
+        ->check(secondsCheck())
         ->type_name("SECONDS");
     command.add_flag("--json", m_json, "Print the summary as JSON");
     command.add_flag("-q,--quiet", m_quiet, "Show no progress");

@@ -35,11 +35,9 @@ struct Line {
 };
 
 std::optional<Line> parseLine(const std::string& text) {
-    const size_t comma = text.find(',');
-    if (comma == std::string::npos)
-        return std::nullopt;
+    const size_t comma = std::min(text.find(','), text.size());
     const auto time = parseDecimal(trimmedLine(text.substr(0, comma)));
-    const std::string rate = trimmedLine(text.substr(comma + 1));
+    const std::string rate = trimmedLine(text.substr(std::min(comma + 1, text.size())));
     const auto kbps = parseDecimal(rate);
     if (!time || (!kbps && !rate.empty()))
         return std::nullopt;

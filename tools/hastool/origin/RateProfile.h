@@ -23,8 +23,8 @@ public:
 
     /// Reads either of:
     /// - CSV lines "time_s,kbps" with the rate from that time on, the first time 0. The first line
-    ///   may name the columns. A last line without a rate is the end; else the last rate lasts as
-    ///   long as the one before it.
+    ///   may name the columns. A last line without a rate, and perhaps without the comma, is the
+    ///   end; else the last rate lasts as long as the one before it.
     /// - a JSON list of objects with `duration_ms`, `bandwidth_kbps` and perhaps `latency_ms`.
     /// @param where  names the text in messages. @throws ToolError
     static RateProfile parse(const std::string& text, const std::string& where);

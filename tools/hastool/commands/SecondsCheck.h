@@ -1,0 +1,31 @@
+// Times on the command line.
+#pragma once
+
+#include "../engine/ToolError.h"
+
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+namespace hastool {
+
+/// The most that can be asked for: eleven days.
+constexpr double kMaxSeconds = 1000000;
+
+/// Takes numbers from `least` to kMaxSeconds, and says of another text whether it is no number or
+/// which numbers are meant.
+inline CLI::Validator secondsCheck(int least = 0) {
+    return CLI::Validator(
+        [least](const std::string& text) {
+            double value = 0;
+            if (!CLI::detail::lexical_cast(text, value) || value != value)
+                return "not a number of seconds: " + inQuotes(text);
+            if (value < least || value > kMaxSeconds)
+                return "not from " + std::to_string(least) +
+                       " to 1000000 seconds: " + inQuotes(text);
+            return std::string();
+        },
+        "");
+}
+
+} // namespace hastool
