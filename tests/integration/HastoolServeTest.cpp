@@ -255,6 +255,24 @@ TEST_F(HastoolServe, ServesAFolderOnAChosenPort) {
     EXPECT_EQ(test::readFile(out()), "media");
 }
 
+TEST_F(HastoolServe, IsAsFastAsAPlainServer) {
+    const test::Nginx plain;
+    const std::string media(size_t{64} << 20, 'm');
+    m_dir.write("root/a.bin", media);
+    plain.write("a.bin", media);
+    const std::string port = std::to_string(test::freePort());
+    Serve serve({"--root", m_dir.file("root"), "--port", port});
+    const auto secondsOf = [&](const std::string& url) {
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_EQ(hastool({"get", "-q", "-o", m_dir.file("got"), url}).status, 0);
+        EXPECT_EQ(fs::file_size(m_dir.file("got")), media.size());
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    };
+    const double expected = secondsOf(plain.url("/a.bin"));
+    // Within the noise of a machine that has other things to do; a hundred times as long otherwise.
+    EXPECT_LT(secondsOf("http://127.0.0.1:" + port + "/a.bin"), 5 * expected + 2);
+}
+
 TEST_F(HastoolServe, FindsTheBuiltInPresentations) {
     Serve serve({});
     EXPECT_THAT(serve.out(), HasSubstr("/dash-cenc/manifest.mpd\n"));

@@ -60,6 +60,25 @@ protected:
                 curl_easy_setopt(curl, CURLOPT_RANGE, range.c_str());
         });
     }
+    /// With a header line more.
+    Fetched ask(const std::string& path, const std::string& line,
+                const std::string& range = "") const {
+        curl_slist* const lines = curl_slist_append(nullptr, line.c_str());
+        Fetched fetched = test::fetch(m_origin->url(path), [&](CURL* curl) {
+            curl_easy_setopt(curl, CURLOPT_HTTPHEADER, lines);
+            if (!range.empty())
+                curl_easy_setopt(curl, CURLOPT_RANGE, range.c_str());
+        });
+        curl_slist_free_all(lines);
+        return fetched;
+    }
+    static std::string headerOf(const Fetched& fetched, const std::string& name) {
+        const size_t at = fetched.head.find("\n" + name + ": ");
+        if (at == std::string::npos)
+            return "";
+        const size_t begin = at + 1 + name.size() + 2;
+        return fetched.head.substr(begin, fetched.head.find('\r', begin) - begin);
+    }
     /// Of the requests that met a fault.
     std::vector<std::string> faultyPaths() {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -119,6 +138,52 @@ TEST_F(OriginTest, ServesSingleRanges) {
     EXPECT_THAT(beyond.head, HasSubstr("Content-Range: bytes */10\r\n"));
 }
 
+TEST_F(OriginTest, AnswersConditionalRequests) {
+    m_dir.write("a", "0123456789");
+    serve();
+    const Fetched first = get("/a");
+    const std::string etag = headerOf(first, "ETag");
+    const std::string date = headerOf(first, "Last-Modified");
+    EXPECT_EQ(date.substr(date.size() - 4), " GMT");
+    for (const std::string& condition : {"If-None-Match: " + etag, "If-Modified-Since: " + date}) {
+        const Fetched same = ask("/a", condition);
+        EXPECT_EQ(same.status, 304) << condition;
+        EXPECT_EQ(same.body, "");
+        EXPECT_EQ(headerOf(same, "ETag"), etag);
+        EXPECT_EQ(headerOf(same, "Last-Modified"), date);
+    }
+    EXPECT_EQ(ask("/a", "If-None-Match: \"x\"").body, "0123456789");
+    EXPECT_EQ(ask("/a", "If-Match: \"x\"").status, 412);
+    EXPECT_EQ(ask("/a", "If-Range: " + etag, "2-4").body, "234");
+    const Fetched changed = ask("/a", "If-Range: \"x\"", "2-4");
+    EXPECT_EQ(changed.status, 200);
+    EXPECT_EQ(changed.body, "0123456789");
+}
+
+TEST_F(OriginTest, ListsFolders) {
+    m_dir.write("d/e/f.ts", "x");
+    serve();
+    EXPECT_THAT(get("/").body, HasSubstr("<a href=\"./d/\">d/</a>"));
+    EXPECT_THAT(get("/d/e/").body, HasSubstr("<a href=\"./f.ts\">f.ts</a>"));
+    EXPECT_THAT(get("/d/e/").head, HasSubstr("Content-Type: text/html; charset=utf-8\r\n"));
+    const Fetched moved = get("/d");
+    EXPECT_EQ(moved.status, 301);
+    EXPECT_THAT(moved.head, HasSubstr("Location: /d/\r\n"));
+    EXPECT_EQ(get("/d/..%2f").status, 404);
+    EXPECT_EQ(get("/none/").status, 404);
+}
+
+TEST_F(OriginTest, LetsPagesOfOtherOriginsRead) {
+    m_dir.write("a", "x");
+    serve();
+    EXPECT_THAT(get("/a").head, HasSubstr("Access-Control-Allow-Origin: *\r\n"));
+    const Fetched asked = test::fetch(m_origin->url("/a"), [](CURL* curl) {
+        curl_easy_setopt(curl, CURLOPT_CUSTOMREQUEST, "OPTIONS");
+    });
+    EXPECT_EQ(asked.status, 204);
+    EXPECT_THAT(asked.head, HasSubstr("Access-Control-Allow-Headers: *\r\n"));
+}
+
 TEST_F(OriginTest, AnswersHeadWithoutABody) {
     m_dir.write("a", "0123456789");
     serve();
@@ -140,7 +205,7 @@ TEST_F(OriginTest, HasNothingOutsideOfItsFolder) {
     m_dir.write("a", "1");
     serve();
     EXPECT_EQ(get("/b").status, 404);
-    EXPECT_EQ(get("/").status, 404);
+    EXPECT_EQ(get("/a/").status, 404);
     const Fetched outside =
         test::fetch("http://127.0.0.1:" + std::to_string(m_origin->port()) + "/..%2f..%2fetc/hosts",
                     [](CURL* curl) { curl_easy_setopt(curl, CURLOPT_PATH_AS_IS, 1L); });

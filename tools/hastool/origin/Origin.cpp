@@ -3,10 +3,12 @@
 #include "../engine/ToolError.h"
 #include "Connection.h"
 #include "FileAnswer.h"
+#include "FolderPage.h"
 #include "RangeHeader.h"
 #include "RateLimiter.h"
 #include "SegmentNumber.h"
 #include "ServedFolder.h"
+#include "Validators.h"
 
 #include <list>
 #include <mutex>
@@ -23,8 +25,9 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kHost[] = "127.0.0.1";
-constexpr int kBacklog = 64;       // players open twenty connections at once
-/// What lies in it is not held back when a line is cut. Without a line it would only slow the sender.
+constexpr int kBacklog = 64; // players open twenty connections at once
+/// What lies in it is not held back when a line is cut. Without a line it would only slow the
+/// sender.
 constexpr int kLineSendBuffer = 16384;
 constexpr time_t kIdleSeconds = 120;
 constexpr size_t kMaxRequests = 1000000; // over one connection; only told, never counted
@@ -98,6 +101,9 @@ private:
     void answer(const httplib::Request& request, httplib::Response& response);
     std::optional<Fault> faultOf(const httplib::Request& request,
                                  const std::optional<fs::path>& file);
+    void sendFolder(const std::string& path, httplib::Response& response) const;
+    static bool judge(const httplib::Request& request, const Validators& validators,
+                      httplib::Response& response);
     void sendFile(const httplib::Request& request, const fs::path& file,
                   const std::optional<Fault>& fault, httplib::Response& response);
 
@@ -126,8 +132,16 @@ Origin::Server::Server(OriginOptions options)
     set_keep_alive_max_count(kMaxRequests);
     set_read_timeout(kIdleSeconds);
     set_write_timeout(kHeldSeconds);
-    set_default_headers({{"Access-Control-Allow-Origin", "*"}, {"Accept-Ranges", "bytes"}});
+    set_default_headers({{"Access-Control-Allow-Origin", "*"},
+                         {"Access-Control-Expose-Headers", "*"},
+                         {"Accept-Ranges", "bytes"}});
     set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
+        if (request.method == "OPTIONS") { // a page of another origin asks first
+            response.status = 204;
+            response.set_header("Access-Control-Allow-Methods", "GET, HEAD");
+            response.set_header("Access-Control-Allow-Headers", "*");
+            return HandlerResponse::Handled;
+        }
         if (request.method != "GET" && request.method != "HEAD")
             return HandlerResponse::Unhandled;
         answer(request, response);
@@ -195,11 +209,38 @@ void Origin::Server::answer(const httplib::Request& request, httplib::Response& 
         response.status = fault->status;
         response.set_content(reasonText(*fault), "text/plain");
     } else if (!file) {
-        response.status = 404;
-        response.set_content("no such file\n", "text/plain");
+        sendFolder(request.path, response);
     } else {
         sendFile(request, *file, fault, response);
     }
+}
+
+/// Lists a folder. Links in the page count from its path, so that has to end with a slash.
+void Origin::Server::sendFolder(const std::string& path, httplib::Response& response) const {
+    const auto folder = m_folder.findFolder(path);
+    if (!folder) {
+        response.status = 404;
+        response.set_content("no such file\n", "text/plain");
+    } else if (path.back() != '/') {
+        response.set_redirect(encodedPath(path + "/"), 301);
+    } else {
+        response.set_content(folderPage(*folder, path), "text/html; charset=utf-8");
+    }
+}
+
+/// Tells the file's validators. @return whether the request's conditions let it go on
+bool Origin::Server::judge(const httplib::Request& request, const Validators& validators,
+                           httplib::Response& response) {
+    if (validators.etag().empty())
+        return true;
+    response.set_header("ETag", validators.etag());
+    response.set_header("Last-Modified", validators.lastModified());
+    const auto verdict = validators.judge(
+        [&request](const std::string& name) { return request.get_header_value(name.c_str()); });
+    if (verdict == Validators::Verdict::Go)
+        return true;
+    response.status = verdict == Validators::Verdict::NotModified ? 304 : 412;
+    return false;
 }
 
 std::optional<Fault> Origin::Server::faultOf(const httplib::Request& request,
@@ -214,8 +255,13 @@ std::optional<Fault> Origin::Server::faultOf(const httplib::Request& request,
 
 void Origin::Server::sendFile(const httplib::Request& request, const fs::path& file,
                               const std::optional<Fault>& fault, httplib::Response& response) {
+    const Validators validators(file);
+    if (!judge(request, validators, response))
+        return;
     const uint64_t size = fs::file_size(file);
-    const RangeAnswer range = answerRange(request.get_header_value("Range"), size);
+    const bool isRange = validators.allowsRange(
+        [&request](const std::string& name) { return request.get_header_value(name.c_str()); });
+    const RangeAnswer range = answerRange(isRange ? request.get_header_value("Range") : "", size);
     const std::string type = contentType(file);
     response.status = range.kind == RangeAnswer::Kind::Whole ? 200 : 206;
     if (range.kind == RangeAnswer::Kind::Unsatisfiable) {

@@ -24,9 +24,9 @@ struct OriginOptions {
     std::function<void(const std::string& path, const Fault& fault)> onFault;
 };
 
-/// Serves a folder on 127.0.0.1 from construction to stop(): HTTP/1.1 with single ranges and
-/// connections that stay, each on a thread of its own. The profile holds for all of them together
-/// and begins with the first answer.
+/// Serves a folder on 127.0.0.1 from construction to stop(): HTTP/1.1 with single ranges,
+/// conditional requests, pages for folders and connections that stay, each on a thread of its own.
+/// The profile holds for all of them together and begins with the first answer.
 class Origin {
 public:
     /// @throws ToolError for a folder that is none, a rule that is none, and a port that is taken

@@ -95,17 +95,33 @@ ServedFolder::ServedFolder(fs::path root)
     m_root = fs::canonical(m_root);
 }
 
-std::optional<fs::path> ServedFolder::find(const std::string& path) const {
+/// Where a path leads, whether there is anything or not.
+std::optional<fs::path> ServedFolder::place(const std::string& path) const {
     if (path.empty() || path[0] != '/' || path.find('\0') != std::string::npos)
         return std::nullopt;
     const fs::path parts = fs::path(path).relative_path();
     if (!std::all_of(parts.begin(), parts.end(), isPart))
         return std::nullopt;
-    fs::path file = m_root / parts;
+    return m_root / parts;
+}
+
+std::optional<fs::path> ServedFolder::find(const std::string& path) const {
+    auto file = place(path);
     std::error_code error;
-    if (!fs::is_regular_file(file, error))
+    if (!file || !fs::is_regular_file(*file, error))
         return std::nullopt;
     return file;
+}
+
+std::optional<fs::path> ServedFolder::findFolder(const std::string& path) const {
+    const size_t end = path.find_last_not_of('/');
+    if (!path.empty() && end == std::string::npos)
+        return m_root;
+    auto folder = place(path.substr(0, end + 1));
+    std::error_code error;
+    if (!folder || !fs::is_directory(*folder, error))
+        return std::nullopt;
+    return folder;
 }
 
 std::vector<std::string> ServedFolder::presentations() const {

@@ -19,12 +19,17 @@ public:
     /// leads out of the folder.
     std::optional<std::filesystem::path> find(const std::string& path) const;
 
+    /// The folder that such a path names, the root among them.
+    std::optional<std::filesystem::path> findFolder(const std::string& path) const;
+
     /// Paths, as find() takes them, of the presentations in the folder and its subfolders: DASH and
     /// Smooth manifests and HLS playlists, without the playlists that others name. In order of
     /// their paths.
     std::vector<std::string> presentations() const;
 
 private:
+    std::optional<std::filesystem::path> place(const std::string& path) const;
+
     std::filesystem::path m_root;
 };
 

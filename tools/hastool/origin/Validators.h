@@ -1,0 +1,43 @@
+// What tells versions of a file apart.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+
+namespace hastool {
+
+/// The validators of a file (RFC 9110, 8.8) and what a request's conditions come to with them.
+class Validators {
+public:
+    /// How a request goes on.
+    enum class Verdict { Go, NotModified, Failed };
+    /// A header of the request by its name; empty where there is none.
+    using Header = std::function<std::string(const std::string& name)>;
+
+    /// Of a file that is there; of one that is not, nothing is known and every request goes on.
+    explicit Validators(const std::filesystem::path& file);
+    /// @param modified  seconds since 1970
+    Validators(std::string etag, int64_t modified);
+
+    /// With its quotes; empty when nothing is known.
+    const std::string& etag() const { return m_etag; }
+    /// "Sun, 06 Nov 1994 08:49:37 GMT".
+    std::string lastModified() const;
+
+    /// Whether a GET or HEAD request is to be answered, by its If-Match, If-Unmodified-Since,
+    /// If-None-Match and If-Modified-Since in the standard's order (13.2.2). A date that cannot be
+    /// read is none.
+    Verdict judge(const Header& header) const;
+    /// Whether the range of a request holds, by its If-Range (13.1.5).
+    bool allowsRange(const Header& header) const;
+
+private:
+    bool isListed(const std::string& list, bool isWeak) const;
+
+    std::string m_etag;
+    int64_t m_modified = 0;
+};
+
+} // namespace hastool
