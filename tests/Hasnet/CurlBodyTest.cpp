@@ -52,8 +52,10 @@ TEST_F(CurlBodyTest, StalledPassReturnsAfterAboutThreeHundredMilliseconds) {
         return origin.requests("/stall").size() == 1;
     }));
     const auto start = Clock::now();
-    engine->RunOnce();
-    engine->RunOnce();
+    // What is left of the request, and a deadline of libcurl's own, end a pass each before its
+    // time.
+    for (int i = 0; i < 3; ++i)
+        engine->RunOnce();
     EXPECT_GE(Clock::now() - start, 250ms);
     EXPECT_LT(Clock::now() - start, 10s);
 }
