@@ -55,7 +55,8 @@ inline bool storeDescriptors(CCENCMediaContent& content, int period, int represe
 // In colour like other highlighted lines, but for the blanks around the text: these have none of
 // their own before it, and only a refusal has one behind the colour.
 #define HAS_LOG_HANDLER_LINE(after, format, ...)                                                   \
-    HAS_LOG_ARGS(::hascommon::detail::kLogHighlighted, "\033[1;31;42m", after, format, __VA_ARGS__)
+    HAS_LOG_ARGS(::hascommon::detail::kLogHighlighted, "\033[1;31;42m", after, HAS_LOG_FUNCTION,   \
+                 format, __VA_ARGS__)
 
 /// A handler refuses, because of this last error.
 #define HAS_LOG_HANDLER_REFUSAL(code)                                                              \
