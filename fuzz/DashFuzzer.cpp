@@ -1,7 +1,7 @@
 // DASH manifests: from the text to the end of every track; what is accepted can be played in order,
 // every piece once, and what is not is one line.
-#include <hastool/engine/DashPresentation.h>
-#include <hastool/engine/ToolError.h>
+#include <hastool/base/ToolError.h>
+#include <hastool/formats/dash/DashPresentation.h>
 
 #include <chrono>
 #include <cmath>

@@ -1,8 +1,8 @@
 // HLS playlists: what is accepted keeps the parser's own promises, and is walked to its end.
-#include <hastool/engine/AesKey.h>
-#include <hastool/engine/HlsPlaylist.h>
-#include <hastool/engine/HlsPresentation.h>
-#include <hastool/engine/ToolError.h>
+#include <hastool/base/ToolError.h>
+#include <hastool/formats/hls/HlsPlaylist.h>
+#include <hastool/formats/hls/HlsPresentation.h>
+#include <hastool/net/AesKey.h>
 
 #include <chrono>
 #include <cmath>

@@ -1,6 +1,6 @@
 // Segment indexes: entries follow each other without a gap.
-#include <hastool/engine/SegmentIndex.h>
-#include <hastool/engine/ToolError.h>
+#include <hastool/base/ToolError.h>
+#include <hastool/formats/dash/SegmentIndex.h>
 
 #include <cstddef>
 #include <cstdint>

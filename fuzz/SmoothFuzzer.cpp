@@ -1,10 +1,10 @@
 // Smooth Streaming manifests: what is accepted makes initialisations and is walked to its end, and
 // what is not is one line.
-#include <hastool/engine/BoxView.h>
-#include <hastool/engine/SmoothInit.h>
-#include <hastool/engine/SmoothManifest.h>
-#include <hastool/engine/SmoothPresentation.h>
-#include <hastool/engine/ToolError.h>
+#include <hastool/base/BoxView.h>
+#include <hastool/base/ToolError.h>
+#include <hastool/formats/smooth/SmoothInit.h>
+#include <hastool/formats/smooth/SmoothManifest.h>
+#include <hastool/formats/smooth/SmoothPresentation.h>
 
 #include <chrono>
 #include <cmath>

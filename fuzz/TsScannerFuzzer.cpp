@@ -1,6 +1,6 @@
 // Transport streams: the measure is the same however the bytes come, and adds up.
 #include <Input.h>
-#include <hastool/media/ByteSource.h>
+#include <hastool/base/ByteSource.h>
 #include <hastool/media/SpsList.h>
 #include <hastool/media/TsScanner.h>
 #include <hastool/media/TsText.h>

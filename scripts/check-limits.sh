@@ -50,7 +50,7 @@ check_functions() {
 # may_not FOLDER PATTERN REASON
 may_not() {
     local found
-    found=$(grep -rnE --include='*.h' --include='*.cpp' "$2" "$1" || true)
+    found=$(grep -rnP --include='*.h' --include='*.cpp' "$2" "$1" || true)
     [ -z "$found" ] || complain "$found"$'\n'"$1: $3"
 }
 
@@ -60,6 +60,27 @@ check_includes() {
     may_not Src/Hasutil '#include [<"]Hasnet/' "the two upper folders do not know each other"
     may_not tools '#include [<"]Has[a-z]+/(.*/)?detail/' "the tool uses public headers only"
     may_not examples '#include [<"]Has[a-z]+/(.*/)?detail/' "examples use public headers only"
+}
+
+# The tool's folders, each of which may use those before it.
+tool_folders=(base net formats media play origin report ui demo commands)
+
+check_tool_folders() {
+    local folder format known=()
+    for folder in "${tool_folders[@]}"; do
+        known+=("$folder")
+        may_not "tools/hastool/$folder" \
+            "#include <hastool/(?!($(IFS='|' && echo "${known[*]}"))/)" \
+            "$folder may use ${known[*]}"
+        may_not "tools/hastool/$folder" '#include "[^"]*/' "another folder is named from hastool/"
+    done
+    for format in hls dash smooth; do
+        may_not "tools/hastool/formats/$format" "#include <hastool/formats/(?!$format/)[a-z]+/" \
+            "one folder knows one format"
+    done
+    folder=$(find tools/hastool -mindepth 1 -maxdepth 1 -type d -printf '%f\n' |
+        grep -vxF "$(printf '%s\n' "${tool_folders[@]}")" || true)
+    [ -z "$folder" ] || complain "tools/hastool/$folder: a folder that has no place in the order"
 }
 
 check_words() {
@@ -74,5 +95,6 @@ check_words() {
 check_files
 check_functions
 check_includes
+check_tool_folders
 check_words
 [ -z "$failed" ] || exit 1

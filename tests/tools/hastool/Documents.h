@@ -1,8 +1,8 @@
 // Manifests that a test serves and changes.
 #pragma once
 
-#include <hastool/engine/Presentation.h>
-#include <hastool/engine/ToolError.h>
+#include <hastool/base/ToolError.h>
+#include <hastool/formats/Presentation.h>
 
 #include <map>
 #include <string>

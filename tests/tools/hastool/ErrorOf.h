@@ -1,7 +1,7 @@
 // The message that a failing action throws.
 #pragma once
 
-#include <hastool/engine/ToolError.h>
+#include <hastool/base/ToolError.h>
 
 #include <string>
 

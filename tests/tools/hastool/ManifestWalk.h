@@ -1,8 +1,8 @@
 // Walks presentations to their end without a network and without waiting.
 #pragma once
 
-#include <hastool/engine/Presentation.h>
-#include <hastool/engine/ToolError.h>
+#include <hastool/base/ToolError.h>
+#include <hastool/formats/Presentation.h>
 
 #include <chrono>
 #include <cstddef>

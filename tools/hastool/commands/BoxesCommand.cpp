@@ -1,9 +1,9 @@
 #include "BoxesCommand.h"
 
-#include "../engine/ToolError.h"
-#include "../media/BoxText.h"
-#include "../ui/StandardOutput.h"
 #include "ExitCode.h"
+#include <hastool/base/ToolError.h>
+#include <hastool/media/BoxText.h>
+#include <hastool/ui/StandardOutput.h>
 
 #include <cstdio>
 

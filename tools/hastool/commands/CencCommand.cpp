@@ -1,10 +1,10 @@
 #include "CencCommand.h"
 
-#include "../engine/OutputFile.h"
-#include "../engine/ToolError.h"
-#include "../media/PsshText.h"
-#include "../ui/StandardOutput.h"
 #include "ExitCode.h"
+#include <hastool/base/OutputFile.h>
+#include <hastool/base/PsshText.h>
+#include <hastool/base/ToolError.h>
+#include <hastool/ui/StandardOutput.h>
 
 #include <cstdio>
 #include <filesystem>

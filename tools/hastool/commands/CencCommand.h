@@ -1,8 +1,8 @@
 // hastool cenc
 #pragma once
 
-#include "../media/CencPass.h"
-#include "../media/IndexMender.h"
+#include <hastool/media/CencPass.h>
+#include <hastool/media/IndexMender.h>
 
 #include <string>
 #include <vector>

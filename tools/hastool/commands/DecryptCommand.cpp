@@ -1,12 +1,12 @@
 #include "DecryptCommand.h"
 
-#include "../engine/Interrupt.h"
-#include "../engine/Number.h"
-#include "../engine/OutputFile.h"
-#include "../engine/SegmentDecryptor.h"
-#include "../engine/ToolError.h"
-#include "../media/ByteSource.h"
 #include "ExitCode.h"
+#include <hastool/base/ByteSource.h>
+#include <hastool/base/Interrupt.h>
+#include <hastool/base/Number.h>
+#include <hastool/base/OutputFile.h>
+#include <hastool/base/ToolError.h>
+#include <hastool/net/SegmentDecryptor.h>
 
 #include <cerrno>
 #include <cstdio>

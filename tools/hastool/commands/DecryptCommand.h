@@ -1,7 +1,7 @@
 // hastool decrypt
 #pragma once
 
-#include "../engine/AesKey.h"
+#include <hastool/net/AesKey.h>
 
 #include <optional>
 #include <string>

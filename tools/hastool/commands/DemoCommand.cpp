@@ -1,13 +1,13 @@
 #include "DemoCommand.h"
 
-#include "../engine/Interrupt.h"
-#include "../engine/OutputFile.h"
-#include "../engine/ToolError.h"
-#include "../origin/ServedFolder.h"
-#include "../report/Report.h"
-#include "../ui/StandardOutput.h"
 #include "ExitCode.h"
 #include "SecondsCheck.h"
+#include <hastool/base/Interrupt.h>
+#include <hastool/base/OutputFile.h>
+#include <hastool/base/ToolError.h>
+#include <hastool/origin/ServedFolder.h>
+#include <hastool/report/Report.h>
+#include <hastool/ui/StandardOutput.h>
 
 #include <algorithm>
 #include <cstdio>

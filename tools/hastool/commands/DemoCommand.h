@@ -1,8 +1,8 @@
 // hastool demo
 #pragma once
 
-#include "../demo/Demo.h"
-#include "../report/PlaySection.h"
+#include <hastool/demo/Demo.h>
+#include <hastool/report/PlaySection.h>
 
 #include <deque>
 #include <string>

@@ -1,6 +1,6 @@
 #include "EngineFlags.h"
 
-#include "../engine/ShownUrl.h"
+#include <hastool/base/ShownUrl.h>
 
 #include <filesystem>
 #include <system_error>

@@ -1,7 +1,7 @@
 // Options that every command with downloads has.
 #pragma once
 
-#include "../engine/Downloader.h"
+#include <hastool/net/Downloader.h>
 
 #include <CLI/CLI.hpp>
 

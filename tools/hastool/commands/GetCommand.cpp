@@ -1,12 +1,14 @@
 #include "GetCommand.h"
 
-#include "../engine/Interrupt.h"
-#include "../engine/ShownUrl.h"
-#include "../engine/ToolError.h"
-#include "../ui/StandardOutput.h"
+#include <hastool/base/Quantities.h>
+
 #include "EngineFlags.h"
 #include "ExitCode.h"
 #include "FileName.h"
+#include <hastool/base/Interrupt.h>
+#include <hastool/base/ShownUrl.h>
+#include <hastool/base/ToolError.h>
+#include <hastool/ui/StandardOutput.h>
 
 #include <algorithm>
 #include <cstdio>

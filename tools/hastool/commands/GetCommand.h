@@ -1,9 +1,9 @@
 // hastool get
 #pragma once
 
-#include "../engine/Downloader.h"
-#include "../engine/OutputFile.h"
-#include "../ui/Terminal.h"
+#include <hastool/base/OutputFile.h>
+#include <hastool/net/Downloader.h>
+#include <hastool/ui/Terminal.h>
 
 #include <chrono>
 #include <memory>

@@ -1,16 +1,16 @@
 #include "PlayCommand.h"
 
-#include "../engine/BitrateGroups.h"
-#include "../engine/Interrupt.h"
-#include "../engine/ToolError.h"
-#include "../media/ByteSource.h"
-#include "../report/PlayTee.h"
-#include "../report/Report.h"
-#include "../ui/PlayProgress.h"
-#include "../ui/StandardOutput.h"
 #include "EngineFlags.h"
 #include "ExitCode.h"
 #include "SecondsCheck.h"
+#include <hastool/base/ByteSource.h>
+#include <hastool/base/Interrupt.h>
+#include <hastool/base/ToolError.h>
+#include <hastool/play/BitrateGroups.h>
+#include <hastool/report/PlayTee.h>
+#include <hastool/report/Report.h>
+#include <hastool/ui/PlayProgress.h>
+#include <hastool/ui/StandardOutput.h>
 
 #include <cstdio>
 #include <exception>

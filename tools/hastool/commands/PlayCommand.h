@@ -1,10 +1,10 @@
 // hastool play
 #pragma once
 
-#include "../engine/OutputFile.h"
-#include "../engine/Player.h"
-#include "../report/PlaySection.h"
-#include "../ui/Terminal.h"
+#include <hastool/base/OutputFile.h>
+#include <hastool/play/Player.h>
+#include <hastool/report/PlaySection.h>
+#include <hastool/ui/Terminal.h>
 
 #include <string>
 #include <vector>

@@ -1,7 +1,7 @@
 // Times on the command line.
 #pragma once
 
-#include "../engine/ToolError.h"
+#include <hastool/base/ToolError.h>
 
 #include <string>
 

@@ -1,12 +1,14 @@
 #include "ServeCommand.h"
 
-#include "../engine/Interrupt.h"
-#include "../engine/ToolError.h"
-#include "../origin/Origin.h"
-#include "../origin/ServedFolder.h"
-#include "../ui/StandardOutput.h"
-#include "../ui/Terminal.h"
+#include <hastool/base/Quantities.h>
+
 #include "ExitCode.h"
+#include <hastool/base/Interrupt.h>
+#include <hastool/base/ToolError.h>
+#include <hastool/origin/Origin.h>
+#include <hastool/origin/ServedFolder.h>
+#include <hastool/ui/StandardOutput.h>
+#include <hastool/ui/Terminal.h>
 
 #include <chrono>
 #include <cstdio>

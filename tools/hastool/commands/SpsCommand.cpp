@@ -1,10 +1,10 @@
 #include "SpsCommand.h"
 
-#include "../engine/ToolError.h"
-#include "../media/SpsList.h"
-#include "../media/SpsText.h"
-#include "../ui/StandardOutput.h"
 #include "ExitCode.h"
+#include <hastool/base/ToolError.h>
+#include <hastool/media/SpsList.h>
+#include <hastool/media/SpsText.h>
+#include <hastool/ui/StandardOutput.h>
 
 #include <cstdio>
 

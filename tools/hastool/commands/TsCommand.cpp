@@ -1,13 +1,13 @@
 #include "TsCommand.h"
 
-#include "../engine/OutputFile.h"
-#include "../engine/ToolError.h"
-#include "../media/PacketFinder.h"
-#include "../media/TsRemapper.h"
-#include "../media/TsScanner.h"
-#include "../media/TsText.h"
-#include "../ui/StandardOutput.h"
 #include "ExitCode.h"
+#include <hastool/base/OutputFile.h>
+#include <hastool/base/ToolError.h>
+#include <hastool/media/PacketFinder.h>
+#include <hastool/media/TsRemapper.h>
+#include <hastool/media/TsScanner.h>
+#include <hastool/media/TsText.h>
+#include <hastool/ui/StandardOutput.h>
 
 #include <cstdio>
 

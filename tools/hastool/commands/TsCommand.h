@@ -1,8 +1,8 @@
 // hastool ts
 #pragma once
 
-#include "../media/PidMap.h"
-#include "../media/TsReport.h"
+#include <hastool/media/PidMap.h>
+#include <hastool/media/TsReport.h>
 
 #include <string>
 #include <vector>

@@ -1,8 +1,8 @@
 #include "XPathCommand.h"
 
-#include "../engine/ToolError.h"
-#include "../ui/StandardOutput.h"
 #include "ExitCode.h"
+#include <hastool/base/ToolError.h>
+#include <hastool/ui/StandardOutput.h>
 
 #include <Hascommon/StringUtil.h>
 #include <Hasutil/HssXPathReader.h>

@@ -1,10 +1,12 @@
 #include "Demo.h"
 
-#include "../engine/Interrupt.h"
-#include "../engine/ToolError.h"
-#include "../origin/Origin.h"
+#include <hastool/base/Quantities.h>
+
 #include "MediaCheck.h"
 #include "SourceMedia.h"
+#include <hastool/base/Interrupt.h>
+#include <hastool/base/ToolError.h>
+#include <hastool/origin/Origin.h>
 
 #include <algorithm>
 #include <cstdlib>

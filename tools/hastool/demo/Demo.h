@@ -1,10 +1,10 @@
 // All presentations at once.
 #pragma once
 
-#include "../engine/Player.h"
-#include "../engine/Summary.h"
 #include "DemoObserver.h"
 #include "DemoPlan.h"
+#include <hastool/play/Player.h>
+#include <hastool/play/Summary.h>
 
 #include <filesystem>
 #include <functional>

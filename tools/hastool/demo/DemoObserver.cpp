@@ -1,5 +1,7 @@
 #include "DemoObserver.h"
 
+#include <hastool/base/Quantities.h>
+
 #include <cstdio>
 
 namespace hastool {

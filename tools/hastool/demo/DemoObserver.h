@@ -1,8 +1,8 @@
 // Several plays as the user watches them.
 #pragma once
 
-#include "../engine/Player.h"
-#include "../ui/Terminal.h"
+#include <hastool/play/Player.h>
+#include <hastool/ui/Terminal.h>
 
 #include <chrono>
 #include <mutex>

@@ -1,8 +1,8 @@
 #include "MediaCheck.h"
 
-#include "../engine/BoxView.h"
-#include "../media/BoxWalk.h"
-#include "../media/ByteSource.h"
+#include <hastool/base/BoxView.h>
+#include <hastool/base/ByteSource.h>
+#include <hastool/media/BoxWalk.h>
 
 #include <algorithm>
 #include <optional>

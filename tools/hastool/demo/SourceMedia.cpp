@@ -1,7 +1,9 @@
 #include "SourceMedia.h"
 
-#include "../engine/ToolError.h"
-#include "../media/ByteSource.h"
+#include <hastool/formats/OpenPresentation.h>
+
+#include <hastool/base/ByteSource.h>
+#include <hastool/base/ToolError.h>
 
 #include <Hascommon/GURL.h>
 

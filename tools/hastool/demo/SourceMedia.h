@@ -1,9 +1,9 @@
 // What a play was made of, from the disk.
 #pragma once
 
-#include "../engine/Presentation.h"
-#include "../engine/Trace.h"
-#include "../origin/ServedFolder.h"
+#include <hastool/formats/Presentation.h>
+#include <hastool/origin/ServedFolder.h>
+#include <hastool/play/Trace.h>
 
 #include <filesystem>
 #include <string>

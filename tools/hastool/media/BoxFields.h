@@ -1,7 +1,7 @@
 // The fields of one box.
 #pragma once
 
-#include "BlockSource.h"
+#include <hastool/base/BlockSource.h>
 
 #include <array>
 #include <optional>

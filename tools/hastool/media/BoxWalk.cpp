@@ -1,7 +1,7 @@
 #include "BoxWalk.h"
 
-#include "../engine/ToolError.h"
 #include "BoxKind.h"
+#include <hastool/base/ToolError.h>
 
 #include <vector>
 

@@ -1,7 +1,7 @@
 // The boxes of an MP4 file (ISO/IEC 14496-12, clause 4.2).
 #pragma once
 
-#include "BlockSource.h"
+#include <hastool/base/BlockSource.h>
 
 #include <functional>
 #include <optional>

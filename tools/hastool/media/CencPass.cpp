@@ -1,6 +1,6 @@
 #include "CencPass.h"
 
-#include "../engine/ToolError.h"
+#include <hastool/base/ToolError.h>
 
 #include <Hasutil/CDRMManager.h>
 #include <Hasutil/ContentProtection_t.h>

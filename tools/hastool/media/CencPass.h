@@ -1,8 +1,8 @@
 // A file on its way through a DRM handler.
 #pragma once
 
-#include "BlockSource.h"
 #include "PsshBoxes.h"
+#include <hastool/base/BlockSource.h>
 
 #include <functional>
 #include <string>

@@ -1,6 +1,6 @@
 #include "IndexMender.h"
 
-#include "../engine/BoxView.h"
+#include <hastool/base/BoxView.h>
 
 #include <algorithm>
 #include <optional>

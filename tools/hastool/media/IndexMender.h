@@ -1,7 +1,7 @@
 // Indexes of files whose boxes have changed their sizes.
 #pragma once
 
-#include "BlockSource.h"
+#include <hastool/base/BlockSource.h>
 
 #include <cstdint>
 #include <string>

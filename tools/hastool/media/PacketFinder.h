@@ -1,8 +1,8 @@
 // Finds the packets of a transport stream.
 #pragma once
 
-#include "ByteSource.h"
 #include "TsUnit.h"
+#include <hastool/base/ByteSource.h>
 
 #include <cstdint>
 #include <functional>

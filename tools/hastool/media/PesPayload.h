@@ -1,8 +1,8 @@
 // The elementary stream inside the packets of one PID.
 #pragma once
 
-#include "ByteSource.h"
 #include "TsUnit.h"
+#include <hastool/base/ByteSource.h>
 
 #include <vector>
 

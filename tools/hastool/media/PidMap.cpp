@@ -1,9 +1,9 @@
 #include "PidMap.h"
 
-#include "../engine/ToolError.h"
 #include "HexText.h"
 #include "TsReport.h"
 #include "TsUnit.h"
+#include <hastool/base/ToolError.h>
 
 #include <charconv>
 #include <set>

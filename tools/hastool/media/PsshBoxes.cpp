@@ -1,7 +1,7 @@
 #include "PsshBoxes.h"
 
-#include "../engine/ToolError.h"
 #include "BoxWalk.h"
+#include <hastool/base/ToolError.h>
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // The `pssh` boxes of a file.
 #pragma once
 
-#include "BlockSource.h"
+#include <hastool/base/BlockSource.h>
 
 #include <cstdint>
 #include <string>

@@ -1,8 +1,8 @@
 // The sequence parameter sets of a video.
 #pragma once
 
-#include "ByteSource.h"
 #include "PsiAssembler.h"
+#include <hastool/base/ByteSource.h>
 
 #include <Hasutil/H264SequenceSetParse.h>
 

@@ -1,8 +1,8 @@
 #include "TsRemapper.h"
 
-#include "../engine/ToolError.h"
 #include "HexText.h"
 #include "TsReport.h"
+#include <hastool/base/ToolError.h>
 
 #include <Hasutil/IPacketProcessor.h>
 

@@ -1,11 +1,11 @@
 // Gives the streams of a transport stream other PIDs.
 #pragma once
 
-#include "ByteSource.h"
 #include "Continuity.h"
 #include "PidMap.h"
 #include "SectionPatcher.h"
 #include "TsUnit.h"
+#include <hastool/base/ByteSource.h>
 
 #include <Hasutil/TsProcessData.h>
 

@@ -1,10 +1,10 @@
 // Takes a transport stream's measure.
 #pragma once
 
-#include "ByteSource.h"
 #include "Continuity.h"
 #include "PacketFinder.h"
 #include "TsReport.h"
+#include <hastool/base/ByteSource.h>
 
 #include <Hasutil/CBbtsParser.h>
 

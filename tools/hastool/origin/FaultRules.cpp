@@ -1,7 +1,7 @@
 #include "FaultRules.h"
 
-#include "../engine/Number.h"
-#include "../engine/ToolError.h"
+#include <hastool/base/Number.h>
+#include <hastool/base/ToolError.h>
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 #include "FolderPage.h"
 
-#include "../report/HtmlText.h"
 #include "ServedFolder.h"
+#include <hastool/base/HtmlText.h>
 
 #include <algorithm>
 #include <utility>

@@ -1,6 +1,5 @@
 #include "Origin.h"
 
-#include "../engine/ToolError.h"
 #include "Connection.h"
 #include "FileAnswer.h"
 #include "FolderPage.h"
@@ -9,6 +8,7 @@
 #include "SegmentNumber.h"
 #include "ServedFolder.h"
 #include "Validators.h"
+#include <hastool/base/ToolError.h>
 
 #include <list>
 #include <mutex>

@@ -1,6 +1,6 @@
 #include "RangeHeader.h"
 
-#include "../engine/Number.h"
+#include <hastool/base/Number.h>
 
 #include <algorithm>
 

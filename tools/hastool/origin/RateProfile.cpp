@@ -1,8 +1,8 @@
 #include "RateProfile.h"
 
-#include "../engine/Number.h"
-#include "../engine/ToolError.h"
-#include "../media/ByteSource.h"
+#include <hastool/base/ByteSource.h>
+#include <hastool/base/Number.h>
+#include <hastool/base/ToolError.h>
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "SegmentNumber.h"
 
-#include "../engine/BoxView.h"
+#include <hastool/base/BoxView.h>
 
 #include <algorithm>
 #include <cctype>

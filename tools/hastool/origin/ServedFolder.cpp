@@ -1,8 +1,8 @@
 #include "ServedFolder.h"
 
-#include "../engine/DashManifest.h"
-#include "../engine/SmoothManifest.h"
-#include "../engine/ToolError.h"
+#include <hastool/base/ToolError.h>
+#include <hastool/formats/dash/DashManifest.h>
+#include <hastool/formats/smooth/SmoothManifest.h>
 
 #include <algorithm>
 #include <fstream>

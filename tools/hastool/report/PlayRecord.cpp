@@ -1,6 +1,6 @@
 #include "PlayRecord.h"
 
-#include "../ui/Terminal.h"
+#include <hastool/base/Quantities.h>
 
 #include <algorithm>
 

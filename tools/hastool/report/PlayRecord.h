@@ -1,7 +1,7 @@
 // All that happened in a play.
 #pragma once
 
-#include "../engine/Player.h"
+#include <hastool/play/Player.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -3,7 +3,7 @@
 
 #include "PlayRecord.h"
 
-#include "../engine/Summary.h"
+#include <hastool/play/Summary.h>
 
 #include <string>
 #include <utility>

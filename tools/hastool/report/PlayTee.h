@@ -1,7 +1,7 @@
 // Several observers of one play.
 #pragma once
 
-#include "../engine/Player.h"
+#include <hastool/play/Player.h>
 
 #include <vector>
 

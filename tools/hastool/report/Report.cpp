@@ -1,9 +1,10 @@
 #include "Report.h"
 
-#include "../engine/ShownUrl.h"
-#include "../ui/Terminal.h"
-#include "HtmlText.h"
+#include <hastool/base/Quantities.h>
+
 #include "Templates.h"
+#include <hastool/base/HtmlText.h>
+#include <hastool/base/ShownUrl.h>
 
 namespace hastool {
 namespace {

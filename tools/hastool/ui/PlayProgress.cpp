@@ -1,5 +1,7 @@
 #include "PlayProgress.h"
 
+#include <hastool/base/Quantities.h>
+
 namespace hastool {
 namespace {
 

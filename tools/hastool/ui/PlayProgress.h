@@ -1,8 +1,8 @@
 // A play as the user watches it.
 #pragma once
 
-#include "../engine/Player.h"
 #include "Terminal.h"
+#include <hastool/play/Player.h>
 
 namespace hastool {
 

@@ -1,6 +1,6 @@
 #include "StandardOutput.h"
 
-#include "../engine/ToolError.h"
+#include <hastool/base/ToolError.h>
 
 #include <cerrno>
 #include <cstdio>

@@ -34,13 +34,4 @@ private:
     bool m_isShowing = false;
 };
 
-/// "1.23 MB", "456 kB"; powers of ten.
-std::string sizeText(double bytes);
-/// "1.23 Mbit/s".
-std::string rateText(double bitsPerSecond);
-/// "12.3 s".
-std::string secondsText(double seconds);
-/// Text of a given width, filled with blanks on its right, or its left for `right`.
-std::string padded(const std::string& text, size_t width, bool right = false);
-
 } // namespace hastool

@@ -1,0 +1,136 @@
+// What a player sees of a presentation, whatever its format.
+#pragma once
+
+#include <hastool/base/TimeSource.h>
+#include <hastool/net/AesKey.h>
+#include <hastool/net/ByteRange.h>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace hastool {
+
+/// One quality of the presentation.
+struct StreamInfo {
+    int bitrate = 0;   ///< bits per second; 0 when not known
+    std::string label; ///< "640x360", or empty
+};
+
+/// Streams of which one is played at a time.
+struct TrackInfo {
+    bool isAudio = false;            ///< nothing but audio, beside a track with video
+    std::vector<StreamInfo> streams; ///< in ascending order of bitrate, at least one
+};
+
+/// One content protection descriptor.
+struct ProtectionDescriptor {
+    std::string schemeId;
+    std::string value;
+    std::string defaultKid; ///< as written
+    std::string pssh;       ///< what goes into a pssh box, in base64; empty when not known
+};
+
+/// What a DRM handler has to know of a protected piece.
+struct Protection {
+    int period = 0;
+    int representation = 0;
+    bool isAudio = false;
+    bool isSeparate = false; ///< audio and video do not come multiplexed
+    std::vector<ProtectionDescriptor> descriptors;
+};
+
+/// What a resource is encrypted with: AES-128-CBC over all of it, with PKCS#7 padding.
+struct Encryption {
+    std::string keyUrl; ///< where the 16 bytes of the key are
+    AesBytes iv{};
+
+    bool operator==(const Encryption& other) const {
+        return keyUrl == other.keyUrl && iv == other.iv;
+    }
+};
+
+/// A resource to fetch and to decrypt.
+struct MediaPart {
+    Resource resource;
+    std::optional<Encryption> encryption; ///< nothing where it is clear
+
+    bool operator==(const MediaPart& other) const {
+        return resource == other.resource && encryption == other.encryption;
+    }
+};
+
+/// One stretch of media to fetch.
+struct MediaPiece {
+    MediaPart media;
+    std::optional<MediaPart> init; ///< what the media cannot be decoded without
+    /// Makes that from the media, for a format that has none to fetch; null otherwise.
+    std::function<std::string(std::string_view media)> makeInit;
+    uint64_t index = 0; ///< its number in the stream
+    double seconds = 0;
+    double start = 0; ///< seconds since the presentation began, as far as known
+    bool discontinuity = false;
+    std::optional<double> dateTime; ///< seconds since the epoch that it begins at
+    enum class Advertisement { None, Begins, Ends };
+    Advertisement advertisement = Advertisement::None; ///< before it
+    std::shared_ptr<const Protection> protection;      ///< null when it is clear
+    bool missing = false; ///< the presentation itself says that there is nothing to fetch
+    uint64_t lost = 0;    ///< pieces before it that are no longer to be had
+};
+
+/// What comes next.
+struct NextPiece {
+    enum class Kind { Piece, Wait, End };
+    Kind kind = Kind::End;
+    MediaPiece piece;
+    std::chrono::milliseconds wait{0}; ///< before asking again
+};
+
+/// The most warnings that one presentation gives: more of them say nothing new.
+constexpr size_t kMaxWarnings = 100;
+
+/// The most that a manifest may come to; a long live recording has a few megabytes.
+constexpr size_t kMaxManifestBytes = 64u << 20;
+
+/// A manifest that was fetched.
+struct Document {
+    std::string text;
+    std::string url; ///< behind all redirects; what it names is relative to this
+};
+
+/// Fetches a manifest or an index. @throws ToolError when that fails
+using FetchDocument = std::function<Document(const Resource& resource)>;
+
+/// A presentation that is being read from begin to end, track by track and piece by piece.
+class Presentation {
+public:
+    virtual ~Presentation() = default;
+
+    /// At least one track; the first has the video, if there is any, and the qualities to choose
+    /// from. Does not change.
+    virtual const std::vector<TrackInfo>& tracks() const = 0;
+    /// Whether pieces are still being added.
+    virtual bool isLive() const = 0;
+    /// What its user should know and does not end it: each once, in the order it was noticed. Taken
+    /// by the call.
+    std::vector<std::string> takeWarnings();
+    /// The next piece of a track, of a stream of the caller's choice; every call moves the track
+    /// on by a piece. May fetch manifests. @throws ToolError when the presentation cannot go on
+    virtual NextPiece next(size_t track, size_t stream) = 0;
+
+protected:
+    /// Keeps something for takeWarnings(), unless that was told before.
+    void warn(const std::string& what);
+
+private:
+    std::vector<std::string> m_warnings;
+    std::set<std::string> m_told;
+};
+
+} // namespace hastool

@@ -1,0 +1,122 @@
+// DASH manifests: Media Presentation Descriptions (ISO/IEC 23009-1).
+#pragma once
+
+#include <hastool/net/ByteRange.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace hastool {
+
+/// One S of a SegmentTimeline: segments of the same duration.
+struct DashRun {
+    std::optional<uint64_t> time; ///< where it begins, in units of the timescale
+    uint64_t duration = 0;
+    int64_t repeats = 0; ///< how many follow the first; negative: up to the next one or the end
+};
+
+/// One SegmentURL.
+struct DashSegmentUrl {
+    std::string media; ///< empty for the BaseURL itself
+    std::optional<ByteRange> range;
+};
+
+/// How the segments of a representation are found. What a level does not say comes from the level
+/// above it.
+struct DashAddressing {
+    enum class Kind { None, Template, List, Base };
+    Kind kind = Kind::None; ///< None: the BaseURL names everything as one segment
+    uint64_t timescale = 1;
+    uint64_t timeOffset = 0; ///< presentationTimeOffset, in units of the timescale
+    uint64_t startNumber = 1;
+    std::optional<uint64_t> endNumber;
+    std::optional<uint64_t> duration; ///< of every segment, in units of the timescale
+    std::shared_ptr<const std::vector<DashRun>> timeline; ///< null where there is none
+    std::string media;                                    ///< a template
+    std::string initialization; ///< a template, or a URL where it came by sourceURL
+    bool isInitTemplate = false;
+    bool hasInitialization = false;
+    std::optional<ByteRange> initRange;
+    std::optional<ByteRange> indexRange; ///< of the sidx
+    std::shared_ptr<const std::vector<DashSegmentUrl>> list;
+};
+
+/// One ContentProtection.
+struct DashProtection {
+    std::string schemeId;
+    std::string value;
+    std::string defaultKid;
+    std::string pssh; ///< a whole pssh box in base64, without blanks
+    std::string pro;  ///< a PlayReady object in base64, without blanks
+};
+
+struct DashRepresentation {
+    std::string id;
+    int bandwidth = 0; ///< bits per second
+    int width = 0;
+    int height = 0;
+    std::string codecs;
+    std::vector<std::string> baseUrls; ///< from the outermost level to its own, as written
+    DashAddressing addressing;
+    std::vector<DashProtection> protections;
+};
+
+struct DashAdaptationSet {
+    std::string contentType; ///< "video", "audio" or another in lower case; empty when not known
+    std::string language;
+    bool isMain = false;  ///< its Role says so
+    bool isTrick = false; ///< only for fast forward
+    std::vector<DashRepresentation> representations;
+};
+
+struct DashPeriod {
+    std::string id;
+    double start = 0;               ///< seconds since the begin of the presentation
+    std::optional<double> duration; ///< seconds; not known for the last one of a live presentation
+    std::vector<DashAdaptationSet> sets;
+};
+
+/// The way to the server's clock.
+struct DashClock {
+    std::string scheme;
+    std::string value;
+};
+
+struct DashManifest {
+    bool isDynamic = false;
+    double availabilityStart = 0;              ///< seconds since the epoch
+    std::optional<double> duration;            ///< seconds
+    std::optional<double> minimumUpdatePeriod; ///< seconds
+    std::optional<double> timeShiftDepth;      ///< seconds
+    std::optional<double> suggestedDelay;      ///< seconds
+    std::string location;                      ///< where to load it again, as written
+    std::vector<DashClock> clocks;
+    std::vector<DashPeriod> periods;   ///< in order, at least one
+    std::vector<std::string> problems; ///< what of it cannot be used, and why; a line each
+};
+
+/// The most that a manifest may list.
+constexpr size_t kMaxDashPeriods = 10000;
+constexpr size_t kMaxDashRemotes = 100; ///< that stand elsewhere; each is fetched by itself
+constexpr size_t kMaxDashRuns = 500000;
+
+/// Whether a document may be meant as one: its outermost element is an MPD.
+bool looksLikeDash(const std::string& text);
+
+/// Fetches what stands elsewhere, by the absolute URL. @throws ToolError when that fails
+using FetchDashRemote = std::function<std::string(const std::string& url)>;
+
+/// Parses a manifest. Of its adaptation sets and representations those that cannot be used are left
+/// out, which `problems` tells; so are periods that stand elsewhere and cannot be had.
+/// @param url          where it came from; names it in messages
+/// @param fetchRemote  for periods and adaptation sets that stand elsewhere (xlink:href)
+/// @throws ToolError for what is no manifest, for a value of all its periods that cannot be used,
+///         and where nothing of it can be
+DashManifest parseDashManifest(const std::string& text, const std::string& url,
+                               const FetchDashRemote& fetchRemote = {});
+
+} // namespace hastool

@@ -1,0 +1,94 @@
+// HLS playlists (RFC 8216).
+#pragma once
+
+#include "HlsVariables.h"
+#include <hastool/net/ByteRange.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace hastool {
+
+/// One EXT-X-STREAM-INF of a master playlist.
+struct HlsVariant {
+    int bandwidth = 0; ///< bits per second
+    std::string uri;   ///< as written
+    std::string codecs;
+    std::string resolution;
+    std::string audioGroup; ///< empty where its audio comes with it
+};
+
+/// One EXT-X-MEDIA of audio.
+struct HlsRendition {
+    std::string group;
+    std::string name;
+    std::string uri; ///< as written; empty where it comes with the variants
+    bool isDefault = false;
+};
+
+/// An advertisement that begins or ends before a segment (EXT-X-CUE-OUT, EXT-X-CUE-IN).
+enum class HlsCue { None, Out, In };
+
+/// The EXT-X-KEY that holds for a segment. Where several of different KEYFORMATs do, it is the one
+/// whose key is what lies at its URI.
+struct HlsKey {
+    std::string method;
+    std::string uri; ///< as written; there for AES-128
+    std::string iv;  ///< as written; empty, or for AES-128 what parseIvAttribute() reads
+    std::string format = "identity";
+};
+
+/// The EXT-X-MAP that holds for a segment.
+struct HlsMap {
+    std::string uri;
+    std::optional<ByteRange> range;
+    std::shared_ptr<const HlsKey> key; ///< that holds where it is declared; null when it is clear
+};
+
+/// One media segment.
+struct HlsSegment {
+    uint64_t sequence = 0; ///< its media sequence number
+    double seconds = 0;
+    std::string uri; ///< as written
+    std::optional<ByteRange> range;
+    bool discontinuity = false; ///< its timestamps do not go on from the segment before
+    bool gap = false;           ///< it is known to be missing, or has no bytes
+    HlsCue cue = HlsCue::None;
+    std::optional<double> dateTime; ///< seconds since the epoch that it begins at, where said
+    std::shared_ptr<const HlsMap> map;
+    std::shared_ptr<const HlsKey> key; ///< null when it is clear
+};
+
+/// A parsed playlist: variants of a master playlist, or segments of a media playlist.
+struct HlsPlaylist {
+    std::vector<HlsVariant> variants;
+    std::vector<HlsRendition> audio;
+    std::vector<HlsSegment> segments;
+    double targetSeconds = 0;
+    uint64_t mediaSequence = 0;
+    bool ended = false; ///< no segment will be added
+    HlsVariables variables;
+    std::vector<std::string> warnings; ///< what was left out of it, and where; a line each
+
+    bool isMaster() const { return !variants.empty(); }
+};
+
+/// The most that a playlist may come to. A day of one-second segments is 86,400 of them.
+constexpr size_t kMaxSegments = 200000;
+constexpr size_t kMaxVariants = 1000;
+constexpr double kMaxSegmentSeconds = 86400;
+
+/// Parses a playlist. Unknown tags are passed over; blank lines and comments may stand anywhere.
+/// @param url     where it came from: names the playlist in messages, and its query may be what
+///                variables are defined from
+/// @param master  the variables of the master playlist that named this one; null when there is none
+/// @throws ToolError with the URL and line for text that is no playlist, a playlist of nothing, or
+///         anything in it that cannot be used
+HlsPlaylist parseHlsPlaylist(std::string_view text, const std::string& url,
+                             const HlsVariables* master = nullptr);
+
+} // namespace hastool

@@ -1,0 +1,33 @@
+// HLS: from a playlist to tracks.
+#pragma once
+
+#include "HlsTrack.h"
+#include <hastool/formats/Presentation.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace hastool {
+
+/// An HLS presentation, clear or encrypted by AES-128, of a master playlist or of a single media
+/// playlist. Audio that comes in playlists of its own is a track; of several renditions the default
+/// one is played.
+class HlsPresentation : public Presentation {
+public:
+    /// @param liveTimeout  how long a live stream may stay without a new segment
+    HlsPresentation(const Document& document, const FetchDocument& fetch,
+                    std::chrono::milliseconds liveTimeout, const TimeSource& time = {});
+
+    const std::vector<TrackInfo>& tracks() const override { return m_tracks; }
+    bool isLive() const override { return m_readers[0].isLive(); }
+    NextPiece next(size_t track, size_t stream) override {
+        return m_readers.at(track).next(stream);
+    }
+
+private:
+    std::vector<TrackInfo> m_tracks;
+    std::vector<HlsTrack> m_readers; ///< of the tracks
+};
+
+} // namespace hastool

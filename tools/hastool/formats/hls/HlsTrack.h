@@ -1,0 +1,89 @@
+// HLS: from the playlists of one track to its pieces.
+#pragma once
+
+#include "HlsPlaylist.h"
+#include <hastool/formats/LiveWait.h>
+#include <hastool/formats/Presentation.h>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace hastool {
+
+/// One track of an HLS presentation: its media playlists, of which one is read at a time.
+///
+/// A stream whose playlist has an end is read from its begin; another stream goes on at the same
+/// time in the media. A live stream is joined three segments before its end and read by media
+/// sequence numbers; its playlist is loaded again after a target duration, or half of one when
+/// there was nothing new.
+class HlsTrack {
+public:
+    /// Takes what was left out of a playlist.
+    using Warn = std::function<void(const std::string& what)>;
+
+    /// @param liveTimeout  how long a live stream may stay without a new segment
+    HlsTrack(FetchDocument fetch, Warn warn, std::chrono::milliseconds liveTimeout,
+             const TimeSource& time)
+        : m_fetch(std::move(fetch))
+        , m_warn(std::move(warn))
+        , m_clock(time)
+        , m_wait(liveTimeout, time) {}
+
+    /// The variables that its playlists may import.
+    void setVariables(const HlsVariables& variables) { m_variables = variables; }
+    /// Adds a stream by the URL of its playlist, which is loaded when it is first read.
+    void add(const std::string& url);
+    /// Adds a stream whose playlist is at hand.
+    void add(const std::string& url, HlsPlaylist playlist);
+
+    bool isLive() const;
+    /// The next piece of a stream. @throws ToolError when the track cannot go on
+    NextPiece next(size_t stream);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    /// The media playlist of one stream.
+    struct Rendition {
+        std::string url;
+        std::string base; ///< behind all redirects
+        bool loaded = false;
+        HlsPlaylist playlist;
+        Clock::time_point loadedAt;
+        bool changed = true; ///< by the last load
+    };
+
+    void load(Rendition& rendition);
+    void take(Rendition& rendition, HlsPlaylist playlist, const std::string& base);
+    bool reload(Rendition& rendition);
+    void enter(size_t stream);
+    /// The segment that comes next; null when there is none (yet).
+    const HlsSegment* find(const Rendition& rendition, uint64_t& lost) const;
+    NextPiece nothingNew(const Rendition& rendition);
+    NextPiece pieceOf(const Rendition& rendition, const HlsSegment& segment);
+    MediaPart mediaOf(const Rendition& rendition, const HlsSegment& segment) const;
+    MediaPart initOf(const Rendition& rendition, const HlsSegment& segment) const;
+    /// @throws ToolError for an encryption of another kind
+    std::string keyUrlOf(const Rendition& rendition, const HlsKey& key,
+                         const HlsSegment& segment) const;
+    static std::string resolve(const Rendition& rendition, const std::string& uri);
+    static std::chrono::milliseconds reloadInterval(const Rendition& rendition);
+
+    FetchDocument m_fetch;
+    Warn m_warn;
+    std::optional<HlsVariables> m_variables;
+    TimeSource m_clock;
+    std::vector<Rendition> m_renditions;
+    size_t m_current = 0;
+    bool m_joined = false;
+    bool m_fromBegin = false; ///< the presentation was complete when it was joined
+    double m_time = 0;        ///< media seconds before the next piece
+    uint64_t m_sequence = 0;  ///< number of the next piece
+    LiveWait m_wait;
+};
+
+} // namespace hastool

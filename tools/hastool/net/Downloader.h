@@ -1,0 +1,163 @@
+// Downloads over one download engine.
+#pragma once
+
+#include "ByteRange.h"
+#include <hastool/base/ByteSink.h>
+
+#include <Hasnet/Curl.h>
+
+#include <atomic>
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace hastool {
+
+/// How the download engine is set up.
+struct EngineOptions {
+    std::string cookieId; ///< the application id that names the cookie files
+    std::string agent;
+    std::string proxy;
+    std::optional<unsigned int> engineInfo;
+    std::string caFile; ///< trusted certificates; servers are verified when there is one
+    /// A connection that breaks counts as a body cut short, which is retried.
+    bool retriesBrokenConnections = false;
+    int maxRetries = 20;
+    /// How long the first repetition waits; each further one twice as long, up to half a minute.
+    std::chrono::milliseconds retryPause{0};
+};
+
+/// How a download ended.
+struct Outcome {
+    bool ok = false;
+    int code = 0;        ///< the engine's unit code
+    long httpStatus = 0; ///< of the last attempt
+    uint64_t bytes = 0;
+    int retries = 0;
+    long redirects = 0;
+    std::chrono::milliseconds latency{0}; ///< to the first byte, of the last attempt
+    std::chrono::milliseconds time{0};    ///< of all attempts
+    std::string url;                      ///< where it came from, behind all redirects
+    std::string failure;                  ///< why not ok
+};
+
+/// Queues downloads over one engine, 20 at once at most, and repeats those that the engine counts
+/// as worth repeating: HTTP 403, 404, 500, 503, 504 and bodies cut short. What is already there is
+/// kept and the rest asked for. Each such end holds the engine, and all that runs over it, for half
+/// a second.
+///
+/// One thread owns the object and calls all operations; sinks are written on the engine's thread.
+class Downloader : private hascommon::ICurlCB {
+public:
+    using Id = int;
+    /// Is told of a repetition before it is made: "retry 3 of 20, HTTP 404".
+    using RetryHook = std::function<void(Id id, const std::string& what)>;
+
+    /// @param traffic  observes the engine's traffic, borrowed; may be null
+    explicit Downloader(EngineOptions options, hascommon::IDownloadEvent* traffic = nullptr);
+    ~Downloader() override;
+    Downloader(const Downloader&) = delete;
+    Downloader& operator=(const Downloader&) = delete;
+
+    /// How many downloads run at once, 1 to 20.
+    void setParallel(int count);
+
+    /// Sets what is told of repetitions; called by pump().
+    void onRetry(RetryHook hook) { m_retryHook = std::move(hook); }
+
+    /// Queues a download. The sink is borrowed until the download has ended.
+    /// @param whole  a range that ends early is a body cut short
+    Id add(const Resource& resource, ByteSink& sink, bool whole = false);
+
+    /// Begins what can be begun and collects what has ended; to be called again and again.
+    /// @return whether downloads are unfinished
+    bool pump();
+
+    /// How a download ended; null while it has not.
+    const Outcome* outcome(Id id) const;
+    /// Bytes so far, and how many there will be (0 when not known).
+    uint64_t received(Id id) const;
+    uint64_t expected(Id id) const;
+    bool hasBegun(Id id) const;
+
+    /// Holds all downloads, those that are added too: connections stay open and no bytes come.
+    void pause();
+    void resume();
+    bool isPaused() const { return m_paused; }
+
+    /// Ends everything that has not ended.
+    void cancelAll();
+    /// Forgets a download that has ended.
+    void forget(Id id);
+
+private:
+    struct Transfer {
+        Resource resource;
+        ByteSink* sink = nullptr;
+        bool whole = false;
+        hascommon::UnitObject* unit = nullptr; ///< while an attempt runs
+        std::chrono::steady_clock::time_point begun;
+        std::optional<Outcome> outcome;
+        int retries = 0;
+        std::chrono::steady_clock::time_point notBefore; ///< the next attempt
+        bool cancelled = false;
+        std::string redirectedTo;
+        // Written on the engine's thread:
+        std::atomic<uint64_t> expected{0};
+        std::atomic<uint64_t> delivered{0}; ///< by all attempts
+        std::atomic<bool> refused{false};   ///< the sink has had enough
+        std::atomic<bool> complete{false};  ///< everything that was asked for is there
+        bool answered = false;              ///< this attempt's status is known
+        bool isPart = false;                ///< it answers with the range
+        uint64_t skip = 0;                  ///< bytes to drop before the first that is wanted
+    };
+    enum class Begun { Yes, NoUnit, Failed };
+
+    void OnDownloadBegin(hascommon::UnitObject* unit) override;
+    int OnDataReceived(hascommon::UnitObject* unit, int code, unsigned char* data,
+                       unsigned int size) override;
+    void OnRedirected(hascommon::UnitObject* unit, std::string location) override;
+
+    void openEngine();
+    void beginQueued();
+    Begun begin(Transfer& transfer);
+    void collect();
+    void conclude(Id id, Transfer& transfer, int code);
+    void repeat(Id id, Transfer& transfer, const std::string& why);
+    /// What a transfer's end told.
+    struct Ending {
+        hascommon::Curl::UnitInfo info;
+        hascommon::DownloadFailure failure;
+    };
+    void finish(Transfer& transfer, int code, const Ending& ending);
+    bool isRetried(const Transfer& transfer, int code, long httpStatus) const;
+    void takeAnswer(Transfer& transfer, hascommon::UnitObject* unit);
+    void deliver(Transfer& transfer, hascommon::UnitObject* unit, const unsigned char* data,
+                 size_t size);
+
+    const EngineOptions m_options;
+    hascommon::IDownloadEvent* const m_traffic;
+    std::unique_ptr<hascommon::Curl> m_curl;
+    std::map<Id, std::unique_ptr<Transfer>> m_transfers;
+    std::deque<Id> m_queue;
+    RetryHook m_retryHook;
+    int m_running = 0;
+    int m_parallel = 20;
+    Id m_nextId = 1;
+    bool m_paused = false;
+    bool m_fresh = true; ///< no download has run over the engine yet
+};
+
+/// Runs one download to its end, calling `tick` every few milliseconds.
+Outcome download(Downloader& downloader, const Resource& resource, ByteSink& sink, bool whole,
+                 const std::function<void()>& tick);
+
+/// How long an owner waits between two calls of pump().
+constexpr std::chrono::milliseconds kPumpInterval{2};
+
+} // namespace hastool
