@@ -63,15 +63,17 @@ DashPresentation::DashPresentation(const Document& document, FetchDocument fetch
     openTracks();
 }
 
+/// Whatever has to be fetched is, before anything changes.
 void DashPresentation::take(const Document& document) {
-    m_manifest = parseDashManifest(document.text, document.url,
-                                   [this](const std::string& url) { return fetchRemote(url); });
+    DashManifest manifest = parseDashManifest(
+        document.text, document.url, [this](const std::string& url) { return fetchRemote(url); });
+    m_clockOffset = clockOffset(manifest, document.url).value_or(m_clockOffset);
+    m_manifest = std::move(manifest);
     for (const std::string& problem : m_manifest.problems)
         warn(problem);
     m_url = document.url;
     m_segments.clear();
     m_loadedAt = m_clock.steady();
-    setClock();
 }
 
 /// What stands elsewhere stays as it is, however often the manifest is loaded again.
@@ -102,9 +104,10 @@ void DashPresentation::openTracks() {
     throw ToolError(m_url, "no period with anything to play");
 }
 
-/// The server's clock, where the manifest tells a way to it that can be gone.
-void DashPresentation::setClock() {
-    for (const DashClock& clock : m_manifest.clocks) {
+/// How far the server's clock is ahead, where the manifest tells a way to it that can be gone.
+std::optional<double> DashPresentation::clockOffset(const DashManifest& manifest,
+                                                    const std::string& url) const {
+    for (const DashClock& clock : manifest.clocks) {
         const auto contains = [&](const char* kind) {
             return clock.scheme.find(kind) != std::string::npos;
         };
@@ -113,16 +116,15 @@ void DashPresentation::setClock() {
             time = parseIsoDateTime(trimmed(clock.value));
         else if (contains(":utc:http-iso:") || contains(":utc:http-xsdate:"))
             try {
-                time = parseIsoDateTime(trimmed(
-                    m_fetch({resolveHttpUrl(m_url, clock.value, m_url), std::nullopt}).text));
+                time = parseIsoDateTime(
+                    trimmed(m_fetch({resolveHttpUrl(url, clock.value, url), std::nullopt}).text));
             } catch (const ToolError&) {
                 continue; // the next way, or the own clock
             }
-        if (!time)
-            continue;
-        m_clockOffset = *time - m_clock.wall();
-        return;
+        if (time)
+            return *time - m_clock.wall();
     }
+    return std::nullopt;
 }
 
 double DashPresentation::serverTime() const {

@@ -69,7 +69,7 @@ private:
     void openTracks();
     void reloadWhenDue();
     Clock::time_point reloadDue() const;
-    void setClock();
+    std::optional<double> clockOffset(const DashManifest& manifest, const std::string& url) const;
     double serverTime() const;
     double liveTime() const;
     DashWindow window() const;
