@@ -42,6 +42,7 @@
 #include <Hasnet/ICurlMulti.h>
 #include <Hasnet/IDownloadEvent.h>
 #include <Hasnet/LatencyCall.h>
+#include <Hasnet/ResultCode.h>
 #include <Hasnet/bitrateParam_t.h>
 #include <Hasnet/curl_thread_option.h>
 #include <Hasutil/CArray.h>

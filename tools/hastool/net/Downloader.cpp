@@ -5,6 +5,7 @@
 
 #include <Hascommon/GURL.h>
 #include <Hasnet/Curl_HLS.h>
+#include <Hasnet/ResultCode.h>
 
 #include <algorithm>
 #include <thread>
@@ -14,15 +15,8 @@ namespace {
 
 constexpr int kMaxParallel = 20; // the engine's units
 constexpr int kLoopMicroseconds = 1000;
-constexpr int kCancelled = -12;
-constexpr int kCutShort = -26;
-constexpr int kRetryLimit = -54;
 constexpr long kPartialContent = 206;
 constexpr std::chrono::milliseconds kMaxRetryPause{30000};
-
-bool isRetriedStatus(long status) {
-    return status == 403 || status == 404 || status == 500 || status == 503 || status == 504;
-}
 
 /// The pause before the n-th repetition, from 1.
 std::chrono::milliseconds pauseBefore(int retry, std::chrono::milliseconds first) {
@@ -168,7 +162,7 @@ void Downloader::conclude(Id id, Transfer& transfer, int code) {
     if (transfer.complete)
         code = 0;
     else if (code == 0 && transfer.whole && range && transfer.delivered < range->length.value_or(0))
-        code = kCutShort;
+        code = hascommon::RESULT_PARTIAL;
     if (isRetried(transfer, code, ending.info.httpStatus))
         repeat(id, transfer, shortFailureText(code, ending.failure));
     else
@@ -188,9 +182,9 @@ void Downloader::repeat(Id id, Transfer& transfer, const std::string& why) {
 bool Downloader::isRetried(const Transfer& transfer, int code, long httpStatus) const {
     if (transfer.cancelled || transfer.refused || transfer.retries >= m_options.maxRetries)
         return false;
-    if (code == 0 || code == kCancelled || code == kRetryLimit)
+    if (code == 0 || code == hascommon::RESULT_CANCELLED || code == hascommon::RESULT_RETRY_LIMIT)
         return false;
-    return code == kCutShort || isRetriedStatus(httpStatus);
+    return code == hascommon::RESULT_PARTIAL || hascommon::isRetried(httpStatus);
 }
 
 void Downloader::finish(Transfer& transfer, int code, const Ending& ending) {
@@ -249,7 +243,7 @@ void Downloader::resume() {
 void Downloader::cancelAll() {
     resume(); // so that what is cancelled comes to its end
     for (const Id id : m_queue)
-        finish(*m_transfers.at(id), kCancelled, {});
+        finish(*m_transfers.at(id), hascommon::RESULT_CANCELLED, {});
     m_queue.clear();
     for (auto& [id, transfer] : m_transfers) {
         transfer->cancelled = true;

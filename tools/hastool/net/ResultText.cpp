@@ -1,5 +1,7 @@
 #include "ResultText.h"
 
+#include <Hasnet/ResultCode.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -11,23 +13,6 @@ namespace {
 struct Meaning {
     int code;
     const char* text;
-};
-
-constexpr Meaning kMeanings[] = {
-    {0, "done"},
-    {-1, "not a URL that can be requested"},
-    {-12, "cancelled"},
-    {-13, "an empty URL"},
-    {-16, "proxy not resolved"},
-    {-17, "host not resolved"},
-    {-18, "no connection"},
-    {-19, "sending failed"},
-    {-20, "no answer that could be used"},
-    {-23, "HTTP error"},
-    {-25, "TLS error"},
-    {-26, "body cut short"},
-    {-53, "timed out"},
-    {-54, "retried too often"},
 };
 
 /// libcurl's results by number, as it renames and retires the constants.
@@ -61,12 +46,10 @@ constexpr Meaning kFailures[] = {
 };
 
 constexpr long kFirstErrorStatus = 400;
-constexpr int kCancelled = -12;
 
-template<size_t Count>
-std::string meaningOf(int code, const Meaning (&meanings)[Count]) {
-    for (const Meaning& meaning : meanings) {
-        if (meaning.code == code)
+const char* meaningOf(int curlCode) {
+    for (const Meaning& meaning : kFailures) {
+        if (meaning.code == curlCode)
             return meaning.text;
     }
     return "transfer failed";
@@ -92,25 +75,25 @@ std::string onOneLine(std::string text) {
 } // namespace
 
 std::string resultText(int code, long httpStatus) {
-    std::string text = meaningOf(code, kMeanings);
+    std::string text = hascommon::resultText(code);
     if (httpStatus >= kFirstErrorStatus)
         text = "HTTP " + std::to_string(httpStatus);
-    return code == 0 ? text : text + " (code " + std::to_string(code) + ")";
+    return code == hascommon::RESULT_OK ? text : text + " (code " + std::to_string(code) + ")";
 }
 
 std::string shortFailureText(int code, const hascommon::DownloadFailure& failure) {
-    if (code == kCancelled || failure.curlCode == CURLE_OK)
-        return meaningOf(code, kMeanings);
+    if (code == hascommon::RESULT_CANCELLED || failure.curlCode == CURLE_OK)
+        return hascommon::resultText(code);
     if (failure.curlCode == CURLE_HTTP_RETURNED_ERROR)
         return "HTTP " + std::to_string(failure.httpStatus);
     if (failure.curlCode == CURLE_COULDNT_CONNECT)
         return connectFailure(failure.osError);
-    return meaningOf(failure.curlCode, kFailures);
+    return meaningOf(failure.curlCode);
 }
 
 std::string failureText(int code, const hascommon::DownloadFailure& failure, bool viaProxy) {
     // Without a failure of libcurl's the download's owner, not the network, has ended it.
-    if (code == kCancelled || failure.curlCode == CURLE_OK)
+    if (code == hascommon::RESULT_CANCELLED || failure.curlCode == CURLE_OK)
         return resultText(code, failure.httpStatus);
     std::string text = shortFailureText(code, failure);
     if (failure.curlCode != CURLE_HTTP_RETURNED_ERROR)
