@@ -19,7 +19,7 @@ packages() {
         echo libpsl-dev           # strict cookies: which domains are public suffixes
         echo libcli11-dev         # hastool: the command line
         echo nlohmann-json3-dev   # hastool: --json and JSON traces
-        echo libcpp-httplib-dev   # hastool: the origin of serve and demo
+        echo libboost-dev         # hastool and the tests: the requests to their servers
         echo libgtest-dev         # the tests
         echo libgmock-dev         # the tests
         echo zlib1g-dev           # the tests: compressed answers

@@ -1,6 +1,7 @@
 // The origin and the built-in presentations, judged by other people's players in a browser.
 #include "Browser.h"
 #include "Hastool.h"
+#include <support/FaultOrigin.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -9,7 +10,6 @@
 #include <thread>
 
 #include <gtest/gtest.h>
-#include <httplib.h>
 #include <nlohmann/json.hpp>
 
 using nlohmann::json;
@@ -23,26 +23,19 @@ constexpr auto kPatience = std::chrono::seconds(110);
 class Pages {
 public:
     Pages() {
-        m_server.set_mount_point("/", PLAYERS);
-        m_server.Post("/result", [this](const httplib::Request& request, httplib::Response&) {
+        m_server.serve("/", std::string(PLAYERS) + "/");
+        m_server.on("/result", [this](const test::Request& request) {
             const std::lock_guard<std::mutex> lock(m_mutex);
             const json result = json::parse(request.body);
             m_results[result["url"]] = result;
             m_changed.notify_all();
+            return test::Reply();
         });
-        m_port = m_server.bind_to_any_port("127.0.0.1");
-        m_thread = std::thread([this] { m_server.listen_after_bind(); });
-    }
-    ~Pages() {
-        m_server.stop();
-        m_thread.join();
     }
     Pages(const Pages&) = delete;
     Pages& operator=(const Pages&) = delete;
 
-    std::string url(const std::string& page) const {
-        return "http://127.0.0.1:" + std::to_string(m_port) + page;
-    }
+    std::string url(const std::string& page) const { return m_server.url(page); }
     /// What was posted once there are so many results, or nobody waits any longer.
     std::map<std::string, json> results(size_t count) {
         std::unique_lock<std::mutex> lock(m_mutex);
@@ -51,12 +44,10 @@ public:
     }
 
 private:
-    httplib::Server m_server;
-    int m_port = 0;
-    std::thread m_thread;
     std::mutex m_mutex; // guards the results
     std::condition_variable m_changed;
     std::map<std::string, json> m_results;
+    test::FaultOrigin m_server;
 };
 
 /// `hastool serve` with the built-in presentations.

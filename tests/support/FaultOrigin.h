@@ -1,6 +1,7 @@
 // An HTTP server inside the test that misbehaves on request.
 #pragma once
 
+#include <hastool/origin/WebServer.h>
 #include <support/Descriptor.h>
 #include <support/Reply.h>
 
@@ -8,29 +9,19 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <list>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
-#include <utility>
 #include <vector>
 
 namespace test {
 
 /// One request that arrived.
-struct Request {
-    std::string method;
-    std::string target; ///< path and query, as sent
-    std::string path;   ///< without the query
-    std::vector<std::pair<std::string, std::string>> headers;
+struct Request : hastool::WebRequest {
     std::string peer;   ///< "127.0.0.1:41234"
     int connection = 0; ///< the how manieth connection it came over, from 1
     std::chrono::steady_clock::time_point time;
-
-    /// The first header of that name in any case; empty when there is none.
-    std::string header(const std::string& name) const;
 };
 
 namespace detail {
@@ -66,7 +57,7 @@ public:
     /// no limit.
     void limitRate(uint64_t bytesPerSecond) { m_rate = bytesPerSecond; }
 
-    uint16_t port() const { return m_port; }
+    uint16_t port() const { return m_server.port(); }
     /// An absolute URL. With the host "localhost" the same server counts as another host.
     std::string url(const std::string& path, const std::string& host = "127.0.0.1") const;
 
@@ -75,8 +66,8 @@ public:
     /// Waits until so many requests for the path have arrived; false after five seconds.
     bool waitForRequests(const std::string& path, size_t count) const;
     /// Connections accepted so far, and those open now.
-    int connections() const { return m_accepted; }
-    int openConnections() const { return m_open; }
+    int connections() const { return m_server.accepted(); }
+    int openConnections() const { return m_server.open(); }
 
     /// Ends every connection at once, stalled ones included. Nothing is answered any more.
     void stop();
@@ -95,31 +86,18 @@ private:
         Reply reply;
         std::shared_ptr<const Script> script;
     };
-    struct Worker {
-        std::thread thread;
-        std::shared_ptr<std::atomic<bool>> done;
-    };
-
-    void accept();
-    void start(Descriptor socket, const std::string& peer);
-    void joinDone();
     Answer answerTo(const Request& request);
     std::shared_ptr<Script> find(const std::string& path) const;
     void record(const Request& request);
 
-    uint16_t m_port = 0; // set by what makes the listener
-    Descriptor m_listener;
     Gate m_stopped;
     std::atomic<uint64_t> m_rate{0};
-    std::atomic<int> m_accepted{0};
-    std::atomic<int> m_open{0};
     mutable std::mutex m_mutex; // guards the scripts and the requests
     std::map<std::string, std::shared_ptr<Script>> m_paths;
     std::map<std::string, std::shared_ptr<Script>> m_prefixes;
     std::shared_ptr<Script> m_missing;
     std::vector<Request> m_requests;
-    std::list<Worker> m_workers; // used by the accepting thread, and by stop() once that has ended
-    std::thread m_acceptor;
+    hastool::WebServer m_server;
 };
 
 } // namespace test

@@ -1,90 +1,43 @@
 #include <support/detail/OriginConnection.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 
-#include <linux/sockios.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <poll.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
 
 namespace test::detail {
 namespace {
 
 using std::chrono::steady_clock;
 
-constexpr size_t kMaxRequest = 1048576;
 constexpr size_t kMaxPiece = 1048576;
 /// A limited rate is kept by this many pieces a second.
 constexpr uint64_t kPiecesPerSecond = 50;
 constexpr std::chrono::milliseconds kForever{0};
 
-/// The name and value of one header line.
-std::pair<std::string, std::string> splitHeader(const std::string& line) {
-    const size_t colon = line.find(':');
-    const size_t value = line.find_first_not_of(" \t", colon + 1);
-    return {line.substr(0, colon), value == std::string::npos ? "" : line.substr(value)};
-}
-
-void parseRequest(const std::string& head, Request& request) {
-    size_t begin = head.find("\r\n");
-    const std::string first = head.substr(0, begin);
-    const size_t target = first.find(' ') + 1;
-    request.method = first.substr(0, target - 1);
-    request.target = first.substr(target, first.find(' ', target) - target);
-    request.path = request.target.substr(0, request.target.find('?'));
-    while ((begin += 2) < head.size()) {
-        const size_t end = std::min(head.find("\r\n", begin), head.size());
-        if (end > begin)
-            request.headers.push_back(splitHeader(head.substr(begin, end - begin)));
-        begin = end;
-    }
-}
-
 } // namespace
-
-OriginConnection::OriginConnection(FaultOrigin& origin, Descriptor socket, std::string peer,
-                                   int number)
-    : m_origin(origin)
-    , m_socket(std::move(socket))
-    , m_peer(std::move(peer))
-    , m_number(number) {
-    const int on = 1;
-    setsockopt(m_socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-}
 
 void OriginConnection::run() {
     bool keep = true;
     while (keep) {
-        Request request;
-        if (!readRequest(request))
-            break;
-        m_origin.record(request);
-        keep = answer(m_origin.answerTo(request), request);
+        const std::optional<Request> request = readRequest();
+        if (!request)
+            return;
+        m_origin.record(*request);
+        keep = answer(m_origin.answerTo(*request), *request);
     }
-    if (m_socket)
-        shutdown(m_socket.get(), SHUT_WR);
 }
 
-bool OriginConnection::readRequest(Request& request) {
-    size_t end = std::string::npos;
-    char buffer[8192];
-    while ((end = m_input.find("\r\n\r\n")) == std::string::npos) {
-        const ssize_t got = recv(m_socket.get(), buffer, sizeof buffer, 0);
-        if (got > 0)
-            m_input.append(buffer, static_cast<size_t>(got));
-        else if (got == 0 || errno != EAGAIN || !waitUntil(POLLIN) || m_input.size() > kMaxRequest)
-            return false;
-    }
-    request.peer = m_peer;
-    request.connection = m_number;
+std::optional<Request> OriginConnection::readRequest() {
+    auto read = m_connection.read();
+    if (!read)
+        return std::nullopt;
+    Request request;
+    static_cast<hastool::WebRequest&>(request) = std::move(*read);
+    request.peer = m_connection.peer();
+    request.connection = m_connection.number();
     request.time = steady_clock::now();
-    parseRequest(m_input.substr(0, end), request);
-    m_input.erase(0, end + 4);
-    return true;
+    return request;
 }
 
 bool OriginConnection::answer(const FaultOrigin::Answer& answer, const Request& request) {
@@ -107,12 +60,12 @@ bool OriginConnection::sendHead(const ReplyPlan& plan, const OriginResponse& res
     size_t sent = 0;
     if (std::any_of(faults.begin(), faults.end(), isAt(Stage::InHeader))) {
         sent = head.size() / 2;
-        if (!send(head.substr(0, sent), false) || !pass(plan, Stage::InHeader, 0))
+        if (!m_connection.send(head.substr(0, sent), false) || !pass(plan, Stage::InHeader, 0))
             return false;
     }
     // With nothing to wait for, the header travels in one packet with the body's begin.
     const bool joined = faults.empty() && response.length() > 0 && plan.dripBytes == 0;
-    return send(head.substr(sent), joined) && pass(plan, Stage::AfterHeader, 0);
+    return m_connection.send(head.substr(sent), joined) && pass(plan, Stage::AfterHeader, 0);
 }
 
 bool OriginConnection::sendBody(const ReplyPlan& plan, OriginResponse& response) {
@@ -132,18 +85,19 @@ bool OriginConnection::sendBody(const ReplyPlan& plan, OriginResponse& response)
         if (!sendPiece(plan, piece, last) || (!last && !pace(plan, piece.size())))
             return false;
     }
-    if (plan.chunk > 0 && response.length() == 0 && !send("0\r\n\r\n", false))
+    if (plan.chunk > 0 && response.length() == 0 && !m_connection.send("0\r\n\r\n", false))
         return false;
     return pass(plan, Stage::InBody, sent);
 }
 
 bool OriginConnection::sendPiece(const ReplyPlan& plan, std::string_view piece, bool last) {
     if (plan.chunk == 0)
-        return send(piece, false);
+        return m_connection.send(piece, false);
     char size[32];
     const int length = std::snprintf(size, sizeof size, "%zx\r\n", piece.size());
-    return send({size, static_cast<size_t>(length)}, true) && send(piece, true) &&
-           send(last ? "\r\n0\r\n\r\n" : "\r\n", false);
+    return m_connection.send({size, static_cast<size_t>(length)}, true) &&
+           m_connection.send(piece, true) &&
+           m_connection.send(last ? "\r\n0\r\n\r\n" : "\r\n", false);
 }
 
 bool OriginConnection::pace(const ReplyPlan& plan, size_t bytes) {
@@ -170,7 +124,7 @@ bool OriginConnection::pass(const ReplyPlan& plan, Stage stage, uint64_t bodyByt
 bool OriginConnection::play(const Fault& fault) {
     switch (fault.action) {
     case Fault::Action::Reset:
-        reset();
+        m_connection.reset();
         return false;
     case Fault::Action::Close:
         return false;
@@ -181,50 +135,16 @@ bool OriginConnection::play(const Fault& fault) {
     return woken == Woken::Time || woken == Woken::Gate;
 }
 
-void OriginConnection::reset() {
-    flush();
-    const linger now{1, 0};
-    setsockopt(m_socket.get(), SOL_SOCKET, SO_LINGER, &now, sizeof now);
-    m_socket.reset();
-}
-
-void OriginConnection::flush() {
-    int unsent = 0;
-    for (int i = 0; i < 1000; ++i) {
-        if (ioctl(m_socket.get(), SIOCOUTQ, &unsent) != 0 || unsent == 0)
-            return;
-        if (wait(std::chrono::milliseconds(1), -1) != Woken::Time)
-            return;
-    }
-}
-
-bool OriginConnection::send(std::string_view bytes, bool more) {
-    const int flags = MSG_NOSIGNAL | (more ? MSG_MORE : 0);
-    while (!bytes.empty()) {
-        const ssize_t sent = ::send(m_socket.get(), bytes.data(), bytes.size(), flags);
-        if (sent > 0)
-            bytes.remove_prefix(static_cast<size_t>(sent));
-        else if (errno != EAGAIN || !waitUntil(POLLOUT))
-            return false;
-    }
-    return true;
-}
-
 OriginConnection::Woken OriginConnection::wait(std::chrono::nanoseconds time, int gate) {
     const timespec limit{static_cast<time_t>(time.count() / 1000000000),
                          static_cast<decltype(timespec::tv_nsec)>(time.count() % 1000000000)};
     pollfd watched[] = {
-        {m_origin.m_stopped.fd(), POLLIN, 0}, {m_socket.get(), POLLRDHUP, 0}, {gate, POLLIN, 0}};
+        {m_origin.m_stopped.fd(), POLLIN, 0}, {m_connection.fd(), POLLRDHUP, 0}, {gate, POLLIN, 0}};
     if (ppoll(watched, 3, time == kForever ? nullptr : &limit, nullptr) == 0)
         return Woken::Time;
     if (watched[0].revents != 0)
         return Woken::Stopped;
     return watched[1].revents != 0 ? Woken::PeerGone : Woken::Gate;
-}
-
-bool OriginConnection::waitUntil(short events) {
-    pollfd watched[] = {{m_origin.m_stopped.fd(), POLLIN, 0}, {m_socket.get(), events, 0}};
-    return poll(watched, 2, -1) > 0 && watched[0].revents == 0;
 }
 
 size_t OriginConnection::pieceLimit(const ReplyPlan& plan) const {

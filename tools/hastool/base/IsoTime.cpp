@@ -3,7 +3,9 @@
 #include "Number.h"
 
 #include <algorithm>
+#include <ctime>
 #include <iterator>
+#include <limits>
 #include <string_view>
 
 namespace hastool {
@@ -55,29 +57,19 @@ std::optional<double> parseFraction(std::string_view text) {
     return isFraction ? parseDecimal("0" + std::string(text)) : std::nullopt;
 }
 
-bool isLeapYear(uint64_t year) {
-    return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
-}
-
-/// Days from 0000-01-01 to the begin of a year.
-uint64_t daysBefore(uint64_t year) {
-    return year == 0 ? 0 : year * 365 + (year - 1) / 4 - (year - 1) / 100 + (year - 1) / 400 + 1;
-}
-
 /// Seconds since the epoch; nothing for a day that is not in the calendar.
-std::optional<double> dateInSeconds(uint64_t year, uint64_t month, uint64_t day) {
-    constexpr uint64_t kMonths[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    if (month < 1 || month > std::size(kMonths) || day < 1)
+std::optional<double> dateInSeconds(int year, int month, int day) {
+    std::tm date{};
+    date.tm_year = year - 1900;
+    date.tm_mon = month - 1;
+    date.tm_mday = day;
+    const std::time_t seconds = timegm(&date);
+    // A day that there is not becomes one of the next month.
+    if (date.tm_mon != month - 1 || date.tm_mday != day)
         return std::nullopt;
-    uint64_t days = daysBefore(year) + day - 1;
-    for (uint64_t i = 1; i <= month; ++i) {
-        const uint64_t length = kMonths[i - 1] + (i == 2 && isLeapYear(year) ? 1 : 0);
-        if (i < month)
-            days += length;
-        else if (day > length)
-            return std::nullopt;
-    }
-    return (static_cast<double>(days) - static_cast<double>(daysBefore(1970))) * 86400;
+    // No midnight is a second before the epoch. Where the machine counts in 32 bits, what is beyond
+    // 2038 is as late as it can be.
+    return static_cast<double>(seconds != -1 ? seconds : std::numeric_limits<std::time_t>::max());
 }
 
 /// "2024-01-01T00:01:00" exactly. The library's own function answers 0 both for the epoch, which
@@ -93,14 +85,14 @@ std::optional<double> parsePlainDateTime(std::string_view text) {
             return std::nullopt;
     }
     const auto number = [&](size_t at, size_t size) {
-        return *parseUnsigned(text.substr(at, size));
+        return static_cast<int>(*parseUnsigned(text.substr(at, size)));
     };
     const auto date = dateInSeconds(number(0, 4), number(5, 2), number(8, 2));
-    const uint64_t time = number(11, 2) * 3600 + number(14, 2) * 60 + number(17, 2);
+    const int time = number(11, 2) * 3600 + number(14, 2) * 60 + number(17, 2);
     // 24:00:00 is the next midnight; a second 60 is a leap second.
     if (!date || time > 86400 || number(14, 2) > 59 || number(17, 2) > 60)
         return std::nullopt;
-    return *date + static_cast<double>(time);
+    return *date + time;
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include <hastool/formats/OpenPresentation.h>
 
 #include <hastool/base/ByteSource.h>
+#include <hastool/base/PercentCoding.h>
 #include <hastool/base/ToolError.h>
 
 #include <Hascommon/GURL.h>
@@ -13,26 +14,6 @@ namespace hastool {
 namespace {
 
 constexpr char kBase[] = "http://folder"; // files, but URLs are what presentations are made of
-
-std::optional<unsigned> hexDigit(char letter) {
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    const size_t value = kDigits.find(static_cast<char>(letter | 0x20));
-    if (letter == '\0' || value == std::string_view::npos)
-        return std::nullopt;
-    return static_cast<unsigned>(value);
-}
-
-std::string decodedPath(const std::string& path) {
-    std::string result;
-    for (size_t i = 0; i < path.size(); ++i) {
-        const auto high = i + 2 < path.size() ? hexDigit(path[i + 1]) : std::nullopt;
-        const auto low = i + 2 < path.size() ? hexDigit(path[i + 2]) : std::nullopt;
-        const bool isEncoded = path[i] == '%' && high && low;
-        result += isEncoded ? static_cast<char>(*high << 4 | *low) : path[i];
-        i += isEncoded ? 2 : 0;
-    }
-    return result;
-}
 
 std::string part(const std::string& bytes, const std::optional<ByteRange>& range,
                  const std::string& name) {
@@ -51,7 +32,7 @@ SourceMedia::SourceMedia(const std::filesystem::path& folder, const std::string&
     , m_url(std::string(kBase) + "/" + encodedPath(manifest)) {}
 
 Document SourceMedia::read(const Resource& resource) const {
-    const auto file = m_folder.find(decodedPath(hascommon::GURL(resource.url).path()));
+    const auto file = m_folder.find(percentDecoded(hascommon::GURL(resource.url).path()));
     if (!file)
         throw ToolError(resource.url, "no such file");
     std::string bytes;

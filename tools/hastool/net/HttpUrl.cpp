@@ -1,30 +1,14 @@
 #include "HttpUrl.h"
 
+#include <hastool/base/PercentCoding.h>
 #include <hastool/base/ToolError.h>
 
 #include <Hascommon/GURL.h>
 
 #include <algorithm>
-#include <charconv>
 #include <string_view>
 
 namespace hastool {
-namespace {
-
-std::string percentDecoded(std::string_view text) {
-    std::string result;
-    for (size_t i = 0; i < text.size(); ++i) {
-        unsigned char byte = 0;
-        const char* const digits = text.data() + i + 1;
-        const bool isEscape = text[i] == '%' && text.size() - i > 2 &&
-                              std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2;
-        result += isEscape ? static_cast<char>(byte) : text[i];
-        i += isEscape ? 2 : 0;
-    }
-    return result;
-}
-
-} // namespace
 
 std::string resolveHttpUrl(const std::string& base, const std::string& reference,
                            const std::string& where) {

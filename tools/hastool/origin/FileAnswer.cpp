@@ -15,20 +15,19 @@ FileAnswer::FileAnswer(const std::filesystem::path& path, uint64_t first, uint64
     , m_first(first)
     , m_length(length)
     , m_fault(fault)
-    , m_limiter(limiter) {
+    , m_limiter(&limiter) {
     if (m_fault)
         m_faultAt = m_fault->kind == Fault::Kind::Truncate ? m_fault->bytes : m_length / 2;
 }
 
-bool FileAnswer::send(uint64_t offset, const Sink& sink) {
+std::string_view FileAnswer::read(uint64_t offset) {
     if (m_fault && offset >= m_faultAt && !meetFault())
-        return false;
-    char piece[kPiece];
+        return {};
     const uint64_t wanted = std::min({kPiece, m_length - offset, untilFault(offset)});
+    m_piece.resize(static_cast<size_t>(wanted));
     m_file.seekg(static_cast<std::streamoff>(m_first + offset));
-    m_file.read(piece, static_cast<std::streamsize>(wanted));
-    const std::streamsize size = m_file.gcount();
-    return size > 0 && sink(piece, static_cast<size_t>(size));
+    m_file.read(m_piece.data(), static_cast<std::streamsize>(wanted));
+    return {m_piece.data(), static_cast<size_t>(m_file.gcount())};
 }
 
 uint64_t FileAnswer::untilFault(uint64_t offset) const {
@@ -39,7 +38,8 @@ uint64_t FileAnswer::untilFault(uint64_t offset) const {
 bool FileAnswer::meetFault() {
     const Fault fault = *m_fault;
     m_fault.reset();
-    return fault.kind == Fault::Kind::Stall && m_limiter.wait(fault.seconds);
+    m_isReset = fault.kind == Fault::Kind::Reset;
+    return fault.kind == Fault::Kind::Stall && m_limiter->wait(fault.seconds);
 }
 
 } // namespace hastool

@@ -7,26 +7,26 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <optional>
+#include <string_view>
+#include <vector>
 
 namespace hastool {
 
 /// Hands a part of a file over piece by piece, with the fault that it meets in its middle.
 class FileAnswer {
 public:
-    /// Takes the next piece. @return false when the connection is gone
-    using Sink = std::function<bool(const char* data, size_t size)>;
-
     /// @param limiter  borrowed
     FileAnswer(const std::filesystem::path& path, uint64_t first, uint64_t length,
                const std::optional<Fault>& fault, RateLimiter& limiter);
 
     /// Whether the file can be read.
     bool isOpen() const { return m_file.is_open(); }
-    /// Hands over some bytes from a place in the answer on.
-    /// @return false when the answer ends here
-    bool send(uint64_t offset, const Sink& sink);
+    /// Some bytes from a place in the answer on, valid until the next call; empty when the answer
+    /// ends here.
+    std::string_view read(uint64_t offset);
+    /// Whether it ended because the connection is to be reset.
+    bool isReset() const { return m_isReset; }
 
 private:
     uint64_t untilFault(uint64_t offset) const;
@@ -37,7 +37,9 @@ private:
     const uint64_t m_length;
     std::optional<Fault> m_fault;
     uint64_t m_faultAt = 0;
-    RateLimiter& m_limiter;
+    bool m_isReset = false;
+    std::vector<char> m_piece;
+    RateLimiter* m_limiter;
 };
 
 } // namespace hastool

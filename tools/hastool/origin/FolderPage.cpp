@@ -1,6 +1,7 @@
 #include "FolderPage.h"
 
 #include "ServedFolder.h"
+#include "Templates.h"
 #include <hastool/base/HtmlText.h>
 
 #include <algorithm>
@@ -11,6 +12,10 @@ namespace hastool {
 namespace {
 
 constexpr size_t kMaxNames = 10000; // more than anybody reads
+
+std::string row(const std::string& url, const std::string& name) {
+    return fillTemplate(kFolderRowHtml, {{"url", escapeHtml(url)}, {"name", escapeHtml(name)}});
+}
 
 } // namespace
 
@@ -24,15 +29,10 @@ std::string folderPage(const std::filesystem::path& folder, const std::string& p
         names.emplace_back(!isFolder, it->path().filename().string() + (isFolder ? "/" : ""));
     }
     std::sort(names.begin(), names.end());
-    const std::string title = escapeHtml(path);
-    std::string page = "<!DOCTYPE html>\n<meta charset=\"utf-8\">\n<title>" + title +
-                       "</title>\n<h1>" + title + "</h1>\n<ul>\n";
-    if (path != "/")
-        page += "<li><a href=\"../\">../</a>\n";
-    for (const auto& [isFile, name] : names) // "./", so that no colon makes a scheme
-        page += "<li><a href=\"./" + escapeHtml(encodedPath(name)) + "\">" + escapeHtml(name) +
-                "</a>\n";
-    return page + "</ul>\n";
+    std::string rows = path != "/" ? row("../", "../") : "";
+    for (const auto& [isFile, name] : names)
+        rows += row("./" + encodedPath(name), name); // "./", so that no colon makes a scheme
+    return fillTemplate(kFolderHtml, {{"path", escapeHtml(path)}, {"rows", rows}});
 }
 
 } // namespace hastool

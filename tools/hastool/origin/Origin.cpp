@@ -1,314 +1,188 @@
 #include "Origin.h"
 
-#include "Connection.h"
-#include "FileAnswer.h"
 #include "FolderPage.h"
 #include "RangeHeader.h"
-#include "RateLimiter.h"
 #include "SegmentNumber.h"
-#include "ServedFolder.h"
-#include "Validators.h"
-#include <hastool/base/ToolError.h>
+#include <hastool/base/PercentCoding.h>
 
-#include <list>
-#include <mutex>
-#include <set>
-#include <thread>
 #include <utility>
-
-#include <netinet/in.h>
-#include <sys/socket.h>
 
 namespace hastool {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kHost[] = "127.0.0.1";
-constexpr int kBacklog = 64; // players open twenty connections at once
 /// What lies in it is not held back when a line is cut. Without a line it would only slow the
 /// sender.
 constexpr int kLineSendBuffer = 16384;
-constexpr time_t kIdleSeconds = 120;
-constexpr size_t kMaxRequests = 1000000; // over one connection; only told, never counted
-constexpr time_t kHeldSeconds = 86400;   // a player may hold a transfer for as long as it likes
 
-/// Of the listening socket; those it accepts inherit them.
-void setSocketOptions(socket_t socket, bool hasLine) {
-    const int yes = 1;
-    setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    if (hasLine)
-        setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &kLineSendBuffer, sizeof kLineSendBuffer);
+OriginAnswer plainAnswer(int status, const std::string& text) {
+    OriginAnswer answer;
+    answer.status = status;
+    answer.setBody(text, "text/plain");
+    return answer;
 }
 
-/// A thread for each connection. Used by the accepting thread alone.
-class Threads : public httplib::TaskQueue {
-public:
-    void enqueue(std::function<void()> task) override {
-        joinDone();
-        auto& worker = m_workers.emplace_back();
-        worker.thread = std::thread([task = std::move(task), &worker] {
-            task();
-            worker.done = true;
-        });
-    }
-    void shutdown() override {
-        for (Worker& worker : m_workers)
-            worker.thread.join();
-        m_workers.clear();
-    }
+/// A page of another origin asks first.
+OriginAnswer permission() {
+    OriginAnswer answer;
+    answer.status = 204;
+    answer.headers = {{"Access-Control-Allow-Methods", "GET, HEAD"},
+                      {"Access-Control-Allow-Headers", "*"}};
+    return answer;
+}
 
-private:
-    struct Worker {
-        std::thread thread;
-        std::atomic<bool> done{false};
-    };
-
-    void joinDone() {
-        for (auto it = m_workers.begin(); it != m_workers.end();) {
-            const bool isDone = it->done; // it may become so at any time
-            if (isDone)
-                it->thread.join();
-            it = isDone ? m_workers.erase(it) : std::next(it);
-        }
-    }
-
-    std::list<Worker> m_workers;
-};
-
-std::string reasonText(const Fault& fault) {
-    return std::to_string(fault.status) + " on request\n";
+auto headersOf(const WebRequest& request) {
+    return [&request](const std::string& name) { return request.header(name); };
 }
 
 } // namespace
 
-/// Takes connections on a thread of its own.
-class Origin::Server : private httplib::Server {
-public:
-    explicit Server(OriginOptions options);
-    ~Server() override { stopServing(); }
-    Server(const Server&) = delete;
-    Server& operator=(const Server&) = delete;
-
-    const ServedFolder& folder() const { return m_folder; }
-    uint16_t port() const { return m_port; }
-    void stopServing();
-
-private:
-    bool process_and_close_socket(socket_t socket) override;
-    bool admit(Connection& connection);
-    void leave(Connection& connection);
-    void answer(const httplib::Request& request, httplib::Response& response);
-    std::optional<Fault> faultOf(const httplib::Request& request,
-                                 const std::optional<fs::path>& file);
-    void sendFolder(const std::string& path, httplib::Response& response) const;
-    static bool judge(const httplib::Request& request, const Validators& validators,
-                      httplib::Response& response);
-    void sendFile(const httplib::Request& request, const fs::path& file,
-                  const std::optional<Fault>& fault, httplib::Response& response);
-
-    const ServedFolder m_folder;
-    FaultRules m_faults;
-    const std::function<void(const std::string&, const Fault&)> m_onFault;
-    RateLimiter m_limiter;
-    uint16_t m_port = 0;
-    std::mutex m_mutex; // guards the connections
-    std::set<Connection*> m_connections;
-    bool m_stopped = false;
-    std::thread m_acceptor;
-};
-
-Origin::Server::Server(OriginOptions options)
+Origin::Origin(OriginOptions options)
     : m_folder(std::move(options.root))
     , m_faults(options.faults)
     , m_onFault(std::move(options.onFault))
-    , m_limiter(options.profile) {
-    new_task_queue = [] { return new Threads; };
-    set_socket_options([hasLine = options.profile.has_value()](socket_t socket) {
-        setSocketOptions(socket, hasLine);
-    });
-    set_tcp_nodelay(true);
-    set_keep_alive_timeout(kIdleSeconds);
-    set_keep_alive_max_count(kMaxRequests);
-    set_read_timeout(kIdleSeconds);
-    set_write_timeout(kHeldSeconds);
-    set_default_headers({{"Access-Control-Allow-Origin", "*"},
-                         {"Access-Control-Expose-Headers", "*"},
-                         {"Accept-Ranges", "bytes"}});
-    set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
-        if (request.method == "OPTIONS") { // a page of another origin asks first
-            response.status = 204;
-            response.set_header("Access-Control-Allow-Methods", "GET, HEAD");
-            response.set_header("Access-Control-Allow-Headers", "*");
-            return HandlerResponse::Handled;
-        }
-        if (request.method != "GET" && request.method != "HEAD")
-            return HandlerResponse::Unhandled;
-        answer(request, response);
-        return HandlerResponse::Handled;
-    });
-    const int port = options.port == 0 ? bind_to_any_port(kHost)
-                                       : (bind_to_port(kHost, options.port) ? options.port : -1);
-    if (port <= 0)
-        throw ToolError(std::string(kHost) + ":" + std::to_string(options.port),
-                        "cannot be listened on");
-    m_port = static_cast<uint16_t>(port);
-    ::listen(svr_sock_, kBacklog);
-    m_acceptor = std::thread([this] { listen_after_bind(); });
-}
+    , m_limiter(options.profile)
+    , m_server({options.port, options.profile ? kLineSendBuffer : 0},
+               [this](WebConnection& connection) { serve(connection); }) {}
 
-/// The listening socket is closed when nobody uses it any more, unlike by httplib's own stop().
-void Origin::Server::stopServing() {
-    if (!m_acceptor.joinable())
-        return;
-    const socket_t listener = svr_sock_.exchange(INVALID_SOCKET);
-    ::shutdown(listener, SHUT_RDWR);
+void Origin::stop() {
     m_limiter.stop();
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_stopped = true;
-        for (Connection* const connection : m_connections)
-            connection->abort();
-    }
-    m_acceptor.join();
-    ::close(listener);
+    m_server.stop();
 }
 
-bool Origin::Server::process_and_close_socket(socket_t socket) {
-    Connection connection(socket, m_limiter);
-    bool isOpen = admit(connection);
+void Origin::serve(WebConnection& connection) {
+    bool isOpen = true;
     while (isOpen) {
-        bool isLast = false;
-        connection.expectAnswer();
-        // Ranges are answered here, where one that is beyond the end is noticed.
-        isOpen = process_request(connection, false, isLast,
-                                 [](httplib::Request& request) { request.ranges.clear(); }) &&
-                 !isLast;
+        const auto request = connection.read();
+        if (!request)
+            return;
+        OriginAnswer answer = this->answer(*request);
+        isOpen = send(connection, *request, answer) && request->keepsConnection;
     }
-    leave(connection);
-    return true;
 }
 
-bool Origin::Server::admit(Connection& connection) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_connections.insert(&connection);
-    return !m_stopped;
-}
-
-void Origin::Server::leave(Connection& connection) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_connections.erase(&connection);
-}
-
-void Origin::Server::answer(const httplib::Request& request, httplib::Response& response) {
-    const auto file = m_folder.find(request.path);
-    const auto fault = faultOf(request, file);
+OriginAnswer Origin::answer(const WebRequest& request) {
+    if (request.method == "OPTIONS")
+        return permission();
+    const std::string path = percentDecoded(request.path);
+    if (request.method != "GET" && request.method != "HEAD")
+        return plainAnswer(404, "no such file\n");
+    const auto found = m_folder.find(path);
+    const auto fault = faultOf(request, path, found);
     if (fault && m_onFault)
-        m_onFault(request.path, *fault);
-    if (fault && fault->kind == Fault::Kind::Status) {
-        response.status = fault->status;
-        response.set_content(reasonText(*fault), "text/plain");
-    } else if (!file) {
-        sendFolder(request.path, response);
-    } else {
-        sendFile(request, *file, fault, response);
-    }
+        m_onFault(path, *fault);
+    if (fault && fault->kind == Fault::Kind::Status)
+        return plainAnswer(fault->status, std::to_string(fault->status) + " on request\n");
+    return found ? file(request, *found, fault) : folder(path);
 }
 
-/// Lists a folder. Links in the page count from its path, so that has to end with a slash.
-void Origin::Server::sendFolder(const std::string& path, httplib::Response& response) const {
-    const auto folder = m_folder.findFolder(path);
-    if (!folder) {
-        response.status = 404;
-        response.set_content("no such file\n", "text/plain");
-    } else if (path.back() != '/') {
-        response.set_redirect(encodedPath(path + "/"), 301);
-    } else {
-        response.set_content(folderPage(*folder, path), "text/html; charset=utf-8");
-    }
-}
-
-/// Tells the file's validators. @return whether the request's conditions let it go on
-bool Origin::Server::judge(const httplib::Request& request, const Validators& validators,
-                           httplib::Response& response) {
-    if (validators.etag().empty())
-        return true;
-    response.set_header("ETag", validators.etag());
-    response.set_header("Last-Modified", validators.lastModified());
-    const auto verdict = validators.judge(
-        [&request](const std::string& name) { return request.get_header_value(name.c_str()); });
-    if (verdict == Validators::Verdict::Go)
-        return true;
-    response.status = verdict == Validators::Verdict::NotModified ? 304 : 412;
-    return false;
-}
-
-std::optional<Fault> Origin::Server::faultOf(const httplib::Request& request,
-                                             const std::optional<fs::path>& file) {
-    return m_faults.take(request.path, [&]() -> std::optional<uint64_t> {
+std::optional<Fault> Origin::faultOf(const WebRequest& request, const std::string& path,
+                                     const std::optional<fs::path>& file) {
+    return m_faults.take(path, [&]() -> std::optional<uint64_t> {
         if (!file)
             return std::nullopt;
-        const auto range = answerRange(request.get_header_value("Range"), fs::file_size(*file));
+        const auto range = answerRange(request.header("Range"), fs::file_size(*file));
         return segmentNumber(*file, range.first);
     });
 }
 
-void Origin::Server::sendFile(const httplib::Request& request, const fs::path& file,
-                              const std::optional<Fault>& fault, httplib::Response& response) {
-    const Validators validators(file);
-    if (!judge(request, validators, response))
-        return;
-    const uint64_t size = fs::file_size(file);
-    const bool isRange = validators.allowsRange(
-        [&request](const std::string& name) { return request.get_header_value(name.c_str()); });
-    const RangeAnswer range = answerRange(isRange ? request.get_header_value("Range") : "", size);
-    const std::string type = contentType(file);
-    response.status = range.kind == RangeAnswer::Kind::Whole ? 200 : 206;
-    if (range.kind == RangeAnswer::Kind::Unsatisfiable) {
-        response.status = 416;
-        response.set_header("Content-Range", "bytes */" + std::to_string(size));
-    } else if (range.kind == RangeAnswer::Kind::Part) {
-        response.set_header("Content-Range", "bytes " + std::to_string(range.first) + "-" +
-                                                 std::to_string(range.first + range.length - 1) +
-                                                 "/" + std::to_string(size));
+/// Lists a folder. Links in the page count from its path, so that has to end with a slash.
+OriginAnswer Origin::folder(const std::string& path) const {
+    const auto folder = m_folder.findFolder(path);
+    if (!folder)
+        return plainAnswer(404, "no such file\n");
+    OriginAnswer answer;
+    if (path.back() != '/') {
+        answer.status = 301;
+        answer.headers.emplace_back("Location", encodedPath(path + "/"));
+    } else {
+        answer.setBody(folderPage(*folder, path), "text/html; charset=utf-8");
     }
-    if (range.length == 0) {
-        response.set_content("", type);
-        return;
-    }
-    auto body = std::make_shared<FileAnswer>(file, range.first, range.length, fault, m_limiter);
-    const bool isReset = fault && fault->kind == Fault::Kind::Reset;
-    response.set_content_provider(range.length, type,
-                                  [body, isReset](size_t offset, size_t, httplib::DataSink& sink) {
-                                      const bool goesOn = body->send(offset, sink.write);
-                                      if (!goesOn && isReset)
-                                          Connection::current()->reset();
-                                      return goesOn;
-                                  });
+    return answer;
 }
 
-Origin::Origin(OriginOptions options)
-    : m_server(std::make_unique<Server>(std::move(options))) {}
+/// Tells the file's validators. @return whether the request's conditions let it go on
+bool Origin::judge(const WebRequest& request, const Validators& validators, OriginAnswer& answer) {
+    if (validators.etag().empty())
+        return true;
+    answer.headers.emplace_back("ETag", validators.etag());
+    answer.headers.emplace_back("Last-Modified", validators.lastModified());
+    const auto verdict = validators.judge(headersOf(request));
+    if (verdict == Validators::Verdict::Go)
+        return true;
+    answer.status = verdict == Validators::Verdict::NotModified ? 304 : 412;
+    return false;
+}
 
-Origin::~Origin() = default;
+OriginAnswer Origin::file(const WebRequest& request, const fs::path& file,
+                          const std::optional<Fault>& fault) {
+    OriginAnswer answer;
+    const Validators validators(file);
+    if (!judge(request, validators, answer))
+        return answer;
+    const uint64_t size = fs::file_size(file);
+    const bool isRange = validators.allowsRange(headersOf(request));
+    const RangeAnswer range = answerRange(isRange ? request.header("Range") : "", size);
+    answer.headers.emplace_back("Content-Type", contentType(file));
+    answer.length = range.length;
+    if (range.kind == RangeAnswer::Kind::Unsatisfiable) {
+        answer.status = 416;
+        answer.headers.emplace_back("Content-Range", "bytes */" + std::to_string(size));
+    } else if (range.kind == RangeAnswer::Kind::Part) {
+        answer.status = 206;
+        answer.headers.emplace_back("Content-Range",
+                                    "bytes " + std::to_string(range.first) + "-" +
+                                        std::to_string(range.first + range.length - 1) + "/" +
+                                        std::to_string(size));
+    }
+    if (range.length > 0)
+        answer.file.emplace(file, range.first, range.length, fault, m_limiter);
+    return answer;
+}
 
-uint16_t Origin::port() const {
-    return m_server->port();
+/// @return whether the connection may go on
+bool Origin::send(WebConnection& connection, const WebRequest& request, OriginAnswer& answer) {
+    if (!m_limiter.beginAnswer() || !sendAtRate(connection, answer.head(request)))
+        return false;
+    if (request.method == "HEAD")
+        return true;
+    if (!answer.file)
+        return sendAtRate(connection, answer.body);
+    uint64_t sent = 0;
+    while (sent < answer.length) {
+        const std::string_view piece = answer.file->read(sent);
+        if (piece.empty()) {
+            if (answer.file->isReset())
+                connection.reset();
+            return false;
+        }
+        if (!sendAtRate(connection, piece))
+            return false;
+        sent += piece.size();
+    }
+    return true;
+}
+
+bool Origin::sendAtRate(WebConnection& connection, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const std::string_view piece = bytes.substr(0, m_limiter.pieceSize());
+        if (!m_limiter.pass(piece.size()) || !connection.send(piece))
+            return false;
+        bytes.remove_prefix(piece.size());
+    }
+    return true;
 }
 
 std::string Origin::url(const std::string& path) const {
-    return "http://" + std::string(kHost) + ":" + std::to_string(port()) + encodedPath(path);
+    return "http://127.0.0.1:" + std::to_string(port()) + encodedPath(path);
 }
 
 std::vector<std::string> Origin::presentations() const {
     std::vector<std::string> urls;
-    for (const std::string& path : m_server->folder().presentations())
+    for (const std::string& path : m_folder.presentations())
         urls.push_back(url(path));
     return urls;
-}
-
-void Origin::stop() {
-    m_server->stopServing();
 }
 
 } // namespace hastool

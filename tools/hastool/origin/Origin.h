@@ -2,14 +2,19 @@
 #pragma once
 
 #include "FaultRules.h"
+#include "OriginAnswer.h"
+#include "RateLimiter.h"
 #include "RateProfile.h"
+#include "ServedFolder.h"
+#include "Validators.h"
+#include "WebServer.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace hastool {
@@ -31,11 +36,11 @@ class Origin {
 public:
     /// @throws ToolError for a folder that is none, a rule that is none, and a port that is taken
     explicit Origin(OriginOptions options);
-    ~Origin();
+    ~Origin() { stop(); }
     Origin(const Origin&) = delete;
     Origin& operator=(const Origin&) = delete;
 
-    uint16_t port() const;
+    uint16_t port() const { return m_server.port(); }
     /// @param path  decoded, from the root: "/hls/master.m3u8"
     std::string url(const std::string& path) const;
     /// URLs of the presentations that are there.
@@ -45,9 +50,23 @@ public:
     void stop();
 
 private:
-    class Server;
+    void serve(WebConnection& connection);
+    OriginAnswer answer(const WebRequest& request);
+    std::optional<Fault> faultOf(const WebRequest& request, const std::string& path,
+                                 const std::optional<std::filesystem::path>& file);
+    OriginAnswer folder(const std::string& path) const;
+    OriginAnswer file(const WebRequest& request, const std::filesystem::path& file,
+                      const std::optional<Fault>& fault);
+    static bool judge(const WebRequest& request, const Validators& validators,
+                      OriginAnswer& answer);
+    bool send(WebConnection& connection, const WebRequest& request, OriginAnswer& answer);
+    bool sendAtRate(WebConnection& connection, std::string_view bytes);
 
-    std::unique_ptr<Server> m_server;
+    const ServedFolder m_folder;
+    FaultRules m_faults;
+    const std::function<void(const std::string&, const Fault&)> m_onFault;
+    RateLimiter m_limiter;
+    WebServer m_server;
 };
 
 } // namespace hastool

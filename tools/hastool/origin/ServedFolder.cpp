@@ -1,5 +1,6 @@
 #include "ServedFolder.h"
 
+#include <hastool/base/PercentCoding.h>
 #include <hastool/base/ToolError.h>
 #include <hastool/formats/dash/DashManifest.h>
 #include <hastool/formats/smooth/SmoothManifest.h>
@@ -166,20 +167,7 @@ std::string contentType(const fs::path& file) {
 }
 
 std::string encodedPath(const std::string& path) {
-    constexpr char kPlain[] = "-._~/()=,@:+!*'";
-    constexpr char kHex[] = "0123456789ABCDEF";
-    std::string result;
-    for (const char letter : path) {
-        const auto byte = static_cast<unsigned char>(letter);
-        const bool isWord = (letter >= '0' && letter <= '9') || (letter >= 'A' && letter <= 'Z') ||
-                            (letter >= 'a' && letter <= 'z');
-        if (isWord ||
-            (letter != '\0' && std::string_view(kPlain).find(letter) != std::string_view::npos))
-            result += letter;
-        else
-            result.append({'%', kHex[byte >> 4], kHex[byte & 0xF]});
-    }
-    return result;
+    return percentEncoded(path, "/()=,@:+!*'");
 }
 
 std::optional<fs::path> builtInPresentations() {

@@ -1,6 +1,7 @@
 #include "Validators.h"
 
 #include <array>
+#include <charconv>
 #include <ctime>
 #include <optional>
 
@@ -22,12 +23,9 @@ std::optional<int64_t> parseDate(const std::string& text) {
 }
 
 std::string hexOf(uint64_t value) {
-    constexpr char digits[] = "0123456789abcdef";
-    std::string text;
-    do
-        text.insert(text.begin(), digits[value & 15]);
-    while ((value >>= 4) != 0);
-    return text;
+    std::array<char, 16> text{};
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), value, 16);
+    return {text.data(), end.ptr};
 }
 
 } // namespace

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-using hastool::fromBase64;
 using hastool::psshDataText;
 using hastool::toBase64;
 using test::be;
@@ -15,30 +14,6 @@ namespace {
 const std::string kId(16, 'i');
 
 } // namespace
-
-TEST(PsshText, Base64GoesBothWays) {
-    const std::pair<std::string, std::string> rows[] = {
-        {"", ""},
-        {"f", "Zg=="},
-        {"fo", "Zm8="},
-        {"foo", "Zm9v"},
-        {"foob", "Zm9vYg=="},
-        {"fooba", "Zm9vYmE="},
-        {"foobar", "Zm9vYmFy"},
-        {"\xFF\xEF\xBE", "/+++"},
-        {std::string(3, '\0'), "AAAA"},
-    };
-    for (const auto& [bytes, text] : rows) {
-        EXPECT_EQ(toBase64(bytes), text);
-        EXPECT_EQ(fromBase64(text), bytes);
-    }
-}
-
-TEST(PsshText, WhatIsNotBase64IsRefused) {
-    for (const char* text :
-         {"A", "AA", "AAA", "AAAAA", "A===", "====", "AA=A", "AA A", "AAA\n", "A-_A"})
-        EXPECT_FALSE(psshDataText(text)) << text;
-}
 
 TEST(PsshText, DataStaysAsItIs) {
     EXPECT_EQ(psshDataText(""), "");

@@ -1,0 +1,15 @@
+// Text in URLs (RFC 3986, section 2.1).
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace hastool {
+
+/// Text with each escape replaced by its byte. What is no escape stays.
+std::string percentDecoded(std::string_view text);
+
+/// Text with each byte escaped but letters, digits, "-", ".", "_", "~" and those that are named.
+std::string percentEncoded(std::string_view text, std::string_view plain = {});
+
+} // namespace hastool

@@ -1,0 +1,32 @@
+// What an origin answers.
+#pragma once
+
+#include "FileAnswer.h"
+#include "WebRequest.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace hastool {
+
+/// The head of an answer and what its body is.
+struct OriginAnswer {
+    int status = 200;
+    std::vector<std::pair<std::string, std::string>> headers;
+    std::string body;               ///< where there is no file
+    std::optional<FileAnswer> file; ///< of that many bytes:
+    uint64_t length = 0;
+
+    /// A body and what it is.
+    void setBody(const std::string& text, const std::string& type);
+
+    /// The head as it is sent (RFC 9112, section 4), with the headers that all answers have.
+    std::string head(const WebRequest& request) const;
+    /// How many bytes of body the head announces.
+    uint64_t bodyLength() const { return file ? length : body.size(); }
+};
+
+} // namespace hastool
