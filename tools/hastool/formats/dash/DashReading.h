@@ -1,0 +1,73 @@
+// How far a track of a DASH presentation has been read.
+#pragma once
+
+#include "DashManifest.h"
+#include "DashSegments.h"
+#include <hastool/formats/LiveWait.h>
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace hastool {
+
+/// A segment of a representation in a period of the manifest at hand.
+struct DashFound {
+    size_t period = 0;
+    const DashRepresentation* representation = nullptr;
+    DashSegment segment;
+};
+
+/// The place of one track: nowhere until it joins, then behind the segments that it was given.
+class DashReading {
+public:
+    explicit DashReading(LiveWait itsWait)
+        : wait(std::move(itsWait)) {}
+
+    bool isJoined() const { return m_isJoined; }
+    /// Goes to a time, to be read from there on.
+    void join(double time);
+    /// Goes nowhere, to join anew.
+    void leave() { m_isJoined = false; }
+
+    /// Seconds of the presentation before the next segment.
+    double time() const { return m_time; }
+    /// The period that it reads, or is about to.
+    size_t period() const { return m_period; }
+
+    /// What comes next in a period, its own or a later one: in the representation that was read
+    /// last the segment behind the last one, in another one that which follows in time. A new
+    /// period is read from its begin, however far the last segment of the one before reached into
+    /// it.
+    std::optional<DashSegment> next(const DashPeriod& period, size_t number,
+                                    const DashRepresentation& representation,
+                                    const DashSegmentList& list, const DashWindow& window) const;
+    /// Whether a period lies before the place, so that nothing of it is to be read.
+    bool isBehind(const DashPeriod& period) const;
+    /// Whether a segment of another period than the last one breaks the track's time.
+    bool isBreak(const DashFound& found) const { return !m_isFirst && found.period != m_period; }
+    /// How many segments there should have been between the place and a segment.
+    uint64_t lostBefore(const DashFound& found, const DashPeriod& period) const;
+    /// Puts the place behind a segment.
+    void moveBehind(const DashFound& found, const DashPeriod& period);
+    /// Finds the place in the manifest as it is now, which may have lost periods at its begin, or
+    /// got others between.
+    void findIn(const std::vector<DashPeriod>& periods);
+
+    LiveWait wait; ///< its own: what stands still is not hidden by what goes on
+
+private:
+    double m_time = 0;
+    size_t m_period = 0;
+    std::string m_periodId; ///< what that period is known by in the next state of the manifest
+    double m_periodStart = 0;
+    bool m_hasBegun = false; ///< a segment of that period was given:
+    std::string m_representation;
+    DashSegment m_last;
+    bool m_isJoined = false;
+    bool m_isFirst = true; ///< nothing was given since it joined
+};
+
+} // namespace hastool

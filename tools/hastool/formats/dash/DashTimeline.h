@@ -1,0 +1,58 @@
+// Which segments of a DASH presentation there are at a time.
+#pragma once
+
+#include "DashLoader.h"
+#include "DashSegments.h"
+#include "SegmentIndex.h"
+
+#include <map>
+#include <optional>
+#include <string>
+
+namespace hastool {
+
+/// The periods' segments, of the manifest as it is now.
+class DashTimeline {
+public:
+    /// Where a live presentation stands.
+    struct Edge {
+        double time = 0;    ///< seconds of the presentation
+        double segment = 0; ///< length of the last segment, in seconds
+    };
+
+    /// @param loader  borrowed
+    explicit DashTimeline(const DashLoader& loader)
+        : m_loader(loader) {}
+
+    /// To be called when the manifest has been loaded again: what came from it is gone.
+    void forget() { m_lists.clear(); }
+
+    /// What is to be had now: all of a static presentation, and of a dynamic one what its server
+    /// has and still keeps.
+    DashWindow window() const;
+    /// Where the last segment that is there ends, of the streams that are played for their picture;
+    /// nothing while there is none.
+    std::optional<Edge> edge();
+    /// Whether nothing will be added to a period.
+    /// @param time  up to which it was read, in seconds
+    bool isOver(const DashPeriod& period, double time) const;
+    /// The segments of a representation; valid until forget(). May fetch its index.
+    /// @throws ToolError for one that cannot be used
+    const DashSegmentList& segments(const DashPeriod& period,
+                                    const DashRepresentation& representation);
+
+private:
+    const SegmentIndex* index(const DashRepresentation& representation);
+
+    const DashLoader& m_loader;
+    std::map<const DashRepresentation*, DashSegmentList> m_lists; ///< of the manifest at hand
+    std::map<std::string, SegmentIndex> m_indexes;                ///< by URL and range
+};
+
+/// Times of periods that differ by less are the same: ends are rounded.
+constexpr double kDashTolerance = 0.001;
+
+/// When a period ends, in seconds of the presentation; never where that is not known.
+double dashEndOf(const DashPeriod& period);
+
+} // namespace hastool
