@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 
 max_file=600
 max_function=60
-folders=(Src tools fuzz bench examples)
+folders=(Src tools tests fuzz bench examples)
 # Longer files, each with its reason.
 exempt_file() {
     case "$1" in
