@@ -66,8 +66,8 @@ Names exportedNames() {
 }
 
 /// What a class's table holds, word by word: the names of what a word points to, "hidden" for what
-/// the library does not export, the number for what is none of its addresses. The first two words
-/// are the offset to the object's top and the type information.
+/// the library does not export, the number itself for what is not one of its addresses. The first
+/// two words are the offset to the object's top and the type information.
 std::vector<std::set<std::string>> wordsOf(const std::string& mangledClass) {
     static const Names names = exportedNames();
     void* const start = dlsym(library(), ("_ZTV" + mangledClass).c_str());

@@ -22,7 +22,7 @@ public:
     int run();
 
 private:
-    /// Nothing, and why in `failure`, where the options give none.
+    /// The initialisation vector; nothing, and why in `failure`, where the options do not give it.
     std::optional<AesBytes> vector(std::string& failure) const;
     void decrypt(const AesBytes& key, const AesBytes& iv) const;
 

@@ -116,7 +116,7 @@ void PlayCommand::addSwitcherOptions() {
         ->type_name("SECONDS");
 }
 
-/// What CLI11 does not parse. @throws ToolError for text that is none
+/// What CLI11 does not parse. @throws ToolError for a text that cannot be read
 void PlayCommand::completeOptions() {
     m_options.bufferGoal = inMilliseconds(m_bufferGoal);
     m_options.liveTimeout = inMilliseconds(m_liveTimeout);

@@ -12,8 +12,8 @@ namespace hastool {
 /// The most that can be asked for: eleven days.
 constexpr double kMaxSeconds = 1000000;
 
-/// Takes numbers from `least` to kMaxSeconds, and says of another text whether it is no number or
-/// which numbers are meant.
+/// Takes numbers from `least` to kMaxSeconds, and says of another text that it is no number, or
+/// which numbers it takes.
 inline CLI::Validator secondsCheck(int least = 0) {
     return CLI::Validator(
         [least](const std::string& text) {

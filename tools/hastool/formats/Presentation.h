@@ -70,7 +70,7 @@ struct MediaPart {
 struct MediaPiece {
     MediaPart media;
     std::optional<MediaPart> init; ///< what the media cannot be decoded without
-    /// Makes that from the media, for a format that has none to fetch; null otherwise.
+    /// Makes that from the media, for a format without an initialisation to fetch; null otherwise.
     std::function<std::string(std::string_view media)> makeInit;
     uint64_t index = 0; ///< its number in the stream
     double seconds = 0;

@@ -62,7 +62,7 @@ bool PacketFinder::takePacket(bool isEnd) {
     return true;
 }
 
-/// The distance of the packets that begin at a sync byte; 0 where none do.
+/// The distance of the packets that begin at a sync byte; 0 where no packet does.
 size_t PacketFinder::strideAt(size_t at) const {
     if (m_buffer[at] != kTsSync)
         return 0;

@@ -18,7 +18,7 @@ using PidMap = std::map<int, int>;
 /// @return nothing when one cannot be read, or two have a side in common
 std::optional<PidMap> parsePidMap(const std::vector<std::string>& texts, std::string& failure);
 
-/// The new PID; the old one where there is none.
+/// The new PID; the old one for a PID that keeps its number.
 inline int mapped(const PidMap& map, int pid) {
     const auto found = map.find(pid);
     return found != map.end() ? found->second : pid;

@@ -11,7 +11,7 @@ constexpr uint64_t kHasType = 0x1; // auxiliary information: its type is given
 constexpr uint64_t kSubsamples = 0x2;
 constexpr size_t kKeyIdSize = 16;
 
-/// Is-protected, IV size, key id, and an IV for all samples where they have none of their own.
+/// Is-protected, IV size, key id, and an IV for all samples where no sample has its own.
 void readEncryption(BoxFields& box, bool hasPattern) {
     const uint64_t pattern = box.number(1);
     if (hasPattern && !box.isCut()) {

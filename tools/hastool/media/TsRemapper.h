@@ -42,7 +42,7 @@ public:
     uint64_t rewritten() const { return m_rewritten; }
 
 private:
-    /// A packet, or bytes that are none.
+    /// A packet, or bytes outside of packets.
     struct Item {
         TsUnit unit;
         int pid = -1; ///< as it came; -1 for bytes

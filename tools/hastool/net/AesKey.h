@@ -18,7 +18,7 @@ std::optional<AesBytes> parseAesBytes(const std::string& text);
 /// big-endian and filled up with zeros in front. Nothing for other text.
 std::optional<AesBytes> parseIvAttribute(const std::string& text);
 
-/// The initialisation vector of a segment whose playlist gives none (RFC 8216, 5.2).
+/// The initialisation vector of a segment whose playlist gives no vector (RFC 8216, 5.2).
 AesBytes ivOfSequence(uint64_t sequence);
 
 } // namespace hastool

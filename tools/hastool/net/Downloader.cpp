@@ -82,8 +82,8 @@ bool Downloader::pump() {
     return m_running > 0 || !m_queue.empty();
 }
 
-/// A unit stays with the host that it served first. A download for which no unit is left waits; one
-/// that finds none although nothing runs gets a fresh engine.
+/// A unit stays with the host that it served first. A download for which no unit is left waits;
+/// where nothing runs that could free one, it gets a fresh engine.
 void Downloader::beginQueued() {
     for (size_t i = 0; i < m_queue.size() && m_running < m_parallel;) {
         Transfer& transfer = *m_transfers.at(m_queue[i]);

@@ -82,7 +82,7 @@ FaultRules::Rule FaultRules::parse(const std::string& text) {
 
 std::optional<Fault> FaultRules::take(const std::string& path,
                                       const std::function<std::optional<uint64_t>()>& segment) {
-    std::optional<std::optional<uint64_t>> number; // not known, or none
+    std::optional<std::optional<uint64_t>> number; // not asked for yet, or: it is no segment
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (Rule& rule : m_rules) {
         if (rule.left == uint64_t{0})

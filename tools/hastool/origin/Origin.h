@@ -34,7 +34,8 @@ struct OriginOptions {
 /// The profile holds for all of them together and begins with the first answer.
 class Origin {
 public:
-    /// @throws ToolError for a folder that is none, a rule that is none, and a port that is taken
+    /// @throws ToolError for a root that is no folder, a text that is no rule, and a port that is
+    /// taken
     explicit Origin(OriginOptions options);
     ~Origin() { stop(); }
     Origin(const Origin&) = delete;

@@ -7,8 +7,8 @@
 
 namespace hastool {
 
-/// The number of a media segment in its stream, from 1; nothing for what is none, as manifests,
-/// keys and initialisations.
+/// The number of a media segment in its stream, from 1; nothing for a file that is no segment, such
+/// as a manifest, a key or an initialisation.
 ///
 /// A file with several fragments is a stream: the number is that of the fragment at `offset`. Any
 /// other file counts among those of its folder whose names differ from its own in the last group of

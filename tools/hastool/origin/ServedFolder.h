@@ -41,7 +41,7 @@ std::string encodedPath(const std::string& path);
 /// been made.
 std::optional<std::filesystem::path> builtInPresentations();
 
-/// What to say where there are none.
+/// What to say where there are no built-in presentations.
 constexpr char kPresentationsMissing[] =
     "the built-in presentations have not been made; \"cmake --build build/release --target "
     "presentations\" makes them, as scripts/demo.sh does, or name another folder";

@@ -28,7 +28,7 @@ public:
 
     /// Whether a GET or HEAD request is to be answered, by its If-Match, If-Unmodified-Since,
     /// If-None-Match and If-Modified-Since in the standard's order (13.2.2). A date that cannot be
-    /// read is none.
+    /// read counts as not given.
     Verdict judge(const Header& header) const;
     /// Whether the range of a request holds, by its If-Range (13.1.5).
     bool allowsRange(const Header& header) const;

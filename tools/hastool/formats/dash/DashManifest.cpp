@@ -117,7 +117,7 @@ std::optional<double> Parser::duration(const XmlElement& element, const char* na
     return seconds;
 }
 
-/// A number that fits an int; 0 where there is none.
+/// A number that fits an int; 0 where it is missing.
 int Parser::positive(const XmlElement& element, const char* name) const {
     const XmlAttributes attributes(element, m_url);
     const uint64_t value = attributes.number(name).value_or(0);

@@ -104,7 +104,7 @@ constexpr size_t kMaxDashPeriods = 10000;
 constexpr size_t kMaxDashRemotes = 100; ///< that stand elsewhere; each is fetched by itself
 constexpr size_t kMaxDashRuns = 500000;
 
-/// Whether a document may be meant as one: its outermost element is an MPD.
+/// Whether a document looks like a DASH manifest: its outermost element is an MPD.
 bool looksLikeDash(const std::string& text);
 
 /// Fetches what stands elsewhere, by the absolute URL. @throws ToolError when that fails

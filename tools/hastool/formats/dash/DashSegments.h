@@ -41,7 +41,7 @@ class DashSegmentList {
 public:
     /// @param addressing  borrowed
     /// @param index       what the representation's index range holds, borrowed; null when there is
-    ///                    none
+    ///                    no such range
     /// @param where       names the manifest in messages. @throws ToolError for numbers that
     ///                    overflow, and for a list without URLs
     DashSegmentList(const DashAddressing& addressing, const DashPeriod& period,

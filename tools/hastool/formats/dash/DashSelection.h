@@ -14,13 +14,13 @@ namespace hastool {
 /// whose role is main, or else the first. Sets of other kinds are not played. Where a period has
 /// only audio, it is what the main track plays.
 /// @param isAudio  the track beside the main one
-/// @return nothing when the period has none
+/// @return nothing when the period has no such set
 std::vector<const DashRepresentation*> selectRepresentations(const DashPeriod& period,
                                                              bool isAudio);
 
 /// The one that stands for a bitrate: the highest up to it, or the lowest.
 /// @param representations  in ascending order
-/// @return null when there is none
+/// @return null for no representations
 const DashRepresentation*
 matchBitrate(const std::vector<const DashRepresentation*>& representations, int bitrate);
 

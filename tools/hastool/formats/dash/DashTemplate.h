@@ -17,7 +17,7 @@ struct DashTemplateValues {
 /// Replaces `$RepresentationID$`, `$Number$`, `$Bandwidth$` and `$Time$`, the numbers also with a
 /// width ("$Number%05d$"), and `$$`.
 /// @param where  names the manifest in messages. @throws ToolError for an unknown identifier, a
-///               format that is none, or a "$" without its other half
+///               width that is no number, or a "$" without its other half
 std::string expandDashTemplate(const std::string& text, const DashTemplateValues& values,
                                const std::string& where);
 

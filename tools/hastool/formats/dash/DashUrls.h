@@ -18,7 +18,7 @@ public:
     /// @throws ToolError for a BaseURL that is not HTTP
     DashUrls(const DashRepresentation& representation, const std::string& manifestUrl);
 
-    /// @throws ToolError for a template that is none, or a URL that is not HTTP
+    /// @throws ToolError for a template that cannot be filled in, or a URL that is not HTTP
     Resource media(const DashSegment& segment) const;
     /// What has to be known before the segments; nothing where they stand alone.
     /// @throws ToolError as media()
@@ -26,7 +26,7 @@ public:
     /// What has to be known before the segments, where the manifest itself has it (a data URL, RFC
     /// 2397). @throws ToolError for one that is not base64
     std::optional<std::string> inlineInit() const;
-    /// Where the index of the segments is; nothing where there is none.
+    /// Where the index of the segments is; nothing where the segments have no index.
     std::optional<Resource> index() const;
 
 private:

@@ -287,7 +287,7 @@ void Parser::onStreamInf(std::string_view value) {
     m_variant = std::move(variant);
 }
 
-/// A date that cannot be read is as good as none.
+/// A date that cannot be read counts as not given.
 void Parser::onDateTime(std::string_view value) {
     m_pending.dateTime = parseIsoDateTime(std::string(value));
 }

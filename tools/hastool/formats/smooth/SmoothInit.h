@@ -1,4 +1,4 @@
-// Initialisations for Smooth Streaming, which sends none.
+// Initialisations for Smooth Streaming, which sends no initialisations.
 #pragma once
 
 #include "SmoothManifest.h"

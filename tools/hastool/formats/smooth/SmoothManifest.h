@@ -53,13 +53,14 @@ struct SmoothManifest {
 /// The most chunks that a manifest may list.
 constexpr size_t kMaxSmoothChunks = 500000;
 
-/// Whether a document may be meant as one, by its outermost element.
+/// Whether a document looks like a Smooth Streaming manifest, by its outermost element.
 bool looksLikeSmooth(const std::string& text);
 
-/// Parses a manifest. The time of a chunk that has none is where the one before ends, and the
-/// duration of one that has none lasts to the next one, or to the end.
-/// @param url  names it in messages. @throws ToolError for what is none, or for a value in it that
-///             cannot be used
+/// Parses a manifest. A chunk without a time begins where the one before it ends, and one without a
+/// duration lasts to the next one, or to the end.
+/// @param url  names it in messages. @throws ToolError for what is no manifest, or for a value in
+/// it
+///             that cannot be used
 SmoothManifest parseSmoothManifest(const std::string& text, const std::string& url);
 
 /// Fills in a template: `{bitrate}`, `{start time}` and `{CustomAttributes}` in their spellings.

@@ -158,7 +158,8 @@ json readOf(const DashPeriod& period, const DashRepresentation& representation) 
 
 /// The differences that hold for a kind of manifest, whichever it is.
 bool isByRule(const std::string& field, const DashAddressing& addressing) {
-    // What stands before the index is the initialisation (5.3.9.2.2, 6.3.4.2): theirs is none.
+    // What stands before the index is the initialisation (5.3.9.2.2, 6.3.4.2): theirs does not
+    // stand there.
     if (field == "init" && addressing.kind == DashAddressing::Kind::Base && addressing.indexRange)
         return true;
     // Without times, a template stands for one segment (5.3.9.2.2): theirs is open.
