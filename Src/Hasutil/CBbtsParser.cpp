@@ -1,6 +1,7 @@
 #include <Hasutil/CBbtsParser.h>
 
 #include <Hascommon/detail/Log.h>
+#include <Hasutil/detail/ByteReader.h>
 
 #include <algorithm>
 #include <cstring>
@@ -8,22 +9,23 @@
 
 namespace {
 
+using hascommon::detail::ByteReader;
+
 constexpr unsigned int kPacket = 188;
 constexpr unsigned char kSync = 0x47;
 constexpr unsigned int kHeader = 4;
+constexpr unsigned int kPid = 0x1FFF;    // the bits of a PID, of the two bytes that hold it
+constexpr unsigned int kLength = 0x0FFF; // those of a length
 constexpr unsigned int kPatPid = 0;
 constexpr unsigned int kCatPid = 1;
 constexpr unsigned int kCaTag = 9;
+constexpr unsigned int kCaPrivate = 1;     // the kind of private data that is kept
 constexpr unsigned int kTableHead = 8;     // from the section's start to a PAT's or CAT's entries
 constexpr unsigned int kPmtHead = 12;      // to a PMT's program descriptors
 constexpr unsigned int kHeadAndCrc = 9;    // counted in the section length beside the entries
 constexpr unsigned int kCaPrivateHead = 8; // from a CA descriptor's start to its private data
 
 enum Kind : unsigned int { kPat = 1, kCat = 2, kPmt = 3, kEcm = 4, kOther = 5 };
-
-unsigned int pidOf(unsigned int high, unsigned int low) {
-    return ((high & 0x1F) << 8) | low;
-}
 
 void keepPacket(unsigned char (&copy)[kPacket + 1], const unsigned char* packet,
                 unsigned int size) {
@@ -32,53 +34,44 @@ void keepPacket(unsigned char (&copy)[kPacket + 1], const unsigned char* packet,
 }
 
 /// The header's fields, without its kind; zeros for a packet cut in its header.
-CBbtsParser::TS_HEADER headerOf(const unsigned char* packet, unsigned int size) {
+CBbtsParser::TS_HEADER headerOf(ByteReader packet) {
     CBbtsParser::TS_HEADER header{0, 0, 0, 0, kOther};
-    if (size < kHeader)
+    unsigned int pid = 0;
+    unsigned int control = 0;
+    if (!packet.skip(1) || !packet.u16(pid) || !packet.u8(control))
         return header;
-    header.PID = pidOf(packet[1], packet[2]);
-    header.transport_scrambling_control = static_cast<unsigned char>(packet[3] >> 6);
-    header.adaptation_field_control = static_cast<unsigned char>((packet[3] >> 4) & 3);
-    if (header.adaptation_field_control >= 2 && size > kHeader)
-        header.adaptation_field_length = packet[kHeader];
+    header.PID = pid & kPid;
+    header.transport_scrambling_control = static_cast<unsigned char>(control >> 6);
+    header.adaptation_field_control = static_cast<unsigned char>((control >> 4) & 3);
+    if (header.adaptation_field_control >= 2)
+        packet.u8(header.adaptation_field_length);
     return header;
 }
 
+/// The table section of a packet, as far as the packet goes; empty where it has none.
+ByteReader sectionOf(ByteReader packet, const CBbtsParser::TS_HEADER& header) {
+    unsigned int pointer = 0;
+    if (!packet.skip(kHeader + header.adaptation_field_length) || !packet.u8(pointer))
+        return {};
+    // One byte earlier than the pointer says, see the class.
+    if (pointer > 1 && !packet.skip(pointer - 1))
+        return {};
+    return packet.rest();
+}
+
+/// A length at `at`; 0 where the section does not hold it.
+unsigned int lengthAt(ByteReader section, unsigned int at) {
+    unsigned int length = 0;
+    return section.skip(at) && section.u16(length) ? length & kLength : 0;
+}
+
+/// Where the entries of a PAT or a CAT end.
+unsigned int entriesEnd(const ByteReader& section) {
+    const unsigned int all = lengthAt(section, 1);
+    return kTableHead + (all > kHeadAndCrc ? all - kHeadAndCrc : 0);
+}
+
 } // namespace
-
-/// The table section of a packet, as far as the packet goes.
-class CBbtsParser::Section {
-public:
-    Section(const unsigned char* packet, unsigned int size, const TS_HEADER& header)
-        : m_packet(packet)
-        , m_size(size)
-        , m_start(size) {
-        const unsigned int pointerAt = kHeader + header.adaptation_field_length;
-        if (pointerAt >= size)
-            return;
-        const unsigned int pointer = packet[pointerAt];
-        m_start = pointer != 0 ? pointerAt + pointer : pointerAt + 1;
-    }
-
-    bool holds(unsigned int at, unsigned int count) const { return m_start + at + count <= m_size; }
-    /// A byte that it holds.
-    unsigned int operator[](unsigned int at) const { return m_packet[m_start + at]; }
-    const unsigned char* bytes(unsigned int at) const { return m_packet + m_start + at; }
-    /// A length of 12 bits at `at`; 0 where it is not held.
-    unsigned int length(unsigned int at) const {
-        return holds(at, 2) ? (((*this)[at] & 0x0F) << 8) | (*this)[at + 1] : 0;
-    }
-    /// Bytes of the entries of a PAT or a CAT.
-    unsigned int entries() const {
-        const unsigned int all = length(1);
-        return all > kHeadAndCrc ? all - kHeadAndCrc : 0;
-    }
-
-private:
-    const unsigned char* m_packet;
-    unsigned int m_size;
-    unsigned int m_start;
-};
 
 CBbtsParser::CBbtsParser() = default;
 
@@ -110,11 +103,12 @@ int CBbtsParser::TsParser(unsigned char* packet, unsigned int size, TS_HEADER& h
         return 0;
     }
     size = std::min(size, kPacket);
-    header = headerOf(packet, size);
+    const ByteReader bytes(packet, size);
+    header = headerOf(bytes);
     if (size < kHeader)
         return 1;
     header.packet_kind = kindOf(header.PID);
-    const Section section(packet, size, header);
+    const ByteReader section = sectionOf(bytes, header);
     if (header.packet_kind == kPat)
         readPat(section);
     if (header.packet_kind == kCat)
@@ -138,48 +132,61 @@ unsigned int CBbtsParser::kindOf(unsigned int pid) const {
     return pid == m_ecmPid ? kEcm : kOther;
 }
 
-void CBbtsParser::readPat(const Section& section) {
-    const unsigned int end = kTableHead + section.entries();
-    for (unsigned int at = kTableHead; at < end && section.holds(at, 4); at += 4) {
-        const bool isProgram = (section[at] | section[at + 1]) != 0; // program 0 is the network
-        if (isProgram)
-            m_pmtPid = pidOf(section[at + 2], section[at + 3]);
+void CBbtsParser::readPat(ByteReader section) {
+    const unsigned int end = entriesEnd(section);
+    if (!section.skip(kTableHead))
+        return;
+    unsigned int program = 0;
+    unsigned int pid = 0;
+    while (section.at() < end && section.u16(program) && section.u16(pid)) {
+        if (program != 0) // program 0 is the network
+            m_pmtPid = pid & kPid;
     }
 }
 
-void CBbtsParser::readCat(const Section& section) {
-    const unsigned int end = kTableHead + section.entries();
-    unsigned int at = kTableHead;
-    while (at < end && section.holds(at, 3)) {
-        const unsigned int length = section[at + 2];
-        const unsigned int step =
-            section[at] == kCaTag ? readCaDescriptor(section, at, length) : length;
-        if (step == 0) // it would stand here for ever
+void CBbtsParser::readCat(ByteReader section) {
+    const unsigned int end = entriesEnd(section);
+    if (!section.skip(kTableHead))
+        return;
+    while (section.at() < end) {
+        ByteReader descriptor = section.rest();
+        unsigned int tag = 0;
+        unsigned int length = 0;
+        if (!descriptor.u8(tag) || !descriptor.skip(1) || !descriptor.u8(length))
             return;
-        at += step;
+        const unsigned int step = tag == kCaTag ? readCaDescriptor(section.rest(), length) : length;
+        if (step == 0 || !section.skip(step)) // a step of 0 would never end
+            return;
     }
 }
 
-void CBbtsParser::readPmt(const Section& section) {
+void CBbtsParser::readPmt(ByteReader section) {
     // The elementary streams behind the program descriptors tell nothing that is kept.
-    const unsigned int end = kPmtHead + section.length(10);
-    unsigned int at = kPmtHead;
-    while (at < end && section.holds(at, 2)) {
-        const unsigned int length = section[at + 1];
-        at += section[at] == kCaTag ? readCaDescriptor(section, at, length) : 2 + length;
+    const unsigned int end = kPmtHead + lengthAt(section, 10);
+    if (!section.skip(kPmtHead))
+        return;
+    while (section.at() < end) {
+        ByteReader descriptor = section.rest();
+        unsigned int tag = 0;
+        unsigned int length = 0;
+        if (!descriptor.u8(tag) || !descriptor.u8(length))
+            return;
+        if (!section.skip(tag == kCaTag ? readCaDescriptor(section.rest(), length) : 2 + length))
+            return;
     }
 }
 
-unsigned int CBbtsParser::readCaDescriptor(const Section& section, unsigned int at,
-                                           unsigned int length) {
-    if (section.holds(at + 4, 2))
-        m_ecmPid = pidOf(section[at + 4], section[at + 5]);
-    const bool hasPrivate = length != 4 && section.holds(at + 6, 2) && section[at + 6] == 1;
-    if (!hasPrivate)
+unsigned int CBbtsParser::readCaDescriptor(ByteReader descriptor, unsigned int length) {
+    unsigned int pid = 0;
+    unsigned int kind = 0;
+    unsigned int size = 0;
+    if (!descriptor.skip(4) || !descriptor.u16(pid))
         return 2 + length;
-    const unsigned int size = section[at + 7];
-    if (section.holds(at + kCaPrivateHead, size))
-        keepPrivateData(section.bytes(at + kCaPrivateHead), size);
+    m_ecmPid = pid & kPid;
+    if (length == 4 || !descriptor.u8(kind) || !descriptor.u8(size) || kind != kCaPrivate)
+        return 2 + length;
+    if (descriptor.left() >= size)
+        keepPrivateData(descriptor.here(), size);
     return kCaPrivateHead + size;
 }
 

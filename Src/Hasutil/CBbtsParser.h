@@ -4,6 +4,10 @@
 
 #include <Hascommon/Export.h>
 
+namespace hascommon::detail {
+class ByteReader;
+}
+
 /// Looks at MPEG-TS packets one at a time and keeps what a descrambler needs: the PIDs of the
 /// program map table (from the PAT) and of the entitlement messages (from the CAT or the PMT), the
 /// private data of the CA descriptor, and the latest packet of both PIDs (ISO/IEC 13818-1).
@@ -94,13 +98,12 @@ public:
     /// @}
 
 private:
-    class Section;
+    using ByteReader = hascommon::detail::ByteReader;
 
     HAS_LOCAL unsigned int kindOf(unsigned int pid) const;
-    HAS_LOCAL void readPat(const Section& section);
-    HAS_LOCAL void readCat(const Section& section);
-    HAS_LOCAL void readPmt(const Section& section);
-    HAS_LOCAL unsigned int readCaDescriptor(const Section& section, unsigned int at,
-                                            unsigned int length);
+    HAS_LOCAL void readPat(ByteReader section);
+    HAS_LOCAL void readCat(ByteReader section);
+    HAS_LOCAL void readPmt(ByteReader section);
+    HAS_LOCAL unsigned int readCaDescriptor(ByteReader descriptor, unsigned int length);
     HAS_LOCAL void keepPrivateData(const unsigned char* bytes, unsigned int size);
 };
