@@ -7,11 +7,13 @@
 
 #include <memory>
 #include <string>
-#include <string_view>
 
 class CCENCMediaContent;
 
 namespace hascommon {
+namespace detail {
+class CencHandler;
+}
 
 /// The handler for Marlin. Segments pass as IDRMHandler and CCENCMediaContent say; everything not
 /// described here is as the interface has it.
@@ -69,7 +71,7 @@ public:
     void setContentProtectionInfo(int period, int representation, void* descriptors) override;
 
 private:
-    HAS_LOCAL bool takeType(std::string_view type);
+    HAS_LOCAL detail::CencHandler common();
 
     CONTENT_TYPE m_contentType;
     bool m_flag;

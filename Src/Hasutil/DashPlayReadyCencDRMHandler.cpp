@@ -4,6 +4,17 @@
 #include <Hasutil/detail/CencHandler.h>
 
 namespace hascommon {
+namespace {
+
+constexpr detail::CencTraits kTraits = {
+    "DashPlayReadyCencDRMHandler.cpp",
+    eDRM_TYPE_PLAYREADY,
+    false, // errors are kept
+    true,  // properties are logged
+    "",
+};
+
+} // namespace
 
 DashPlayReadyCencDRMHandler::DashPlayReadyCencDRMHandler(CONTENT_TYPE contentType, bool flag)
     : m_contentType(contentType)
@@ -14,13 +25,16 @@ DashPlayReadyCencDRMHandler::DashPlayReadyCencDRMHandler(CONTENT_TYPE contentTyp
 
 DashPlayReadyCencDRMHandler::~DashPlayReadyCencDRMHandler() = default;
 
+detail::CencHandler DashPlayReadyCencDRMHandler::common() {
+    return {kTraits, m_flag, m_lastError, *m_content};
+}
+
 int DashPlayReadyCencDRMHandler::GetLastErrorCode() {
     return m_lastError;
 }
 
 int DashPlayReadyCencDRMHandler::SetDRMProperty(Has_DRMPropertyType type, std::string value) {
-    HAS_LOG(" SetDRMProperty( %s, %d) ", value.c_str(), static_cast<int>(type));
-    return 1;
+    return common().SetDRMProperty(type, value);
 }
 
 int DashPlayReadyCencDRMHandler::AddSchemeInformation(int, int, MediaType, const std::string&) {
@@ -28,8 +42,7 @@ int DashPlayReadyCencDRMHandler::AddSchemeInformation(int, int, MediaType, const
 }
 
 int DashPlayReadyCencDRMHandler::UpdateSchemeInformation(int, int, MediaType, const std::string&) {
-    m_content->resetBuffer();
-    return 1;
+    return common().UpdateSchemeInformation();
 }
 
 int DashPlayReadyCencDRMHandler::DeletePeriod(int) {
@@ -37,14 +50,11 @@ int DashPlayReadyCencDRMHandler::DeletePeriod(int) {
 }
 
 int DashPlayReadyCencDRMHandler::OnContentStart(void*) {
-    m_lastError = 0;
-    m_content->init(eDRM_TYPE_PLAYREADY, m_flag);
-    return 1;
+    return common().OnContentStart();
 }
 
 int DashPlayReadyCencDRMHandler::GetUndecryptedData(int, int, unsigned int& size) {
-    size = m_content->getUndecryptedData();
-    return 1;
+    return common().GetUndecryptedData(size);
 }
 
 int DashPlayReadyCencDRMHandler::GetDRMDownloadInfo(int, int, int&, std::string&, unsigned char*&,
@@ -58,47 +68,23 @@ int DashPlayReadyCencDRMHandler::ProcessDRMInfo(int, int, int, unsigned int, uns
 }
 
 int DashPlayReadyCencDRMHandler::OnSegmentStart(int, int, int, void*, bool) {
-    if (m_lastError != 0) {
-        HAS_LOG_HANDLER_REFUSAL(m_lastError);
-        return 0;
-    }
-    m_content->startSegment();
-    return 1;
+    return common().OnSegmentStart();
 }
 
 int DashPlayReadyCencDRMHandler::ProcessSegmentData(int period, int representation,
                                                     const unsigned char* in, unsigned int inLen,
                                                     unsigned char* out, unsigned int& outLen) {
-    if (m_lastError != 0) {
-        HAS_LOG_HANDLER_REFUSAL(m_lastError);
-        return 0;
-    }
-    if (detail::processChunk(*m_content, period, representation, in, inLen, out, outLen) >= 0)
-        return 1;
-    HAS_LOG_PROCESS_FAILURE(period, representation);
-    return 0;
+    return common().ProcessSegmentData(period, representation, in, inLen, out, outLen);
 }
 
 int DashPlayReadyCencDRMHandler::ProcessSegmentFinalData(int period, int representation,
                                                          unsigned char*& out,
                                                          unsigned int& outLen) {
-    if (m_lastError != 0) {
-        HAS_LOG_HANDLER_REFUSAL(m_lastError);
-        return 0;
-    }
-    const int result = detail::finishSegment(*m_content, period, representation, out, outLen);
-    if (result < 0) {
-        HAS_LOG_FINAL_FAILURE(period, representation);
-    }
-    HAS_LOG("Final::out_len( %d ) ", static_cast<int>(outLen));
-    return result < 0 ? 0 : 1;
+    return common().ProcessSegmentFinalData(period, representation, out, outLen);
 }
 
 int DashPlayReadyCencDRMHandler::OnSegmentEnd(int, int) {
-    if (m_lastError == 0)
-        return 1;
-    HAS_LOG_HANDLER_REFUSAL(m_lastError);
-    return 0;
+    return common().OnSegmentEnd();
 }
 
 int DashPlayReadyCencDRMHandler::OnContentEnd() {
@@ -108,7 +94,7 @@ int DashPlayReadyCencDRMHandler::OnContentEnd() {
 void DashPlayReadyCencDRMHandler::SetExtendHandler(IDashDRMCallback*) {}
 
 void DashPlayReadyCencDRMHandler::ResetBuffer() {
-    m_content->resetBuffer();
+    common().ResetBuffer();
 }
 
 void DashPlayReadyCencDRMHandler::GetDRMErrorCode(int*) {}
@@ -119,8 +105,7 @@ void DashPlayReadyCencDRMHandler::SetDRMHeader(std::string) {}
 
 void DashPlayReadyCencDRMHandler::setContentProtectionInfo(int period, int representation,
                                                            void* descriptors) {
-    if (!detail::storeDescriptors(*m_content, period, representation, descriptors))
-        HAS_LOG("[* ERROR] no memory for descriptors ( %d, %d ) ", period, representation);
+    common().setContentProtectionInfo(period, representation, descriptors);
 }
 
 } // namespace hascommon

@@ -4,6 +4,17 @@
 #include <Hasutil/detail/CencHandler.h>
 
 namespace hascommon {
+namespace {
+
+constexpr detail::CencTraits kTraits = {
+    "DashQDRMCencDRMHandler.cpp",
+    eDRM_TYPE_QDRM,
+    true, // errors are kept
+    true, // properties are logged
+    "",
+};
+
+} // namespace
 
 DashQDRMCencDRMHandler::DashQDRMCencDRMHandler(CONTENT_TYPE contentType, bool flag)
     : m_contentType(contentType)
@@ -14,13 +25,16 @@ DashQDRMCencDRMHandler::DashQDRMCencDRMHandler(CONTENT_TYPE contentType, bool fl
 
 DashQDRMCencDRMHandler::~DashQDRMCencDRMHandler() = default;
 
+detail::CencHandler DashQDRMCencDRMHandler::common() {
+    return {kTraits, m_flag, m_lastError, *m_content};
+}
+
 int DashQDRMCencDRMHandler::GetLastErrorCode() {
     return m_lastError;
 }
 
 int DashQDRMCencDRMHandler::SetDRMProperty(Has_DRMPropertyType type, std::string value) {
-    HAS_LOG(" SetDRMProperty( %s, %d) ", value.c_str(), static_cast<int>(type));
-    return 1;
+    return common().SetDRMProperty(type, value);
 }
 
 int DashQDRMCencDRMHandler::AddSchemeInformation(int, int, MediaType, const std::string&) {
@@ -28,8 +42,7 @@ int DashQDRMCencDRMHandler::AddSchemeInformation(int, int, MediaType, const std:
 }
 
 int DashQDRMCencDRMHandler::UpdateSchemeInformation(int, int, MediaType, const std::string&) {
-    m_content->resetBuffer();
-    return 1;
+    return common().UpdateSchemeInformation();
 }
 
 int DashQDRMCencDRMHandler::DeletePeriod(int) {
@@ -37,14 +50,11 @@ int DashQDRMCencDRMHandler::DeletePeriod(int) {
 }
 
 int DashQDRMCencDRMHandler::OnContentStart(void*) {
-    m_lastError = 0;
-    m_content->init(eDRM_TYPE_QDRM, m_flag);
-    return 1;
+    return common().OnContentStart();
 }
 
 int DashQDRMCencDRMHandler::GetUndecryptedData(int, int, unsigned int& size) {
-    size = m_content->getUndecryptedData();
-    return 1;
+    return common().GetUndecryptedData(size);
 }
 
 int DashQDRMCencDRMHandler::GetDRMDownloadInfo(int, int, int&, std::string&, unsigned char*&,
@@ -58,48 +68,22 @@ int DashQDRMCencDRMHandler::ProcessDRMInfo(int, int, int, unsigned int, unsigned
 }
 
 int DashQDRMCencDRMHandler::OnSegmentStart(int, int, int, void*, bool) {
-    if (m_lastError != 0) {
-        HAS_LOG_HANDLER_REFUSAL(m_lastError);
-        return 0;
-    }
-    m_content->startSegment();
-    return 1;
+    return common().OnSegmentStart();
 }
 
 int DashQDRMCencDRMHandler::ProcessSegmentData(int period, int representation,
                                                const unsigned char* in, unsigned int inLen,
                                                unsigned char* out, unsigned int& outLen) {
-    if (m_lastError != 0) {
-        HAS_LOG_HANDLER_REFUSAL(m_lastError);
-        return 0;
-    }
-    if (detail::processChunk(*m_content, period, representation, in, inLen, out, outLen) >= 0)
-        return 1;
-    m_lastError = m_content->getLastErrorCode();
-    HAS_LOG_PROCESS_FAILURE(period, representation);
-    return 0;
+    return common().ProcessSegmentData(period, representation, in, inLen, out, outLen);
 }
 
 int DashQDRMCencDRMHandler::ProcessSegmentFinalData(int period, int representation,
                                                     unsigned char*& out, unsigned int& outLen) {
-    if (m_lastError != 0) {
-        HAS_LOG_HANDLER_REFUSAL(m_lastError);
-        return 0;
-    }
-    const int result = detail::finishSegment(*m_content, period, representation, out, outLen);
-    if (result < 0) {
-        m_lastError = m_content->getLastErrorCode();
-        HAS_LOG_FINAL_FAILURE(period, representation);
-    }
-    HAS_LOG("Final::out_len( %d ) ", static_cast<int>(outLen));
-    return result < 0 ? 0 : 1;
+    return common().ProcessSegmentFinalData(period, representation, out, outLen);
 }
 
 int DashQDRMCencDRMHandler::OnSegmentEnd(int, int) {
-    if (m_lastError == 0)
-        return 1;
-    HAS_LOG_HANDLER_REFUSAL(m_lastError);
-    return 0;
+    return common().OnSegmentEnd();
 }
 
 int DashQDRMCencDRMHandler::OnContentEnd() {
@@ -109,7 +93,7 @@ int DashQDRMCencDRMHandler::OnContentEnd() {
 void DashQDRMCencDRMHandler::SetExtendHandler(IDashDRMCallback*) {}
 
 void DashQDRMCencDRMHandler::ResetBuffer() {
-    m_content->resetBuffer();
+    common().ResetBuffer();
 }
 
 void DashQDRMCencDRMHandler::GetDRMErrorCode(int*) {}
@@ -120,8 +104,7 @@ void DashQDRMCencDRMHandler::SetDRMHeader(std::string) {}
 
 void DashQDRMCencDRMHandler::setContentProtectionInfo(int period, int representation,
                                                       void* descriptors) {
-    if (!detail::storeDescriptors(*m_content, period, representation, descriptors))
-        HAS_LOG("[* ERROR] no memory for descriptors ( %d, %d ) ", period, representation);
+    common().setContentProtectionInfo(period, representation, descriptors);
 }
 
 } // namespace hascommon

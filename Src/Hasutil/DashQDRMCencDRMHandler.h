@@ -11,6 +11,9 @@
 class CCENCMediaContent;
 
 namespace hascommon {
+namespace detail {
+class CencHandler;
+}
 
 /// The handler for QDRM. Segments pass as IDRMHandler and CCENCMediaContent say; everything not
 /// described here is as the interface has it.
@@ -63,6 +66,8 @@ public:
     void setContentProtectionInfo(int period, int representation, void* descriptors) override;
 
 private:
+    HAS_LOCAL detail::CencHandler common();
+
     CONTENT_TYPE m_contentType;
     bool m_flag;
     int m_lastError = 0;

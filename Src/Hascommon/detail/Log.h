@@ -7,6 +7,9 @@
 //     #define HAS_LOG_FILE "Curl.cpp"
 //     #define HAS_LOG_FUNCTION "Process"
 //
+// Either may be an expression, which is asked where the line stands: an implementation that several
+// classes share names the file of the one that it works for.
+//
 // A single line of another function is written with HAS_LOG_OF("Process", format, arguments...).
 // Arguments are cast to what the format takes; the compiler checks them.
 #pragma once

@@ -1,72 +1,65 @@
-// What the DRM handlers of Common Encryption have in common.
-//
-// The log lines are macros, because each is to carry the name of the handler's own file.
+// What the DRM handlers of Common Encryption do, each by a row of its own.
 #pragma once
 
-#include <Hascommon/detail/Log.h>
-#include <Hasutil/CCENCMediaContent.h>
+#include <Hasutil/DrmTypes.h>
 
-#include <new>
+#include <string>
+
+class CCENCMediaContent;
 
 namespace hascommon::detail {
 
-/// The last error after a DRM description that cannot be used.
-constexpr int kUnusableDescription = -51;
+/// In what one handler differs from another.
+struct CencTraits {
+    /// The source file that its log lines name.
+    const char* file;
+    /// The system that its content is begun for.
+    eDRM_TYPE type;
+    /// Whether the error of a segment becomes the last error, which later ones are refused for.
+    bool keepsErrors;
+    /// Whether a property that is set is logged.
+    bool logsProperties;
+    /// What the line at the end of a segment's data ends with.
+    const char* finalEnd;
+};
 
-/// Runs an operation of a content object. @return its result; -1 when there is no memory for it
-template<typename Operation>
-int withoutThrowing(const Operation& operation) {
-    try {
-        return operation();
-    } catch (const std::bad_alloc&) {
-        return -1;
-    }
-}
+/// A handler at work. It lives for one call and owns nothing: the members are the handler's, whose
+/// operations have the names of those here and forward to them.
+class CencHandler {
+public:
+    CencHandler(const CencTraits& traits, bool isSeparated, int& lastError,
+                CCENCMediaContent& content)
+        : m_traits(traits)
+        , m_isSeparated(isSeparated)
+        , m_lastError(lastError)
+        , m_content(content) {}
 
-/// Passes a chunk on. @return the content object's result; -1 without memory
-inline int processChunk(CCENCMediaContent& content, int period, int representation,
-                        const unsigned char* in, unsigned int inLen, unsigned char* out,
-                        unsigned int& outLen) {
-    return withoutThrowing([&] {
-        // Its parameter is not const, but it only reads.
-        return content.process(period, representation, const_cast<unsigned char*>(in), inLen, out,
-                               outLen);
-    });
-}
+    int SetDRMProperty(Has_DRMPropertyType type, const std::string& value) const;
+    int UpdateSchemeInformation() const;
+    /// Begins a content that needs no description.
+    int OnContentStart();
+    /// Begins one whose description names its kind of Marlin.
+    /// @param kind  the last kind that was named; receives the new one
+    int OnContentStart(const std::string* drmInfo, std::string& kind);
+    int GetUndecryptedData(unsigned int& size) const;
+    int OnSegmentStart();
+    int ProcessSegmentData(int period, int representation, const unsigned char* in,
+                           unsigned int inLen, unsigned char* out, unsigned int& outLen);
+    int ProcessSegmentFinalData(int period, int representation, unsigned char* out,
+                                unsigned int& outLen);
+    int OnSegmentEnd();
+    void ResetBuffer() const;
+    void setContentProtectionInfo(int period, int representation, void* descriptors) const;
 
-/// Ends a segment's data. @return the content object's result; -1 without memory
-inline int finishSegment(CCENCMediaContent& content, int period, int representation,
-                         unsigned char* out, unsigned int& outLen) {
-    return withoutThrowing([&] { return content.final(period, representation, out, outLen); });
-}
+private:
+    bool refuses(const char* operation) const;
+    bool readKind(const std::string& text, std::string& kind);
+    void keepError();
 
-/// Passes descriptors on. @return whether they are stored; not without memory
-inline bool storeDescriptors(CCENCMediaContent& content, int period, int representation,
-                             void* descriptors) {
-    const int result = withoutThrowing([&] {
-        content.setContentProtectionInfo(period, representation, descriptors);
-        return 0;
-    });
-    return result == 0;
-}
+    const CencTraits& m_traits;
+    bool m_isSeparated;
+    int& m_lastError;
+    CCENCMediaContent& m_content;
+};
 
 } // namespace hascommon::detail
-
-// In colour like other highlighted lines, but for the blanks around the text: these have none of
-// their own before it, and only a refusal has one behind the colour.
-#define HAS_LOG_HANDLER_LINE(after, format, ...)                                                   \
-    HAS_LOG_ARGS(::hascommon::detail::kLogHighlighted, "\033[1;31;42m", after, HAS_LOG_FUNCTION,   \
-                 format, __VA_ARGS__)
-
-/// A handler refuses, because of this last error.
-#define HAS_LOG_HANDLER_REFUSAL(code)                                                              \
-    HAS_LOG_HANDLER_LINE("\033[0m ", "[* ERROR] DRM hander Last Error Code ( %d ) ", code)
-
-/// A chunk could not be processed.
-#define HAS_LOG_PROCESS_FAILURE(period, representation)                                            \
-    HAS_LOG_HANDLER_LINE("\033[0m", " [*] ProcessSegmentData( %d,  %d ) ", period, representation)
-
-/// The end of a segment's data could not be processed.
-#define HAS_LOG_FINAL_FAILURE(period, representation)                                              \
-    HAS_LOG_HANDLER_LINE("\033[0m", " [*] ProcessSegmentFinalData( %d,  %d )", period,             \
-                         representation)
