@@ -25,51 +25,50 @@ tag_HAS_Status notifyEx(Ex ex, void* user, Args... args) {
     return ex != nullptr ? ex(args..., user) : HAS_STATUS_SUCCESS;
 }
 
+/// Sets one form of a callback and clears the other.
+template<typename Form, typename Other>
+void choose(Form& form, Form callback, Other& other) {
+    form = callback;
+    other = nullptr;
+}
+
 } // namespace
 
 CPlayerSupport::CPlayerSupport() = default;
 
 void CPlayerSupport::SetAdvertisementCallback(AdCallback cb) {
-    m_adCallback = cb;
-    m_adCallbackEx = nullptr;
+    choose(m_adCallback, cb, m_adCallbackEx);
 }
 
 void CPlayerSupport::SetAdvertisementCallbackEx(AdCallbackEx cb, void* user) {
-    m_adCallbackEx = cb;
+    choose(m_adCallbackEx, cb, m_adCallback);
     m_adUserData = user;
-    m_adCallback = nullptr;
 }
 
 void CPlayerSupport::SetDiscontinuityCallback(DiscontinuityCallback cb) {
-    m_discontinuityCallback = cb;
-    m_discontinuityCallbackEx = nullptr;
+    choose(m_discontinuityCallback, cb, m_discontinuityCallbackEx);
 }
 
 void CPlayerSupport::SetDiscontinuityCallbackEx(DiscontinuityCallbackEx cb, void* user) {
-    m_discontinuityCallbackEx = cb;
+    choose(m_discontinuityCallbackEx, cb, m_discontinuityCallback);
     m_discontinuityUserData = user;
-    m_discontinuityCallback = nullptr;
 }
 
 void CPlayerSupport::SetBandwidthCallback(BandwidthCallback cb) {
-    m_bandwidthCallback = cb;
-    m_bandwidthCallbackEx = nullptr;
+    choose(m_bandwidthCallback, cb, m_bandwidthCallbackEx);
 }
 
 void CPlayerSupport::SetBandwidthCallbackEx(BandwidthCallbackEx cb, void* user) {
-    m_bandwidthCallbackEx = cb;
+    choose(m_bandwidthCallbackEx, cb, m_bandwidthCallback);
     m_bandwidthUserData = user;
-    m_bandwidthCallback = nullptr;
 }
 
 void CPlayerSupport::ReleaseAdvertisementCallback() {
-    m_adCallback = nullptr;
-    m_adCallbackEx = nullptr;
+    SetAdvertisementCallback(nullptr);
 }
 
 void CPlayerSupport::ReleaseBandwidthCallback() {
-    m_bandwidthCallback = nullptr;
-    m_bandwidthCallbackEx = nullptr;
+    SetBandwidthCallback(nullptr);
 }
 
 void CPlayerSupport::SetOnEventCallbackEx(EventCallbackEx cb, void* user) {
@@ -105,19 +104,13 @@ tag_HAS_Status CPlayerSupport::OnBitrateChanged(unsigned int from, unsigned int 
                   from, to, videoPts, audioPts);
 }
 
-tag_HAS_Status CPlayerSupport::notifyAd(unsigned int type, unsigned long long videoPts,
-                                        unsigned long long audioPts, unsigned long long videoDts,
-                                        unsigned long long audioDts, unsigned int value) {
-    return notify(m_adCallback, m_adCallbackEx, m_adUserData, type, videoPts, audioPts, videoDts,
-                  audioDts, value);
-}
-
 tag_HAS_Status CPlayerSupport::OnADStart(unsigned long long videoPts, unsigned long long audioPts,
                                          unsigned long long videoDts, unsigned long long audioDts) {
     HAS_LOG("Begin AD: raw video pts = %llu, raw audio pts = %llu, raw video dts = %llu, "
             "raw audio dts = %llu",
             videoPts, audioPts, videoDts, audioDts);
-    return notifyAd(kAdBegins, videoPts, audioPts, videoDts, audioDts, 0);
+    return notify(m_adCallback, m_adCallbackEx, m_adUserData, kAdBegins, videoPts, audioPts,
+                  videoDts, audioDts, 0U);
 }
 
 tag_HAS_Status CPlayerSupport::OnADEnd(unsigned long long videoPts, unsigned long long audioPts,
@@ -126,7 +119,8 @@ tag_HAS_Status CPlayerSupport::OnADEnd(unsigned long long videoPts, unsigned lon
     HAS_LOG("End AD: raw video pts = %llu, raw audio pts = %llu, raw video dts = %llu, "
             "raw audio dts = %llu, %d",
             videoPts, audioPts, videoDts, audioDts, static_cast<int>(value));
-    return notifyAd(kAdEnds, videoPts, audioPts, videoDts, audioDts, value);
+    return notify(m_adCallback, m_adCallbackEx, m_adUserData, kAdEnds, videoPts, audioPts, videoDts,
+                  audioDts, value);
 }
 
 tag_HAS_Status CPlayerSupport::OnDiscontinue(int value, unsigned long long videoPts,

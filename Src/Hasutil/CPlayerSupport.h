@@ -109,10 +109,6 @@ public:
                                           bool flag);
 
 private:
-    tag_HAS_Status notifyAd(unsigned int type, unsigned long long videoPts,
-                            unsigned long long audioPts, unsigned long long videoDts,
-                            unsigned long long audioDts, unsigned int value);
-
     AdCallback m_adCallback = nullptr;
     DiscontinuityCallback m_discontinuityCallback = nullptr;
     BandwidthCallback m_bandwidthCallback = nullptr;

@@ -9,8 +9,8 @@ namespace {
 constexpr detail::CencTraits kTraits = {
     "DashMarlinCencDRMHandler.cpp",
     eDRM_TYPE_MARLIN_MS3,
-    false, // errors are kept
-    false, // properties are logged
+    false, // keepsErrors
+    false, // logsProperties
     "\n",
 };
 

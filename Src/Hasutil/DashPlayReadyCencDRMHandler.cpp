@@ -9,8 +9,8 @@ namespace {
 constexpr detail::CencTraits kTraits = {
     "DashPlayReadyCencDRMHandler.cpp",
     eDRM_TYPE_PLAYREADY,
-    false, // errors are kept
-    true,  // properties are logged
+    false, // keepsErrors
+    true,  // logsProperties
     "",
 };
 

@@ -9,8 +9,8 @@ namespace {
 constexpr detail::CencTraits kTraits = {
     "DashQDRMCencDRMHandler.cpp",
     eDRM_TYPE_QDRM,
-    true, // errors are kept
-    true, // properties are logged
+    true, // keepsErrors
+    true, // logsProperties
     "",
 };
 
