@@ -9,14 +9,13 @@
 
 #include <cstddef>
 #include <list>
-#include <map>
+#include <memory>
 #include <string>
-#include <vector>
 
 namespace hascommon::detail {
-class BoxView;
-class ChunkReader;
-struct PsshBox;
+class ContentDescriptors;
+class FragmentWalk;
+class SegmentRewriter;
 } // namespace hascommon::detail
 
 /// Two services over ISO/IEC 14496-12 boxes with Common Encryption (ISO/IEC 23001-7), side by side:
@@ -244,13 +243,13 @@ public:
     void addMoofTrackData(const MOOF_TRACK_FORMAT& track);
 
     /// @return the tracks of the last `moov`, in order of appearance
-    const std::list<TRACK_FORMAT>& getTracks() const { return m_tracks; }
+    const std::list<TRACK_FORMAT>& getTracks() const { return m_records.tracks; }
     /// @return the known tracks of the last `moof`, in order of appearance
-    const std::list<MOOF_TRACK_FORMAT>& getMoofTracks() const { return m_moofTracks; }
+    const std::list<MOOF_TRACK_FORMAT>& getMoofTracks() const { return m_records.moofTracks; }
     /// @return the data of the last `pssh` that had any, from the stream or the walk
-    const std::string& getKeptPssh() const { return m_psshData; }
+    const std::string& getKeptPssh() const { return m_records.psshData; }
     /// @return the 16 bytes of that box's system id; empty when none was seen
-    const std::string& getKeptSystemID() const { return m_psshSystemId; }
+    const std::string& getKeptSystemID() const { return m_records.psshSystemId; }
     /// @}
 
     /// @name Fields of a box, big-endian and in place; the caller vouches for the bytes
@@ -267,85 +266,9 @@ public:
     /// @}
 
 private:
-    using BoxView = hascommon::detail::BoxView;
-    using ChunkReader = hascommon::detail::ChunkReader;
-    using PsshBox = hascommon::detail::PsshBox;
-    using Descriptors = std::list<dashengine::ContentProtection_t>;
-    struct Target;
-    struct Walk;
-    /// How far the stream came with a box.
-    enum class Step { Done, Waits, Failed };
-
-    HAS_LOCAL void clearMoov();
-    HAS_LOCAL void clearMoof();
-    HAS_LOCAL void clearStream();
-    HAS_LOCAL int fail(int error);
-
-    HAS_LOCAL bool isMediaOnly(const unsigned char* in, unsigned int inLen,
-                               const unsigned char* out) const;
-    HAS_LOCAL bool resizeBuffer(unsigned int inLen);
-    HAS_LOCAL bool takeChunk(unsigned char* in, unsigned int inLen, Target& target);
-    HAS_LOCAL Step emitNext(ChunkReader& reader, Target& target);
-    HAS_LOCAL Step beginBox(ChunkReader& reader);
-    HAS_LOCAL Step passMedia(ChunkReader& reader, Target& target);
-    HAS_LOCAL bool emitBox(const BoxView& box, Target& target);
-    HAS_LOCAL bool emitMoov(const BoxView& moov, Target& target);
-    HAS_LOCAL bool emitSeparateMoov(const BoxView& moov, size_t psshAt, Target& target);
-    HAS_LOCAL bool emitMuxedMoov(const BoxView& moov, size_t psshAt, Target& target);
-    HAS_LOCAL bool emitMoof(const BoxView& moof, Target& target);
-    HAS_LOCAL bool lookIntoMoof(const BoxView& moof);
-    HAS_LOCAL bool choosePssh(bool hasOwn, const Target& target, PsshBox& pssh);
-    HAS_LOCAL int parsingTrafBox(const BoxView& traf);
-    HAS_LOCAL int parsingTrunBox(const BoxView& trun);
-
-    HAS_LOCAL bool walkChildren(const BoxView& parent, size_t from, const Walk& walk);
-    HAS_LOCAL bool walkTraf(const BoxView& traf, const Walk& walk);
-    HAS_LOCAL bool walkBox(const BoxView& box, const Walk& walk);
-    HAS_LOCAL bool bindLastTrack(const BoxView& moof);
-    HAS_LOCAL bool bindTrack(const BoxView& moof, MOOF_TRACK_FORMAT& moofTrack);
-    HAS_LOCAL const TRACK_FORMAT* findTrack(unsigned int trackId) const;
-    HAS_LOCAL int parsingBox(unsigned int type, const BoxView& box, const Walk& walk);
-    HAS_LOCAL int parsingMoovPart(unsigned int type, const BoxView& box);
-    HAS_LOCAL int moovBoxParsing();
-    HAS_LOCAL int tkhdBoxParsing(const BoxView& box);
-    HAS_LOCAL int hdlrBoxParsing(const BoxView& box);
-    HAS_LOCAL int stsdBoxParsing(const BoxView& box);
-    HAS_LOCAL int sampleEntryParsing(const BoxView& box, unsigned int fields);
-    HAS_LOCAL int frmaBoxParsing(const BoxView& box);
-    HAS_LOCAL int tencBoxParsing(const BoxView& box);
-    HAS_LOCAL int psshBoxParsing(const BoxView& box);
-    HAS_LOCAL int moofBoxParsing(const BoxView& moof, const Walk& walk);
-    HAS_LOCAL int tfhdBoxParsing(const BoxView& box);
-    HAS_LOCAL int trunBoxParsing(const BoxView& box);
-    HAS_LOCAL void readSamples(const BoxView& fields, unsigned int flags, unsigned int count);
-    HAS_LOCAL int saizBoxParsing(const BoxView& box);
-    HAS_LOCAL int saioBoxParsing(const BoxView& box);
-    HAS_LOCAL int sencBoxParsing(const BoxView& box);
-
-    eDRM_TYPE m_drmType = eDRM_TYPE_NONE;
-    bool m_avSeparated = false;
     CONTENT_TYPE m_mode = CONTENT_TYPE();
-    int m_lastError = ERROR_NONE;
-    std::map<int, std::map<int, Descriptors>> m_descriptors;
-
-    // The stream.
-    bool m_newSegment = false;
-    std::vector<unsigned char> m_waiting; // the beginning of one box, never more
-    unsigned int m_capacity = 0;          // what may come to wait, as told in the log
-    unsigned int m_boxType = 0;
-    unsigned long long m_boxLeft = 0;  // of the current box; 0 between boxes
-    bool m_isPassing = false;          // the current box is media data
-    unsigned long long m_position = 0; // of the current byte in the stream as it came
-    long long m_inserted = 0;          // bytes put before what is emitted now, since a clean start
-
-    // The walk.
-    std::list<TRACK_FORMAT> m_tracks;
-    std::map<unsigned int, const TRACK_FORMAT*> m_trackOfId; // the first of each id
-    std::list<MOOF_TRACK_FORMAT> m_moofTracks;
-    MOOF_TRACK_FORMAT* m_moofTrack = nullptr; // of the current `traf`; null for an unknown track
-    unsigned int m_impliedSamples = 0;        // samples that take no bytes in their box
-    unsigned long long m_visitsLeft = 0;      // of samples, in the walk under way
-    unsigned char* m_sampleEntry = nullptr;   // the `encv` or `enca` that a `frma` restores
-    std::string m_psshData;
-    std::string m_psshSystemId;
+    CENC_RECORDS m_records;
+    std::unique_ptr<hascommon::detail::ContentDescriptors> m_descriptors;
+    std::unique_ptr<hascommon::detail::FragmentWalk> m_walk;
+    std::unique_ptr<hascommon::detail::SegmentRewriter> m_rewriter;
 };

@@ -6,6 +6,8 @@
 /// 'vide' is 0x76696465.
 #pragma once
 
+#include <list>
+#include <string>
 #include <vector>
 
 /// A track of the `moov`; one for each `tkhd`.
@@ -85,4 +87,16 @@ struct MOOF_TRACK_FORMAT {
     std::vector<SAMPLE_FORMAT> samples;
     /// The subsamples of all samples, one behind another; see SAMPLE_FORMAT.
     std::vector<SUBSAMPLE_FORMAT> subsamples;
+};
+
+/// What is known of a content.
+struct CENC_RECORDS {
+    /// The tracks of the last `moov`, in order of appearance.
+    std::list<TRACK_FORMAT> tracks;
+    /// The known tracks of the last `moof`, in order of appearance.
+    std::list<MOOF_TRACK_FORMAT> moofTracks;
+    /// The data of the last `pssh` that had any.
+    std::string psshData;
+    /// The 16 bytes of that box's system id; empty before the first.
+    std::string psshSystemId;
 };

@@ -39,55 +39,47 @@ bool runsOf(const MOOF_TRACK_FORMAT& track, std::vector<unsigned int>& runs) {
 
 namespace hascommon::detail {
 
-bool AuxiliaryReader::read(const BoxView& bytes, size_t& at, bool hasSubsamples,
-                           SAMPLE_FORMAT& sample) {
-    if (!bytes.holds(at, m_ivSize))
+bool AuxiliaryReader::read(ByteReader& bytes, bool hasSubsamples, SAMPLE_FORMAT& sample) {
+    if (bytes.left() < m_ivSize)
         return false;
     memset(sample.iv, 0, sizeof sample.iv);
     if (m_ivSize == kUsualIv)
-        memcpy(sample.iv, bytes.data() + at, kUsualIv); // without a call
+        bytes.copy(sample.iv, kUsualIv); // a size known here takes no call
     else
-        memcpy(sample.iv, bytes.data() + at, m_ivSize);
+        bytes.copy(sample.iv, m_ivSize);
     sample.ivSize = m_ivSize;
     sample.subsampleCount = 0;
-    at += m_ivSize;
-    return !hasSubsamples || readSubsamples(bytes, at, sample);
+    return !hasSubsamples || readSubsamples(bytes, sample);
 }
 
 void AuxiliaryReader::expect(size_t bytes) {
     makeRoom(m_track.subsamples, bytes / kSubsample);
 }
 
-bool AuxiliaryReader::readSized(const BoxView& bytes, size_t& at, SAMPLE_FORMAT& sample) {
+bool AuxiliaryReader::readSized(ByteReader& bytes, SAMPLE_FORMAT& sample) {
     if (sample.auxSize == 0)
         return true;
-    if (sample.auxSize < m_ivSize || !bytes.holds(at, sample.auxSize))
-        return false;
-    const BoxView record(bytes.data() + at, sample.auxSize);
-    at += sample.auxSize;
-    size_t used = 0;
-    return read(record, used, sample.auxSize > m_ivSize, sample);
+    ByteReader record;
+    return sample.auxSize >= m_ivSize && bytes.take(sample.auxSize, record) &&
+           read(record, sample.auxSize > m_ivSize, sample);
 }
 
-bool AuxiliaryReader::readSubsamples(const BoxView& bytes, size_t& at, SAMPLE_FORMAT& sample) {
-    if (!bytes.holds(at, 2))
+bool AuxiliaryReader::readSubsamples(ByteReader& bytes, SAMPLE_FORMAT& sample) {
+    unsigned int count = 0;
+    ByteReader entries;
+    if (!bytes.u16(count) || !bytes.take(kSubsample * count, entries) || !spend(m_budget, count))
         return false;
-    const unsigned int count = bytes.u16(at);
-    if (!bytes.holds(at + 2, kSubsample * count) || !spend(m_budget, count))
-        return false;
-    at += 2;
     sample.subsampleCount = static_cast<unsigned short>(count);
     sample.firstSubsample = static_cast<unsigned int>(m_track.subsamples.size());
     m_track.subsamples.resize(m_track.subsamples.size() + count);
     SUBSAMPLE_FORMAT* subsample = m_track.subsamples.data() + sample.firstSubsample;
-    for (unsigned int i = 0; i < count; ++i, ++subsample, at += kSubsample) {
-        subsample->clearBytes = static_cast<unsigned short>(bytes.u16(at));
-        subsample->protectedBytes = bytes.u32(at + 2);
-    }
+    unsigned int clear = 0;
+    for (; entries.u16(clear) && entries.u32(subsample->protectedBytes); ++subsample)
+        subsample->clearBytes = static_cast<unsigned short>(clear);
     return true;
 }
 
-bool bindAuxiliaryData(const BoxView& moof, unsigned char ivSize, MOOF_TRACK_FORMAT& track,
+bool bindAuxiliaryData(ByteReader moof, unsigned char ivSize, MOOF_TRACK_FORMAT& track,
                        VisitBudget& budget) {
     if (!spend(budget, 2ULL * track.samples.size()))
         return false;
@@ -102,12 +94,11 @@ bool bindAuxiliaryData(const BoxView& moof, unsigned char ivSize, MOOF_TRACK_FOR
     AuxiliaryReader reader(track, ivSize, budget);
     auto sample = track.samples.begin();
     for (size_t run = 0; run < runs.size(); ++run) {
-        const unsigned long long offset = offsetOf(track, run);
-        if (!moof.holds(offset, 0))
+        ByteReader records = moof;
+        if (!records.skip(offsetOf(track, run)))
             return false;
-        auto at = static_cast<size_t>(offset);
         for (unsigned int i = 0; i < runs[run]; ++i, ++sample) {
-            if (!reader.readSized(moof, at, *sample))
+            if (!reader.readSized(records, *sample))
                 return false;
         }
     }

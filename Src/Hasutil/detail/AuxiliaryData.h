@@ -2,7 +2,7 @@
 #pragma once
 
 #include <Hasutil/CENCFormat.h>
-#include <Hasutil/detail/BoxView.h>
+#include <Hasutil/detail/ByteReader.h>
 #include <Hasutil/detail/VisitBudget.h>
 
 #include <algorithm>
@@ -36,17 +36,15 @@ public:
     void expect(size_t bytes);
 
     /// Reads an IV and, when asked to, the subsamples behind it.
-    /// @param at  where it begins; moved behind it
     /// @return false when the bytes do not hold it, or the budget is spent; the sample may then
-    /// have
-    ///         its IV only
-    bool read(const BoxView& bytes, size_t& at, bool hasSubsamples, SAMPLE_FORMAT& sample);
+    ///         have its IV only
+    bool read(ByteReader& bytes, bool hasSubsamples, SAMPLE_FORMAT& sample);
 
     /// Reads a record of the size that the sample has been given; nothing for a size of 0.
-    bool readSized(const BoxView& bytes, size_t& at, SAMPLE_FORMAT& sample);
+    bool readSized(ByteReader& bytes, SAMPLE_FORMAT& sample);
 
 private:
-    bool readSubsamples(const BoxView& bytes, size_t& at, SAMPLE_FORMAT& sample);
+    bool readSubsamples(ByteReader& bytes, SAMPLE_FORMAT& sample);
 
     MOOF_TRACK_FORMAT& m_track;
     unsigned char m_ivSize;
@@ -54,12 +52,11 @@ private:
 };
 
 /// Reads the records of all samples of a track from its `saio` offsets.
-/// @param moof    what the offsets are counted in, and what all records must lie in
+/// @param moof    unread; the offsets count from its begin, and all records must lie in it
 /// @param budget  pays for each sample, twice, and for each subsample
 /// @return false when they do not, when the sizes do not fit, when there are several offsets but
-/// not
-///         one for each run, and when the budget is spent
-bool bindAuxiliaryData(const BoxView& moof, unsigned char ivSize, MOOF_TRACK_FORMAT& track,
+///         not one for each run, and when the budget is spent
+bool bindAuxiliaryData(ByteReader moof, unsigned char ivSize, MOOF_TRACK_FORMAT& track,
                        VisitBudget& budget);
 
 } // namespace hascommon::detail

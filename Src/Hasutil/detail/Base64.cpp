@@ -1,4 +1,8 @@
+#define HAS_LOG_FILE "CCENCMediaContent.cpp"
+#define HAS_LOG_FUNCTION "base64Decode"
 #include <Hasutil/detail/Base64.h>
+
+#include <Hascommon/detail/Log.h>
 
 #include <array>
 #include <cstddef>
@@ -15,11 +19,8 @@ EncodeMap initEncodeMap() {
     return map;
 }
 
-} // namespace
-
-namespace hascommon::detail {
-
-std::string decodeBase64Groups(const std::string& text) {
+/// Decodes every group of four characters to three bytes.
+std::string decodeGroups(const std::string& text) {
     static const EncodeMap map = initEncodeMap();
     std::string bytes(text.size() / 4 * 3, '\0');
     size_t out = 0;
@@ -31,6 +32,25 @@ std::string decodeBase64Groups(const std::string& text) {
         bytes[out++] = static_cast<char>(group >> 8 & 0xFF);
         bytes[out++] = static_cast<char>(group & 0xFF);
     }
+    return bytes;
+}
+
+} // namespace
+
+namespace hascommon::detail {
+
+std::string decodeBase64(const std::string& text) {
+    if (text.size() % 4 != 0)
+        return {};
+    std::string bytes = decodeGroups(text);
+    const size_t lastOther = text.find_last_not_of('=');
+    const size_t padding = text.size() - (lastOther == std::string::npos ? 0 : lastOther + 1);
+    HAS_LOG("[*] num of [=] ( %d )", static_cast<int>(padding));
+    if (padding > 2)
+        HAS_LOG_HIGHLIGHTED("  [ERROR] num of = should less than two( %d )",
+                            static_cast<int>(padding));
+    else
+        bytes.resize(bytes.size() - padding);
     return bytes;
 }
 

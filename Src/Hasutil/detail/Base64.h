@@ -1,13 +1,14 @@
-// The alphabet of base64 (RFC 4648, section 4).
+// Base64 (RFC 4648, section 4).
 #pragma once
 
 #include <string>
 
 namespace hascommon::detail {
 
-/// Decodes every group of four characters to three bytes; what is not in the alphabet, "=" among
-/// it, counts as zero bits.
-/// @param text  of a length that is a multiple of 4
-std::string decodeBase64Groups(const std::string& text);
+/// Decodes a text. What is not in the alphabet counts as zero bits. The padding is logged, and the
+/// bytes that it stands for are taken off.
+/// @return the bytes; none for a length that is no multiple of 4. More than two "=" at the end are
+///         logged as an error, and no byte is taken off for them
+std::string decodeBase64(const std::string& text);
 
 } // namespace hascommon::detail

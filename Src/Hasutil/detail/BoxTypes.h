@@ -34,6 +34,9 @@ constexpr unsigned int kSenc = boxType("senc");
 constexpr unsigned int kMdat = boxType("mdat");
 constexpr unsigned int kFree = boxType("free");
 
+/// A header with version and flags behind it.
+constexpr size_t kFullHeader = 12;
+
 /// Bits of flags, bytes 9 to 11 of a box.
 enum BoxFlags : unsigned int {
     kTfhdBaseOffset = 0x01,

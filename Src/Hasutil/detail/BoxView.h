@@ -1,8 +1,9 @@
 // A box, or a run of boxes, in bytes that belong to somebody else.
 #pragma once
 
+#include <Hasutil/detail/ByteReader.h>
+
 #include <climits>
-#include <cstddef>
 
 namespace hascommon::detail {
 
@@ -29,8 +30,7 @@ inline void storeU64(unsigned char* at, unsigned long long value) {
     storeU32(at + 4, static_cast<unsigned int>(value));
 }
 
-/// Reads big-endian fields byte by byte, at any alignment. The reads expect bytes that are there;
-/// holds() tells.
+/// Where a box lies. What it says is read by a ByteReader; what changes is written in place.
 class BoxView {
 public:
     BoxView() = default;
@@ -41,29 +41,34 @@ public:
     unsigned char* data() const { return m_bytes; }
     size_t size() const { return m_size; }
 
-    /// Whether `count` bytes from `at` on are there. 64 bits, so that a product of two fields fits.
-    bool holds(unsigned long long at, unsigned long long count) const {
-        return at <= m_size && count <= m_size - at;
+    /// A reader of the whole box that stands at `at`, or at the end of a shorter box.
+    ByteReader from(size_t at) const {
+        ByteReader reader(m_bytes, m_size);
+        reader.skip(at < m_size ? at : m_size);
+        return reader;
     }
-
-    unsigned int u8(size_t at) const { return m_bytes[at]; }
-    unsigned int u16(size_t at) const { return u8(at) << 8 | u8(at + 1); }
-    unsigned int u24(size_t at) const { return u16(at) << 8 | u8(at + 2); }
-    unsigned int u32(size_t at) const { return u16(at) << 16 | u16(at + 2); }
-    unsigned long long u64(size_t at) const {
-        return static_cast<unsigned long long>(u32(at)) << 32 | u32(at + 4);
+    /// The type in the header; 0 where there is none.
+    unsigned int type() const {
+        unsigned int type = 0;
+        from(4).u32(type);
+        return type;
     }
-
-    /// The type in a box's header; it must be there.
-    unsigned int type() const { return u32(4); }
+    /// The flags behind the version; 0 where there are none.
+    unsigned int flags() const {
+        unsigned int flags = 0;
+        from(kBoxHeader + 1).u24(flags);
+        return flags;
+    }
+    /// Writes another type into the header, which must be there.
+    void retype(unsigned int type) const { storeU32(m_bytes + 4, type); }
 
     /// The box that begins at `at`.
     /// @return false when its header is not there, or claims less than itself or more than there is
     bool child(size_t at, BoxView& child) const {
-        if (!holds(at, kBoxHeader))
-            return false;
-        const unsigned int size = u32(at);
-        if (size < kBoxHeader || !holds(at, size))
+        ByteReader reader = from(at);
+        const size_t left = reader.left();
+        unsigned int size = 0;
+        if (left < kBoxHeader || !reader.u32(size) || size < kBoxHeader || size > left)
             return false;
         child = BoxView(m_bytes + at, size);
         return true;
@@ -73,6 +78,18 @@ private:
     unsigned char* m_bytes = nullptr;
     size_t m_size = 0;
 };
+
+/// Calls `visit` for each child from `from` on; false as soon as one does not fit or `visit` says
+/// so.
+template<typename Visit>
+bool forChildren(const BoxView& parent, size_t from, Visit visit) {
+    BoxView child;
+    for (size_t at = from; at < parent.size(); at += child.size()) {
+        if (!parent.child(at, child) || !visit(child))
+            return false;
+    }
+    return true;
+}
 
 /// A count of bytes as a parser returns it; -1 when it is too large for that.
 inline int consumed(unsigned long long bytes) {

@@ -10,29 +10,41 @@ namespace {
 
 using namespace hascommon::detail;
 
+/// Where the base data offset of a `tfhd` lies.
+constexpr size_t kBaseAt = 16;
+
 bool isFieldBoxSound(const BoxView& box) {
     OffsetTable table;
     switch (box.type()) {
     case kTfhd:
-        return box.holds(0, 16) && (box.holds(16, 8) || (box.u24(9) & kTfhdBaseOffset) == 0);
+        return box.size() >= kBaseAt + ((box.flags() & kTfhdBaseOffset) != 0 ? 8 : 0);
     case kTrun:
-        return box.holds(0, 16) && (box.holds(16, 4) || (box.u24(9) & kTrunDataOffset) == 0);
+        return box.size() >= kDataOffsetAt + ((box.flags() & kTrunDataOffset) != 0 ? 4 : 0);
     case kSaio:
-        return findSaioEntries(box, table);
+        return table.openSaio(box);
     default:
         return true;
     }
 }
 
-/// Calls `visit` for each child; false as soon as a child does not fit or `visit` says so.
-template<typename Visit>
-bool forChildren(const BoxView& parent, Visit visit) {
-    BoxView child;
-    for (size_t at = kBoxHeader; at < parent.size(); at += child.size()) {
-        if (!parent.child(at, child) || !visit(child))
-            return false;
-    }
-    return true;
+/// The absolute base of a sound `tfhd`; 0 where it has none.
+unsigned long long baseOf(const BoxView& tfhd) {
+    unsigned long long base = 0;
+    if ((tfhd.flags() & kTfhdBaseOffset) != 0)
+        tfhd.from(kBaseAt).u64(base);
+    return base;
+}
+
+bool hasOffset(const BoxView& trun) {
+    return (trun.flags() & kTrunDataOffset) != 0;
+}
+
+/// The data offset of a sound `trun`; 0 where it has none.
+int offsetOf(const BoxView& trun) {
+    unsigned int offset = 0;
+    if (hasOffset(trun))
+        trun.from(kDataOffsetAt).u32(offset);
+    return static_cast<int>(offset);
 }
 
 /// What the offsets of a `traf` count from. Places are counted from the first byte of its `moof`.
@@ -50,7 +62,7 @@ struct Heads {
     BoxView trun;
 
     explicit Heads(const BoxView& traf) {
-        forChildren(traf, [this](const BoxView& box) {
+        forChildren(traf, kBoxHeader, [this](const BoxView& box) {
             if (box.type() == kTfhd && tfhd.size() == 0)
                 tfhd = box;
             if (box.type() == kTrun && trun.size() == 0)
@@ -58,10 +70,7 @@ struct Heads {
             return true;
         });
     }
-    unsigned int flags() const { return tfhd.size() == 0 ? 0 : tfhd.u24(9); }
     bool hasRun() const { return trun.size() != 0; }
-    bool hasOffset() const { return hasRun() && (trun.u24(9) & kTrunDataOffset) != 0; }
-    int offset() const { return hasOffset() ? static_cast<int>(trun.u32(kDataOffsetAt)) : 0; }
 };
 
 /// Where an absolute base lies. Beyond what the stream has had so far it is either the samples'
@@ -73,37 +82,38 @@ long long placeOfBase(unsigned long long base, const Heads& heads, size_t moofSi
     if (base < moofAt + moofSize)
         return static_cast<long long>(base - moofAt);
     const auto size = static_cast<long long>(moofSize);
-    return heads.offset() >= size ? 0 : size;
+    return offsetOf(heads.trun) >= size ? 0 : size;
 }
 
 /// @param hasDataBefore  whether a track fragment before has runs
 Anchor anchorOf(const Heads& heads, size_t moofSize, const Moved& moved, bool hasDataBefore) {
     Anchor anchor;
-    if ((heads.flags() & kTfhdBaseOffset) != 0) {
-        anchor.at = placeOfBase(heads.tfhd.u64(16), heads, moofSize, moved.moofAt);
+    if ((heads.tfhd.flags() & kTfhdBaseOffset) != 0) {
+        anchor.at = placeOfBase(baseOf(heads.tfhd), heads, moofSize, moved.moofAt);
         // Where the runs are counted from the samples' begin, it is the base that moves.
-        if (heads.hasRun() && !heads.hasOffset() && anchor.at >= static_cast<long long>(moofSize))
+        if (heads.hasRun() && !hasOffset(heads.trun) &&
+            anchor.at >= static_cast<long long>(moofSize))
             anchor.shift = moved.behind;
     } else {
-        anchor.follows = hasDataBefore && (heads.flags() & kTfhdBaseIsMoof) == 0;
+        anchor.follows = hasDataBefore && (heads.tfhd.flags() & kTfhdBaseIsMoof) == 0;
     }
     return anchor;
 }
 
 bool moveBase(const BoxView& tfhd, long long by) {
-    if ((tfhd.u24(9) & kTfhdBaseOffset) == 0)
+    if ((tfhd.flags() & kTfhdBaseOffset) == 0)
         return true;
-    unsigned long long base = tfhd.u64(16);
+    unsigned long long base = baseOf(tfhd);
     if (!moveOffset(base, by))
         return false;
-    storeU64(tfhd.data() + 16, base);
+    storeU64(tfhd.data() + kBaseAt, base);
     return true;
 }
 
 bool moveRun(const BoxView& trun, size_t moofSize, const Anchor& anchor, unsigned int behind) {
-    if ((trun.u24(9) & kTrunDataOffset) == 0)
+    if (!hasOffset(trun))
         return true;
-    const long long offset = static_cast<int>(trun.u32(kDataOffsetAt));
+    const long long offset = offsetOf(trun);
     const bool isBehind = anchor.at + offset >= static_cast<long long>(moofSize);
     const long long moved = offset + (isBehind ? behind : 0LL) - anchor.shift;
     if (moved > INT_MAX || moved < INT_MIN)
@@ -116,8 +126,8 @@ bool moveAuxiliary(const BoxView& saio, size_t moofSize, const Anchor& anchor,
                    unsigned int behind) {
     OffsetTable table;
     const long long from = std::max(0LL, static_cast<long long>(moofSize) - anchor.at);
-    return findSaioEntries(saio, table) &&
-           moveOffsets(saio, table, static_cast<unsigned long long>(from), behind - anchor.shift);
+    return table.openSaio(saio) &&
+           table.move(static_cast<unsigned long long>(from), behind - anchor.shift);
 }
 
 /// @param hasData  whether a track fragment before has runs; told of this one
@@ -125,7 +135,7 @@ bool moveTraf(const BoxView& traf, size_t moofSize, const Moved& moved, bool& ha
     const Heads heads(traf);
     const Anchor anchor = anchorOf(heads, moofSize, moved, hasData);
     hasData = hasData || heads.hasRun();
-    return forChildren(traf, [&](const BoxView& box) {
+    return forChildren(traf, kBoxHeader, [&](const BoxView& box) {
         switch (box.type()) {
         case kTfhd:
             return moveBase(box, moved.before + anchor.shift);
@@ -144,14 +154,14 @@ bool moveTraf(const BoxView& traf, size_t moofSize, const Moved& moved, bool& ha
 namespace hascommon::detail {
 
 bool isFragmentSound(const BoxView& moof) {
-    return forChildren(moof, [](const BoxView& child) {
-        return child.type() != kTraf || forChildren(child, isFieldBoxSound);
+    return forChildren(moof, kBoxHeader, [](const BoxView& child) {
+        return child.type() != kTraf || forChildren(child, kBoxHeader, isFieldBoxSound);
     });
 }
 
 bool moveFragment(const BoxView& moof, const Moved& moved) {
     bool hasData = false;
-    return forChildren(moof, [&](const BoxView& child) {
+    return forChildren(moof, kBoxHeader, [&](const BoxView& child) {
         return child.type() != kTraf || moveTraf(child, moof.size(), moved, hasData);
     });
 }

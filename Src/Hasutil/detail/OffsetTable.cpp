@@ -14,9 +14,9 @@ bool moveTable(const BoxView& box, unsigned long long from, long long by) {
     switch (box.type()) {
     case kStco:
     case kCo64:
-        return !findChunkOffsets(box, table) || moveOffsets(box, table, from, by);
+        return !table.openChunks(box) || table.move(from, by);
     case kSaio:
-        return !findSaioEntries(box, table) || moveOffsets(box, table, from, by);
+        return !table.openSaio(box) || table.move(from, by);
     default:
         return true;
     }
@@ -40,40 +40,52 @@ bool moveTables(const BoxView& parent, size_t level, unsigned long long from, lo
 
 namespace hascommon::detail {
 
-bool findSaioEntries(const BoxView& saio, OffsetTable& found) {
-    if (!saio.holds(0, 16))
+bool OffsetTable::openSaio(const BoxView& saio) {
+    ByteReader fields = saio.from(kBoxHeader);
+    unsigned int version = 0;
+    unsigned int flags = 0;
+    if (!fields.u8(version) || !fields.u24(flags))
         return false;
-    found.at = (saio.u24(9) & kAuxType) != 0 ? 24 : 16;
-    if (!saio.holds(0, found.at))
-        return false;
-    found.count = saio.u32(found.at - 4);
-    found.width = saio.u8(8) == 0 ? 4 : 8;
-    return saio.holds(found.at, 1ULL * found.count * found.width);
+    m_isLong = version != 0;
+    return fields.skip((flags & kAuxType) != 0 ? 8 : 0) && open(saio, fields);
 }
 
-bool findChunkOffsets(const BoxView& box, OffsetTable& found) {
-    if (!box.holds(0, 16))
-        return false;
-    found.at = 16;
-    found.count = box.u32(12);
-    found.width = box.type() == kStco ? 4 : 8;
-    return box.holds(found.at, 1ULL * found.count * found.width);
+bool OffsetTable::openChunks(const BoxView& box) {
+    m_isLong = box.type() == kCo64;
+    return open(box, box.from(kFullHeader));
 }
 
-bool moveOffsets(const BoxView& box, const OffsetTable& table, unsigned long long from,
-                 long long by) {
-    for (size_t i = 0; i < table.count; ++i) {
-        const BoxView entry = table.entry(box, i);
-        const bool isShort = table.width == 4;
-        unsigned long long offset = isShort ? entry.u32(0) : entry.u64(0);
+/// @param fields  stands at the count
+bool OffsetTable::open(const BoxView& box, ByteReader fields) {
+    if (!fields.u32(m_count))
+        return false;
+    m_begin = fields.at();
+    m_bytes = box.data() + m_begin;
+    return fields.take((m_isLong ? 8ULL : 4ULL) * m_count, m_entries);
+}
+
+bool OffsetTable::next(unsigned long long& offset) {
+    if (m_isLong)
+        return m_entries.u64(offset);
+    unsigned int low = 0;
+    if (!m_entries.u32(low))
+        return false;
+    offset = low;
+    return true;
+}
+
+bool OffsetTable::move(unsigned long long from, long long by) {
+    unsigned char* place = m_bytes + m_entries.at();
+    unsigned long long offset = 0;
+    for (; next(offset); place = m_bytes + m_entries.at()) {
         if (offset < from)
             continue;
-        if (!moveOffset(offset, by) || (isShort && offset > 0xFFFFFFFFU))
+        if (!moveOffset(offset, by) || (!m_isLong && offset > 0xFFFFFFFFU))
             return false;
-        if (isShort)
-            storeU32(entry.data(), static_cast<unsigned int>(offset));
+        if (m_isLong)
+            storeU64(place, offset);
         else
-            storeU64(entry.data(), offset);
+            storeU32(place, static_cast<unsigned int>(offset));
     }
     return true;
 }

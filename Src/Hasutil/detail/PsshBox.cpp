@@ -1,5 +1,8 @@
+#define HAS_LOG_FILE "CCENCMediaContent.cpp"
+#define HAS_LOG_FUNCTION "psshBoxParsing"
 #include <Hasutil/detail/PsshBox.h>
 
+#include <Hascommon/detail/Log.h>
 #include <Hasutil/detail/BoxTypes.h>
 
 #include <algorithm>
@@ -11,24 +14,31 @@ void PsshBox::write(unsigned char* out) const {
     storeU32(out, static_cast<unsigned int>(size()));
     storeU32(out + 4, kPssh);
     storeU32(out + 8, 0); // version and flags
-    memset(out + kSystemIdAt, 0, kSystemId);
-    memcpy(out + kSystemIdAt, systemId.data(), std::min(systemId.size(), kSystemId));
-    storeU32(out + 28, static_cast<unsigned int>(data.size()));
+    memset(out + kFullHeader, 0, kSystemId);
+    memcpy(out + kFullHeader, systemId.data(), std::min(systemId.size(), kSystemId));
+    storeU32(out + kPsshHead - 4, static_cast<unsigned int>(data.size()));
     memcpy(out + kPsshHead, data.data(), data.size());
 }
 
-bool findPsshData(const BoxView& box, PsshData& found) {
-    if (!box.holds(0, kPsshHead))
-        return false;
-    unsigned long long sizeAt = 28;
-    if (box.u8(8) != 0) { // a count and that many key ids
-        sizeAt += 4 + box.u32(28) * 16ULL;
-        if (!box.holds(sizeAt, 4))
-            return false;
+int keepPssh(const BoxView& box, CENC_RECORDS& records) {
+    ByteReader fields = box.from(kBoxHeader);
+    ByteReader systemId;
+    ByteReader data;
+    unsigned int version = 0;
+    unsigned int keyIds = 0;
+    unsigned int size = 0;
+    if (!fields.u8(version) || !fields.skip(3) || !fields.take(kSystemId, systemId))
+        return -1;
+    if (version != 0 && (!fields.u32(keyIds) || !fields.skip(keyIds * 16ULL)))
+        return -1;
+    if (!fields.u32(size) || !fields.take(size, data))
+        return -1;
+    HAS_LOG("psshBoxParsing-pBoxData");
+    if (size != 0) {
+        records.psshData.assign(reinterpret_cast<const char*>(data.here()), size);
+        records.psshSystemId.assign(reinterpret_cast<const char*>(systemId.here()), kSystemId);
     }
-    found.at = static_cast<size_t>(sizeAt) + 4;
-    found.size = box.u32(found.at - 4);
-    return box.holds(found.at, found.size);
+    return static_cast<int>(fields.at());
 }
 
 } // namespace hascommon::detail

@@ -1,6 +1,7 @@
 // The box that carries a DRM system's own data (ISO/IEC 23001-7, clause 8.1).
 #pragma once
 
+#include <Hasutil/CENCFormat.h>
 #include <Hasutil/detail/BoxView.h>
 
 #include <string>
@@ -8,7 +9,6 @@
 namespace hascommon::detail {
 
 constexpr size_t kSystemId = 16;
-constexpr size_t kSystemIdAt = 12;
 /// All of a box of version 0 in front of its data.
 constexpr size_t kPsshHead = 32;
 
@@ -24,13 +24,8 @@ struct PsshBox {
     void write(unsigned char* out) const;
 };
 
-/// Where a `pssh` box has its data.
-struct PsshData {
-    size_t at = 0;
-    size_t size = 0;
-};
-
-/// @return false for a box that does not hold what it announces
-bool findPsshData(const BoxView& box, PsshData& found);
+/// Keeps the data and the system id of a `pssh` box that has data.
+/// @return the bytes read; -1 for a box that does not hold what it announces
+int keepPssh(const BoxView& box, CENC_RECORDS& records);
 
 } // namespace hascommon::detail

@@ -1,39 +1,42 @@
-#include <Hasutil/detail/ChunkReader.h>
+#include <Hasutil/detail/JoinedChunk.h>
 
 #include <algorithm>
 #include <cstring>
 
 namespace hascommon::detail {
 
-unsigned char* ChunkReader::front(size_t size) {
-    if (m_waiting.empty())
-        return m_chunk;
-    if (m_waiting.size() < size)
+bool JoinedChunk::front(size_t size, BoxView& bytes) {
+    if (size > available())
+        return false;
+    if (!m_waiting.empty() && m_waiting.size() < size)
         moveBehindWaiting(size - m_waiting.size());
-    return m_waiting.data();
+    bytes = BoxView(m_waiting.empty() ? m_chunk : m_waiting.data(), size);
+    return true;
 }
 
-void ChunkReader::pass(unsigned char* out, size_t size) {
+bool JoinedChunk::pass(unsigned char* out, size_t size) {
+    if (size > available())
+        return false;
     const size_t waiting = std::min(size, m_waiting.size());
-    if (waiting != 0) {
+    if (waiting != 0)
         memcpy(out, m_waiting.data(), waiting);
-        drop(waiting);
-    }
-    if (size == waiting)
-        return;
-    memcpy(out + waiting, m_chunk, size - waiting);
-    skip(size - waiting);
+    if (size != waiting)
+        memcpy(out + waiting, m_chunk, size - waiting);
+    return drop(size);
 }
 
-void ChunkReader::drop(size_t size) {
+bool JoinedChunk::drop(size_t size) {
+    if (size > available())
+        return false;
     const size_t waiting = std::min(size, m_waiting.size());
     if (waiting != 0)
         m_waiting.erase(m_waiting.begin(),
                         m_waiting.begin() + static_cast<std::ptrdiff_t>(waiting));
     skip(size - waiting);
+    return true;
 }
 
-void ChunkReader::moveBehindWaiting(size_t size) {
+void JoinedChunk::moveBehindWaiting(size_t size) {
     const size_t needed = m_waiting.size() + size;
     // A vector left alone would double, beyond the limit in the end.
     if (needed > m_waiting.capacity())

@@ -1,19 +1,22 @@
 // The stream as one run of bytes: those that wait, and the chunk in hand behind them.
 #pragma once
 
-#include <cstddef>
+#include <Hasutil/detail/BoxView.h>
+
 #include <vector>
 
 namespace hascommon::detail {
 
 /// Takes a stream that comes in chunks apart. What does not have to wait is never copied: bytes are
 /// moved behind those that wait only as far as somebody asks to see them in one piece.
-class ChunkReader {
+///
+/// Whoever asks for more than is available gets false, and nothing changes.
+class JoinedChunk {
 public:
     /// @param waiting  what keepRest() kept; stays the owner's
     /// @param chunk    stays the caller's while this lives
     /// @param limit    the most bytes that memory is taken for; nobody asks for more at a time
-    ChunkReader(std::vector<unsigned char>& waiting, unsigned char* chunk, size_t size,
+    JoinedChunk(std::vector<unsigned char>& waiting, unsigned char* chunk, size_t size,
                 size_t limit)
         : m_waiting(waiting)
         , m_chunk(chunk)
@@ -22,12 +25,12 @@ public:
 
     size_t available() const { return m_waiting.size() + m_left; }
 
-    /// The first `size` of the available bytes in one piece.
-    unsigned char* front(size_t size);
+    /// Shows the first `size` of the available bytes in one piece, until the next call.
+    bool front(size_t size, BoxView& bytes);
     /// Copies the first `size` of the available bytes and drops them.
-    void pass(unsigned char* out, size_t size);
+    bool pass(unsigned char* out, size_t size);
     /// Drops the first `size` of the available bytes.
-    void drop(size_t size);
+    bool drop(size_t size);
     /// Lets what is available wait for the next chunk.
     void keepRest() {
         if (m_left != 0)
