@@ -135,7 +135,7 @@ int FragmentBoxes::saizBoxParsing(const BoxView& box) {
         !spend(m_budget, track->samples.size()))
         return -1;
     for (SAMPLE_FORMAT& sample : track->samples) {
-        sizes.u8(size); // or what all have
+        sizes.u8(size); // unless one size, read before, stands for all
         sample.auxSize = static_cast<unsigned char>(size);
     }
     if (track->auxResolved != MOOF_TRACK_FORMAT::AUX_RESOLVED)

@@ -30,7 +30,7 @@ public:
 
     /// Forgets the tracks of the `moov`.
     void clearMovie();
-    /// Whose box is read next; for what is added by hand, too.
+    /// What boxes are read into; an embedder adds tracks to it, too.
     TrackRecords& records() { return m_records; }
 
 private:

@@ -151,7 +151,7 @@ SegmentRewriter::Step SegmentRewriter::passMedia(JoinedChunk& stream, OutputArea
 }
 
 SegmentRewriter::Step SegmentRewriter::beginBox(JoinedChunk& stream) {
-    BoxView bytes; // as many as a header may have, and as there are
+    BoxView bytes; // of the header, as far as they have come
     TopHeader header;
     if (!stream.front(std::min(stream.available(), kLongHeader), bytes) ||
         !header.read(bytes.from(0)))
