@@ -28,7 +28,7 @@ public:
     /// Writes the low `n` bits of `value`.
     ///
     /// @param value  its bits above the low `n` are to be 0. In a byte that holds bits already the
-    ///               ones among them are or-ed over these; this is meant, the value is not masked.
+    ///               ones among them are or-ed over these, because the value is not masked.
     /// @param n      bits; above 32 the field starts with zeros; below 0 nothing is written
     void AddBits(unsigned int value, int n);
 

@@ -34,7 +34,7 @@ public:
 
     /// The low 32 bits of the field, sign-extended to 64: 32 bits of all ones give 64 of them.
     ///
-    /// So it is exact up to n = 31 only. This is meant, embedders rely on it; a longer field is
+    /// So it is exact up to n = 31 only. Embedders rely on it, so it stays; a longer field is
     /// read in two parts.
     void GetBits(int n, unsigned long long& value);
 

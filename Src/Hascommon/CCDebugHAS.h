@@ -12,7 +12,8 @@ public:
     /// Lifecycle hook; does nothing.
     void t_InitModule();
 
-    /// CHASDebug::SetLogLevel() with the level narrowed to 16 bits on purpose: 65536 is level 0.
+    /// CHASDebug::SetLogLevel() with the level narrowed to 16 bits, all that the filter takes:
+    /// 65536 is level 0.
     /// @return what CHASDebug::SetLogLevel() returns
     bool t_SetDebugLevel(unsigned int level);
 

@@ -21,8 +21,8 @@ public:
 
     /// Sets the highest level that prints.
     /// @param level  0 to 4
-    /// @return false for a level above 4, which changes nothing. The level at load, 5, lies outside
-    ///         that range on purpose and cannot be restored.
+    /// @return false for a level above 4, which changes nothing. The level at load, 5, lies
+    ///         above that range: once another is set, it does not come back.
     static bool SetLogLevel(unsigned short level);
 
     /// Enables or silences a module. Level 0 prints even when its module is silenced.

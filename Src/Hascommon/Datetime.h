@@ -5,7 +5,7 @@
 /// and leap seconds play no part. A parser returns 0 for text that it does not accept, and has no
 /// other way to say so; nothing here logs or throws.
 ///
-/// Threads: all functions may be called from any thread; none has state.
+/// Threads: all functions may be called from any thread; no function has state.
 #pragma once
 
 #include <Hascommon/Export.h>
@@ -39,10 +39,10 @@ HAS_API has_date_t has_getDate(long long ms);
 /// @return the date of has_getTime()
 HAS_API has_date_t has_getDate();
 
-/// The way back from has_getDate(), but for two things that are meant: `msec` is not counted, and
-/// years are taken for leap years by a rule of their own. A year that 100 divides is one when 400
-/// divides `year` + 1900, so that March to December 2000 come out one day early, and those of 2100
-/// one day late.
+/// The way back from has_getDate(), but for two things that callers reckon with: `msec` is not
+/// counted, and leap years follow a rule made for years that count from 1900. A year that 100
+/// divides is one when 400 divides `year` + 1900, so that March to December 2000 come out one day
+/// early, and those of 2100 one day late.
 /// @param date  not changed. The fields are added up as they are, so an hour of 25 is an hour of
 ///              the next day; month 13 is the next January.
 /// @return milliseconds since the epoch; 0 for a month outside 1 to 13
@@ -58,14 +58,15 @@ HAS_API int has_parseTimeString(const std::string& text);
 
 /// The time part of an ISO-8601 duration, or plain seconds, to milliseconds.
 ///
-/// Years, months, weeks and days are dropped, this is meant: "P1DT1S" is one second, and "P1D" is
-/// 0. A later designator of a kind replaces an earlier one.
+/// Years, months, weeks and days are dropped, and callers reckon with that: "P1DT1S" is one second,
+/// and "P1D" is 0. A later designator of a kind replaces an earlier one.
 /// @return milliseconds; for a duration the nearest 32-bit limit where they do not fit
 HAS_API long long has_parseIsoTimeDurationString(const std::string& text);
 
 /// An ISO-8601 date and time, with or without '-' and ':', to milliseconds since the epoch.
 ///
-/// Fractions of a second and the zone are ignored, this is meant: every text is read as UTC.
+/// Fractions of a second and the zone are ignored: every text is read as UTC, and callers reckon
+/// with that.
 /// @return has_getTime() of the date; 0 unless there are 8 digits of date and 6 of time
 HAS_API long long has_parseIsoDatetimeString(const std::string& text);
 

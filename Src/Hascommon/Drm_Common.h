@@ -4,7 +4,8 @@
 /// Nothing here fails loudly: text is not looked at for being hexadecimal, and numbers are fitted
 /// into the room there is. Callers that take text from outside check it themselves.
 ///
-/// Threads: all functions may be called from any thread; none has state, and none logs.
+/// Threads: all functions may be called from any thread; no function has state, and no function
+/// logs.
 #pragma once
 
 #include <Hascommon/Export.h>
@@ -13,8 +14,9 @@
 
 /// Writes bytes as upper-case hexadecimal digits, the high half of each byte first.
 ///
-/// Exactly 2·n characters are written and no terminator behind them: this is meant, the caller ends
-/// the text. The text may begin where the bytes begin.
+/// Exactly 2·n characters are written and no terminator behind them, so that the text may
+/// be written into the middle of another one; the caller ends it. The text may begin where the
+/// bytes begin.
 /// @param bytes  `n` bytes
 /// @param out    room for 2·n characters
 HAS_API void byteToHexString(char* bytes, char* out, unsigned int n);
@@ -23,7 +25,8 @@ HAS_API void byteToHexString(char* bytes, char* out, unsigned int n);
 /// the buffer, and the bytes in front of it are zero.
 ///
 /// Digits may stand behind "0x" or "0X". Two make a byte, counted from the end of the text, so a
-/// first digit that is left over is ignored, as is what goes beyond `outLen` bytes. Both are meant.
+/// first digit that is left over is ignored, as is what goes beyond `outLen` bytes: the last
+/// bytes of the number are what counts.
 ///
 /// No character is refused: one below 'a', once in lower case, counts as its distance from '0' and
 /// every other as its distance from 'a' plus 10; a pair counts as 16 times the left one plus the
@@ -38,8 +41,8 @@ HAS_API bool IsLittleEndian();
 /// @return the number with its four bytes in reverse order
 HAS_API unsigned int swapByteOrder(unsigned int x);
 
-/// Makes the initialisation vector of an HLS segment whose playlist gives none: its media sequence
-/// number, big-endian (RFC 8216, 5.2).
+/// Makes the initialisation vector of an HLS segment whose playlist gives no such vector: the media
+/// sequence number, big-endian (RFC 8216, 5.2).
 /// @param iv     receives zeros and, in its last four bytes, the number
 /// @param ivLen  bytes in `iv`, 16 for AES; fewer than four hold the low bytes of the number
 HAS_API void sequenceToiv(unsigned int seq, unsigned char* iv, unsigned int ivLen);

@@ -41,7 +41,7 @@ bool parse(const std::string& text, CurlUrl& url) {
     return !ascii.empty() && (ascii == host || url.set(CURLUPART_HOST, ascii));
 }
 
-/// The canonical form of `text`, and in `url` its parts; empty where there is none.
+/// The canonical form of `text`, and in `url` its parts; empty where `text` is no URL.
 std::string canonical(std::string text, CurlUrl& url) {
     for (int round = 0; round < kMostRounds; ++round) {
         if (!parse(text, url))

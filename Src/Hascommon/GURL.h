@@ -33,7 +33,7 @@ namespace hascommon {
 /// Accepted are the schemes that libcurl speaks. Control characters, also a zero byte, make a URL
 /// invalid wherever they stand. Whether a host name can exist is not looked at.
 ///
-/// All components of an invalid URL are empty; none is ever half parsed. Objects own their text;
+/// All components of an invalid URL are empty; no URL is ever half parsed. Objects own their text;
 /// different ones may be used from different threads at the same time.
 class HAS_API GURL {
 public:
@@ -56,7 +56,7 @@ public:
     /// The port in decimal digits; empty where it is the scheme's own.
     const std::string& port() const { return m_port; }
 
-    /// The path from its leading "/", without the query; "/" where the URL has none.
+    /// The path from its leading "/", without the query; "/" where the URL has no path.
     const std::string& path() const { return m_path; }
 
     /// What follows the "?", without it; empty also where there is no "?".

@@ -54,15 +54,15 @@ public:
     /// @param bytes  `size` readable and writable bytes, or null
     void SetPtr(unsigned char* bytes, unsigned int size);
 
-    /// @return the bytes; null when there are none
+    /// @return the bytes; null when it neither has memory nor borrows any
     unsigned char* GetPtr();
     /// @return the size in bytes
     unsigned int GetSize();
 
     /// Copies bytes from the read position and moves it behind them.
     ///
-    /// The packet's last byte is never handed out: a read that would end at it is refused. This is
-    /// meant; callers that want every byte use GetPtr().
+    /// The packet's last byte is never handed out: a read that would end at it is refused.
+    /// Embedders reckon with it, so it stays; callers that want every byte use GetPtr().
     /// @param out  room for `n` bytes; untouched on failure
     /// @return 0, or -1 when there are no bytes or not more than `n` from the read position on
     int GetByte(unsigned char* out, unsigned int n);

@@ -2,7 +2,7 @@
 /// Copying, formatting and opening under one set of names; all of it at global scope.
 ///
 /// The names promise more than the copies do: has_strncpy_s() and has_memcpy_s() take the size of
-/// the destination but never look at it. This is meant. Existing callers pass sizes that are not
+/// the destination but never look at it, because existing callers pass sizes that are not
 /// those of their buffers, and rely on exactly `count` bytes being written; a caller that wants a
 /// bound passes it as `count`.
 ///

@@ -2,10 +2,10 @@
 /// Comparing, testing, converting and cutting text.
 ///
 /// Strings are bytes and letters are ASCII; no locale plays a part. The conversions take a narrow
-/// syntax on purpose and never fail loudly: text they do not accept yields 0, 0.0 or false, and
-/// callers rely on that. No function logs, and none throws but for lack of memory.
+/// syntax and never fail loudly: text they do not accept yields 0, 0.0 or false, and
+/// callers rely on that. No function logs, and no function throws except for lack of memory.
 ///
-/// Threads: all functions may be called from any thread; none has state.
+/// Threads: all functions may be called from any thread; no function has state.
 #pragma once
 
 #include <Hascommon/Export.h>
@@ -25,7 +25,8 @@ HAS_API bool has_iequal(const char* a, const char* b);
 
 /// Compares the first `n` bytes of two C strings, 'A' to 'Z' counting as 'a' to 'z'.
 ///
-/// A null pointer on either side counts as equal, this is meant. Bytes are unsigned.
+/// A null pointer on either side counts as equal: there is nothing that differs. Bytes are
+/// unsigned.
 /// @return 0 when equal, else the difference of the first two bytes that differ: folded where both
 ///         are part of their string, as they stand where one of the strings has ended
 HAS_API int has_strncasecmp(const char* a, const char* b, unsigned int n);
@@ -37,7 +38,7 @@ HAS_API int has_strncasecmp(const char* a, const char* b, unsigned int n);
 
 /// White space, '0' to '9' and a sign.
 HAS_API bool isDigitString(const std::string& text);
-/// White space, '0' to '9', 'A' to 'F' and a sign; lower case and "0x" fail, this is meant.
+/// White space, '0' to '9', 'A' to 'F' and a sign; lower case and "0x" fail.
 HAS_API bool isOxDigitString(const std::string& text);
 /// White space, '0' to '9', one '.' and a sign, which may also stand behind the '.'; no exponent.
 HAS_API bool isFloatString(const std::string& text);
@@ -48,7 +49,7 @@ HAS_API bool isFloatString(const std::string& text);
 HAS_API int convNotEmptyDigitStringToInt(std::string text);
 
 /// convNotEmptyDigitStringToInt() read as unsigned: "-1" yields 4294967295 and "3000000000" yields
-/// 2147483647, this is meant.
+/// 2147483647, because the number is read with a sign first.
 HAS_API unsigned int convNotEmptyDigitStringToUInt(std::string text);
 
 /// As convNotEmptyDigitStringToInt(), in 64 bits. The number is signed, whatever the name says.
@@ -61,7 +62,8 @@ HAS_API unsigned short convNotEmptyDigitStringToUInt2(std::string text);
 /// @return the decimal number at the start of the text, 0.0 where isFloatString() fails
 HAS_API double convNotEmptyDigitStringToDouble(std::string text);
 
-/// Whether the text begins with "true" in any case; what follows is ignored, this is meant.
+/// Whether the text begins with "true" in any case; what follows is ignored, so
+/// "true " and "trueish" are both true.
 HAS_API bool convNotEmptyStringToBool(const std::string& text);
 
 /// Hexadecimal digits of either case to a number.
@@ -80,7 +82,7 @@ HAS_API std::string& has_replace_first(std::string& text, const char* from, std:
 ///
 /// Each side is read as a decimal number as far as it goes, 0 where it does not begin with one. The
 /// right side begins one byte behind the place where the separator begins, however long the
-/// separator is, this is meant.
+/// separator is: ranges are separated by one character.
 /// @param first  receives the number on the left; 0 where there is no text or no separator
 /// @param last   receives the number on the right; -1, for "to the end", where there is no text or
 ///               no separator

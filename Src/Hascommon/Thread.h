@@ -30,8 +30,9 @@ public:
     ///
     /// A thread that is already running is detached first and runs on unsupervised. From then on it
     /// calls the new `fn` with the new `arg` too, because both are read before every call.
-    /// @return false when the thread could not be created. IsThread() then still says true, as a
-    ///         later Join() or Detach() acts on the handle that was left; this is meant.
+    /// @return false when the thread could not be created. IsThread() then still says true, and
+    ///         a later Join() or Detach() acts on the handle that was left: the result here is the
+    ///         only sign of the failure.
     bool Create(bool (*fn)(void*), void* arg);
 
     /// The entry of the thread; `self` is the Thread object.

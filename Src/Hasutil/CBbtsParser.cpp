@@ -48,7 +48,7 @@ CBbtsParser::TS_HEADER headerOf(ByteReader packet) {
     return header;
 }
 
-/// The table section of a packet, as far as the packet goes; empty where it has none.
+/// The table section of a packet, as far as the packet goes; empty where it has no section.
 ByteReader sectionOf(ByteReader packet, const CBbtsParser::TS_HEADER& header) {
     unsigned int pointer = 0;
     if (!packet.skip(kHeader + header.adaptation_field_length) || !packet.u8(pointer))

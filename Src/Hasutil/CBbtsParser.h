@@ -85,7 +85,8 @@ public:
     /// @name What was found; for reading
     /// @{
 
-    /// The private data of the last CA descriptor that carried any, from `new[]`; null for none.
+    /// The private data of the last CA descriptor that carried any, from `new[]`; null before
+    /// the first.
     unsigned char* m_caPrivateData = nullptr;
     /// Its length in bytes.
     unsigned int m_caPrivateDataSize = 0;

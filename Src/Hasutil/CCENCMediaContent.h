@@ -42,7 +42,7 @@ class SegmentRewriter;
 /// the object and stay until the next walk.
 ///
 /// **Failures** are returned, by the stream and by the walk also when memory runs out. What works
-/// on texts and descriptors reports that by std::bad_alloc.
+/// on texts and descriptors reports that by std::bad_alloc, and so does the constructor.
 ///
 /// Thread safety: one thread at a time for one object.
 class HAS_API CCENCMediaContent {
@@ -81,6 +81,7 @@ public:
     /// not media data: 5 MiB.
     static constexpr unsigned int kBufferLimit = 0x500000;
 
+    /// No content and no descriptors; no scheme id matches before init().
     CCENCMediaContent();
     ~CCENCMediaContent();
     CCENCMediaContent(const CCENCMediaContent&) = delete;
@@ -119,16 +120,17 @@ public:
     ///
     /// **Rewriting.** `moov` of separate media: its last `pssh` is retyped "free", once PSSH data
     /// is kept; the data and system id of each are kept. `moov` of multiplexed media: a `pssh`
-    /// built from the descriptor replaces the last one or becomes the last child; only the last one
-    /// is meant in both cases. Samples that such a `moov` lists itself, behind what was put in,
-    /// stay findable: its `stco`, `co64` and `saio` follow. `moof` of separate media without a
-    /// `pssh`: one from the descriptor, or else from what was kept, becomes its last child, and
-    /// each offset in `trun` and `saio` that leads behind the `moof` grows by its size. Those of a
-    /// second or later track without a base of its own count from the end of the data before
-    /// (ISO/IEC 14496-12, clause 8.8.7), which moves with them: they stay, as do those to samples
-    /// in front of the `moof`. A base data offset in `tfhd` counts from the file's start, so in
-    /// every `moof` it moves by what was inserted before since the segment began; it moves in place
-    /// of the runs where the first has no offset.
+    /// built from the descriptor replaces the last `pssh`, or becomes the last child where there is
+    /// no `pssh`. In both kinds of media any `pssh` in front of the last one stays as it is.
+    /// Samples that such a `moov` lists itself, behind what was put in, stay findable: its `stco`,
+    /// `co64` and `saio` follow. `moof` of separate media without a `pssh`: one from the
+    /// descriptor, or else from what was kept, becomes its last child, and each offset in `trun`
+    /// and `saio` that leads behind the `moof` grows by its size. Those of a second or later track
+    /// without a base of its own count from the end of the data before (ISO/IEC 14496-12,
+    /// clause 8.8.7), which moves with them: they stay, as do those to samples in front of the
+    /// `moof`. A base data offset in `tfhd` counts from the file's start, so in every `moof` it
+    /// moves by what was inserted before since the segment began; it moves in place of the runs
+    /// where the first has no offset.
     ///
     /// **After a bad box**, and when memory runs out, nothing of that box is emitted, what came
     /// before it in this call is, and the next call begins a segment. After ERROR_BUFFER_LIMIT
@@ -168,7 +170,8 @@ public:
     int findContentProtection(int period, int representation, dashengine::ContentProtection_t& out);
 
     /// Whether a scheme id is one of the DRM system's. Letters count without case, and only as many
-    /// characters are compared as the scheme id has: its beginning is enough. This is meant.
+    /// characters are compared as the scheme id has: its beginning is enough, and the empty text
+    /// matches too.
     bool isSystemIDMatched(const std::string& schemeId);
 
     /// @return the 16 bytes of the descriptor's system id, compared as above; empty when the scheme
@@ -179,8 +182,8 @@ public:
     std::string getPsshData(dashengine::ContentProtection_t& cp);
 
     /// Decodes base64 (RFC 4648, section 4). Characters outside the alphabet count as zero bits.
-    /// @return the bytes; none for a length that is no multiple of 4. More than two "=" at the end
-    ///         are logged, and then no byte is taken off for them
+    /// @return the bytes; no bytes for a length that is no multiple of 4. More than two "=" at the
+    ///         end are logged, and then no byte is taken off for them
     std::string base64Decode(std::string text);
     /// @}
 
@@ -220,8 +223,8 @@ public:
     long long walkBoxes(unsigned char* boxes, size_t bytes);
 
     /// Finds the data offset of a track fragment. Its size is trusted, as by parsingBox().
-    /// @return where the field lies in the `traf`; -1 when the first `trun` has none, when there is
-    ///         no `trun` (both are logged), and for a structural error
+    /// @return where the field lies in the `traf`; -1 when the first `trun` has no such field, when
+    ///         there is no `trun` (both are logged), and for a structural error
     int parsingTrafBox(unsigned char* traf);
 
     /// Whether a `trun` carries a data offset. Its size is trusted, as by parsingBox().
@@ -248,7 +251,7 @@ public:
     const std::list<MOOF_TRACK_FORMAT>& getMoofTracks() const { return m_records.moofTracks; }
     /// @return the data of the last `pssh` that had any, from the stream or the walk
     const std::string& getKeptPssh() const { return m_records.psshData; }
-    /// @return the 16 bytes of that box's system id; empty when none was seen
+    /// @return the 16 bytes of that box's system id; empty before the first
     const std::string& getKeptSystemID() const { return m_records.psshSystemId; }
     /// @}
 

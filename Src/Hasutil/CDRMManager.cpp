@@ -17,7 +17,7 @@ constexpr char kPlayReadySwapped[] = "urn:uuid:79f0049a-4098-8642-ab92-e65be0885
 constexpr char kQdrm[] = "urn:uuid:78cbbd26-2235-a711-c890-f66a56ee12df";
 constexpr char kCommonEncryption[] = "urn:mpeg:dash:mp4protection:2011";
 
-/// A handler; null for a media type that gets none.
+/// A new handler; null for a media type that gets no handler.
 template<typename Handler>
 std::unique_ptr<IDRMHandler> make(MediaType mediaType, bool flag) {
     if (mediaType != MEDIA_TYPE_AUDIO && mediaType != MEDIA_TYPE_VIDEO)

@@ -25,7 +25,8 @@ namespace hascommon {
 ///
 /// The first four are compared without regard to case. The last one, which announces Common
 /// Encryption (ISO/IEC 23001-7) and no system, has to be written exactly so, and counts only where
-/// it is the content's sole descriptor: such a stream is taken for PlayReady. This is meant.
+/// it is the content's sole descriptor: such a stream is taken for PlayReady, which
+/// engines count on.
 ///
 /// **Order of calls.** setContentProtectSize(), then FindHandler() for each descriptor; Cleanup()
 /// ends a content, and the next may begin.
@@ -50,12 +51,12 @@ public:
     /// beyond Cleanup() too.
     void setContentProtectSize(int count);
 
-    /// Looks for a handler, and makes none.
+    /// Looks for a handler that was made before.
     /// @param schemeId  as it was written when the handler was made, in the same case
-    /// @return the handler, which stays the manager's; null when there is none
+    /// @return the handler, which stays the manager's; null when it was never made
     IDRMHandler* FindHandler(const std::string& schemeId, MediaType mediaType);
 
-    /// Looks for a handler, and makes it where there is none.
+    /// Looks for a handler, and makes it where it was not made before.
     /// @param schemeId    compared without regard to case when a handler is chosen, but exactly
     ///                    when one is looked for: another spelling makes another handler
     /// @param value       the descriptor's value attribute; not used

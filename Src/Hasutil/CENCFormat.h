@@ -29,7 +29,9 @@ struct TRACK_FORMAT {
 
 /// A stretch of a sample: clear bytes, and protected ones behind them.
 struct SUBSAMPLE_FORMAT {
+    /// Bytes that are not encrypted, in front.
     unsigned short clearBytes = 0;
+    /// Bytes that are encrypted, behind them.
     unsigned int protectedBytes = 0;
 };
 
@@ -43,7 +45,7 @@ struct SAMPLE_FORMAT {
     unsigned short subsampleCount = 0;
     /// Bytes of auxiliary information, from `saiz`; 0 before.
     unsigned char auxSize = 0;
-    /// Bytes of `iv` that count; 0 while the sample has none.
+    /// Bytes of `iv` that count; 0 while the sample has no IV.
     unsigned char ivSize = 0;
     /// The initialisation vector, filled up with zeros.
     unsigned char iv[16] = {};
@@ -66,17 +68,21 @@ struct MOOF_TRACK_FORMAT {
     /// The flags of `tfhd`; what follows down to the sample flags is 0 where they do not announce
     /// it.
     unsigned int flags = 0;
+    /// Where the offsets of the runs count from, in bytes from the begin of the file.
     unsigned long long baseDataOffset = 0;
+    /// Which entry of the track's `stsd` describes the samples, from 1.
     unsigned int sampleDescriptionIndex = 0;
     /// In the track's time scale.
     unsigned int defaultSampleDuration = 0;
     /// In bytes.
     unsigned int defaultSampleSize = 0;
+    /// As ISO/IEC 14496-12, clause 8.8.3.1, lays them out.
     unsigned int defaultSampleFlags = 0;
     /// Samples of all the track's runs together.
     unsigned int sampleCount = 0;
     /// From the last `trun` that carries one; relative as `tfhd` says, and signed.
     int dataOffset = 0;
+    /// One of the AUX_ states.
     unsigned int auxResolved = AUX_NONE;
     /// Entries of the last `saio`.
     unsigned int saioCount = 0;

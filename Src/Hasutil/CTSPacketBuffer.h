@@ -17,9 +17,9 @@ namespace hascommon {
 ///
 /// **Other sizes, and runs of packets that pass the end of the ring,** move the positions further
 /// than the bytes they carry, so that what is read later is not what was written: a run that wraps
-/// leaves its position as many packets behind the start as the whole run has. This is meant,
-/// embedders reckon with it. It never touches memory outside the ring: a position goes round it,
-/// and what would be copied behind its end is left out.
+/// leaves its position as many packets behind the start as the whole run has.
+/// Embedders reckon with that, so it stays. It never touches memory outside the ring: a position
+/// goes round it, and what would be copied behind its end is left out.
 ///
 /// **Ownership.** The ring's memory comes from GetHasMemory() and is given back through
 /// FreeHasMemory().
@@ -29,6 +29,7 @@ namespace hascommon {
 /// see GetMutex().
 class HAS_API CTSPacketBuffer : public IArrayBuffer {
 public:
+    /// An empty ring; without memory for it, one that holds nothing.
     /// @param capacity  bytes, as for SetMaxSize()
     explicit CTSPacketBuffer(unsigned int capacity);
     ~CTSPacketBuffer() override;

@@ -20,7 +20,8 @@ struct HAS_API ContentProtection_t {
     /// Empty texts and no bytes.
     ContentProtection_t();
     ~ContentProtection_t();
-    /// Copies `dataSize` bytes of the array; none where it is null or the size is below 1.
+    /// Copies `dataSize` bytes of the array; where it is null, or the size below 1, the copy has no
+    /// array.
     ContentProtection_t(const ContentProtection_t& other);
     /// The same. An assignment that fails for want of memory changes nothing.
     ContentProtection_t& operator=(const ContentProtection_t& other);
@@ -32,7 +33,7 @@ struct HAS_API ContentProtection_t {
     std::string schemeIdUri;
     /// The value attribute.
     std::string value;
-    /// Bytes that belong to the scheme, from `new[]`; null for none.
+    /// Bytes that belong to the scheme, from `new[]`; null where the descriptor has no bytes.
     std::unique_ptr<unsigned char[]> data;
     /// How many bytes `data` holds.
     int dataSize = 0;

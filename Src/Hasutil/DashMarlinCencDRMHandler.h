@@ -18,8 +18,8 @@ class CencHandler;
 /// The handler for Marlin. Segments pass as IDRMHandler and CCENCMediaContent say; everything not
 /// described here is as the interface has it.
 ///
-/// A segment that could not be processed does not become the last error, so that later segments are
-/// not blocked. This is meant.
+/// A segment that could not be processed does not become the last error: one damaged segment is a
+/// short gap, and those behind it are to be played.
 ///
 /// Thread safety: one thread at a time.
 class HAS_API DashMarlinCencDRMHandler : public IDRMHandler {
@@ -44,8 +44,9 @@ public:
     ///
     /// The text's "TYPE=" is followed by the kind, up to a "|" or the end. "MARLIN-MS3" prepares
     /// the object for Common Encryption; "MARLIN-BB", which comes in MPEG-TS, needs no rewriting
-    /// and leaves it alone. Without a kind behind "TYPE=" the one given before counts, and is not
-    /// checked again; none at all is accepted too, and nothing is prepared. This is meant.
+    /// and leaves it alone. An empty kind stands for the one given before,
+    /// which is not checked again. Where no kind was given before either, the text is accepted all
+    /// the same and the object is left alone.
     /// @param drmInfo  a `const std::string*`, only read; null does nothing, not even clear the
     ///                 error
     /// @return 1; 0 with the last error -51 for an empty text, one without "TYPE=", or another

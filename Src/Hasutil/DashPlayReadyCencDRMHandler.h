@@ -18,8 +18,8 @@ class CencHandler;
 /// The handler for PlayReady, under both spellings of its system id. Segments pass as IDRMHandler
 /// and CCENCMediaContent say; everything not described here is as the interface has it.
 ///
-/// A segment that could not be processed does not become the last error, so that later segments are
-/// not blocked. This is meant.
+/// A segment that could not be processed does not become the last error: one damaged segment is a
+/// short gap, and those behind it are to be played.
 ///
 /// Thread safety: one thread at a time.
 class HAS_API DashPlayReadyCencDRMHandler : public IDRMHandler {

@@ -19,7 +19,8 @@ class CencHandler;
 /// described here is as the interface has it.
 ///
 /// A segment that could not be processed leaves the content object's error as the last error, so
-/// that every later one is refused until OnContentStart(). The other handlers go on. This is meant.
+/// that every later one is refused until OnContentStart(). The engine so learns of it at
+/// the end of the segment at the latest. The other handlers go on.
 ///
 /// Thread safety: one thread at a time.
 class HAS_API DashQDRMCencDRMHandler : public IDRMHandler {

@@ -23,11 +23,14 @@ enum eDRM_TYPE : int {
 enum CONTENT_TYPE : int {
     CONTENT_TYPE_AUDIO = 1,
     CONTENT_TYPE_VIDEO = 2,
+    /// Subtitles; no handler is made for them.
     CONTENT_TYPE_TEXT = 3,
 };
 
-/// Which property an engine sets on a DRM handler. Handlers log the number and know none of them.
+/// Which property an engine sets on a DRM handler. Handlers log the number, and no
+/// number means anything to them.
 enum Has_DRMPropertyType : int {
+    /// No property; every other number is the engine's own.
     HAS_DRM_PROPERTY_NONE = 0,
 };
 

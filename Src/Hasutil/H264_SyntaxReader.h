@@ -28,7 +28,7 @@ public:
     ///
     /// A 3 behind two zeros is dropped and the byte behind it handed out whatever it is; that byte
     /// does not count as a zero, so of 00 00 03 00 00 03 only the first 03 is dropped. A third zero
-    /// in a row starts the count of zeros over. Both are meant.
+    /// in a row starts the count of zeros over. Engines reckon with both, so they stay.
     /// @param byte  receives it, 0 at the end
     /// @return 0, or -9 at the end of the data
     int Increment(unsigned char& byte);

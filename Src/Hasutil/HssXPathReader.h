@@ -59,7 +59,8 @@ public:
     /// Parses a file, unless a document is loaded already.
     /// @param file  its path; may be null, which loads nothing
     /// @return true when a document had been loaded before, which is kept; false otherwise, whether
-    ///         or not this one could be parsed. This is meant: IsLoaded() tells about success.
+    ///         or not this one could be parsed. So it tells of a document in the way only;
+    ///         IsLoaded() tells about success.
     bool Load(const char* file);
 
     /// Parses a document in memory, unless one is loaded already.
@@ -75,7 +76,7 @@ public:
     bool IsLoaded();
 
     /// @return libxml2's document (an `xmlDocPtr`), to be walked by the caller and not changed or
-    ///         freed; null when none is loaded
+    ///         freed; null when no document is loaded
     _xmlDoc* GetDocument();
 
     /// @return the content of the first node, if that is a text or a CDATA section. An expression
@@ -99,12 +100,13 @@ public:
     int GetXmlParamKBps(const char* xpath);
 
     /// The way to lists: an element to walk from, in time that does not grow with the list.
-    /// @return the first node, if that is an element; none otherwise. "/*" is the outermost one.
+    /// @return the first node, if that is an element; otherwise an XmlElement that stands for no
+    ///         element. "/*" names the outermost element.
     XmlElement GetXmlElement(const char* xpath);
 
     /// Any expression, with all it comes to: numbers, truth values and strings as well as node
     /// sets.
-    /// @return of kind Error for an expression that is none, a null one, a reader without a
+    /// @return of kind Error for a text that is no expression, a null one, a reader without a
     ///         document, an answer of more than 64 MiB, and for want of memory
     XPathAnswer Evaluate(const char* xpath);
 

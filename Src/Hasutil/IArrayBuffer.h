@@ -20,13 +20,13 @@ public:
     /// Drops the oldest element, where the buffer has elements.
     virtual void PopFront() = 0;
 
-    /// Takes the oldest `size` bytes out, all or none.
+    /// Takes the oldest `size` bytes out, or, where fewer are held, no byte.
     /// @param out  room for them, or null to drop them unread
-    /// @return whether there were that many
+    /// @return whether they were taken out
     virtual bool PopFront(unsigned int size, void* out) = 0;
 
     /// Copies the oldest element to `out` and leaves it in the buffer.
-    /// @return false where there is none, or the buffer has no elements
+    /// @return false where the buffer is empty, or knows bytes only and no elements
     virtual bool GetFront(void* out) = 0;
 
     /// Drops everything; what the buffer can hold stays the same.

@@ -24,7 +24,8 @@ namespace hascommon {
 /// **Ownership.** Everything passed in stays the caller's and is not kept beyond the call; what is
 /// needed later is copied. Handlers are made and owned by CDRMManager.
 ///
-/// **Exceptions.** The handlers of this library throw none: without memory they refuse.
+/// **Exceptions.** The operations of this library's handlers do not throw: without memory they
+/// refuse. Making a handler may throw std::bad_alloc.
 ///
 /// Thread safety: one thread at a time for one handler.
 class HAS_API IDRMHandler {
@@ -36,7 +37,7 @@ public:
     virtual int GetLastErrorCode() = 0;
 
     /// Sets a property.
-    /// @return 1; the handlers of this library use none
+    /// @return 1; no property changes what the handlers of this library do
     virtual int SetDRMProperty(Has_DRMPropertyType type, std::string value) = 0;
 
     /// Announces a representation's scheme.

@@ -16,7 +16,7 @@ class HAS_API IOutputBuffer {
 public:
     virtual ~IOutputBuffer();
 
-    /// Appends bytes, all or none.
+    /// Appends bytes: all of them, or, where they do not fit, no byte.
     /// @param data  only read, and copied
     /// @return whether they were taken
     virtual bool PushBack(void* data, unsigned int size) = 0;

@@ -48,9 +48,9 @@ public:
     /// Does nothing: single bytes are no elements.
     void PopFront() override;
 
-    /// Takes the oldest bytes out, all or none.
+    /// Takes the oldest `size` bytes out, or, where fewer are held, no byte.
     /// @param out  room for `size` bytes, or null to drop them unread
-    /// @return false, and nothing is changed, when fewer than `size` are held
+    /// @return whether they were taken out
     bool PopFront(unsigned int size, void* out) override;
 
     /// Copies nothing.

@@ -24,8 +24,9 @@ namespace hascommon::aes {
 /// key, the position in the stream, the carried bytes and the final buffer, so feeding one feeds
 /// both. What they share lives until the last of them is gone. An object that is assigned to lets
 /// go of what it had, its key included, and has to be given a key by Init(): the other's stream is
-/// not taken over, not even by an object that is assigned to itself. This is meant. Only an object
-/// that could not be set up for lack of memory is set up by an assignment, which makes it share.
+/// not taken over, not even by an object that is assigned to itself, which engines reckon with.
+/// Only an object that could not be set up for lack of memory is set up by an assignment, which
+/// makes it share.
 ///
 /// **Memory.** All of it is taken by the constructor and by assignment. A call that succeeds
 /// allocates nothing; one that fails lets OpenSSL note why in the thread's error queue.
@@ -80,7 +81,7 @@ public:
     /// the object is assigned to, or until the last of its copies is gone. Null for lack of memory.
     unsigned char* GetFinalBuffer();
 
-    /// Always 16, the block size, whatever is carried. This is meant.
+    /// Always 16, the block size, whatever is carried: callers make room by it.
     int GetUndecryptedData();
 
     /// 0, or -11 since an OpenSSL call failed. Only Init() sets it back.

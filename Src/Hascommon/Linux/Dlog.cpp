@@ -150,7 +150,7 @@ public:
     }
 
     Sink get() {
-        if (m_isSet) { // Most programs set none, and log from several threads.
+        if (m_isSet) { // Most programs set no sink, and log from several threads.
             const std::shared_lock<std::shared_mutex> lock(m_mutex);
             if (m_sink.function != nullptr)
                 return m_sink;

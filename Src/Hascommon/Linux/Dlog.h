@@ -18,7 +18,7 @@ extern "C" {
 
 /// Writes one line to the platform log.
 ///
-/// The default hands the line to the sink set with has_setLogSink() or, when there is none, to the
+/// The default hands the line to the sink set with has_setLogSink() or, when no sink is set, to the
 /// sink named by the environment variable `HAS_LOG`, read once at the first line:
 ///
 /// - unset, empty or `off`: the line is dropped, nothing is written anywhere;

@@ -14,7 +14,7 @@ namespace {
 using namespace hascommon::detail;
 
 /// Finds the direct child of a type that comes last.
-/// @param found  receives where it begins; 0 when there is none
+/// @param found  receives where it begins; 0 when no child is of that type
 /// @return false when a child does not fit
 bool findLastChild(const BoxView& parent, unsigned int type, size_t& found) {
     found = 0;

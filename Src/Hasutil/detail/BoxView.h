@@ -47,13 +47,13 @@ public:
         reader.skip(at < m_size ? at : m_size);
         return reader;
     }
-    /// The type in the header; 0 where there is none.
+    /// The type in the header; 0 where the bytes hold no header.
     unsigned int type() const {
         unsigned int type = 0;
         from(4).u32(type);
         return type;
     }
-    /// The flags behind the version; 0 where there are none.
+    /// The flags behind the version; 0 where the bytes do not hold them.
     unsigned int flags() const {
         unsigned int flags = 0;
         from(kBoxHeader + 1).u24(flags);

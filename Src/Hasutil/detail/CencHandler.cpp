@@ -9,8 +9,8 @@
 #include <optional>
 #include <string_view>
 
-// In colour like other highlighted lines, but for the blanks around the text: these have none of
-// their own before it, and only a refusal has one behind the colour.
+// Coloured like other highlighted lines, which have a blank on either side of the text inside the
+// colour. These lines have no such blank in front, and only a refusal has one, behind the colour.
 #define HAS_LOG_COLOURED(function, after, ...)                                                     \
     HAS_LOG_ARGS(kLogHighlighted, "\033[1;31;42m", after, function, __VA_ARGS__)
 

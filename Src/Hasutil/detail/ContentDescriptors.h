@@ -16,12 +16,12 @@ class ContentDescriptors {
 public:
     using List = std::list<dashengine::ContentProtection_t>;
 
-    /// Chooses the system whose scheme ids match; before, none does.
+    /// Chooses the system whose scheme ids match. No scheme id matches before that.
     void choose(eDRM_TYPE type) { m_type = type; }
 
     /// Stores a copy in place of what is stored; null only removes that.
     void store(int period, int representation, const List* descriptors);
-    /// The first descriptor of the chosen system; null when there is none.
+    /// The first descriptor of the chosen system; null when the representation has no such one.
     const dashengine::ContentProtection_t* find(int period, int representation) const;
 
     /// The 16 bytes of the chosen system's id; empty for a scheme id of another.

@@ -8,7 +8,7 @@
 namespace hascommon::detail {
 
 /// Finds the system of a type whose scheme id begins like the given one, in any case.
-/// @return the 16 bytes of its system id; empty for none
+/// @return the 16 bytes of its system id; empty when no system fits
 std::string findSystemId(eDRM_TYPE type, const std::string& schemeId);
 
 } // namespace hascommon::detail

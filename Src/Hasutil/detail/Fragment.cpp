@@ -27,7 +27,7 @@ bool isFieldBoxSound(const BoxView& box) {
     }
 }
 
-/// The absolute base of a sound `tfhd`; 0 where it has none.
+/// The absolute base of a sound `tfhd`; 0 where it has no base.
 unsigned long long baseOf(const BoxView& tfhd) {
     unsigned long long base = 0;
     if ((tfhd.flags() & kTfhdBaseOffset) != 0)
@@ -39,7 +39,7 @@ bool hasOffset(const BoxView& trun) {
     return (trun.flags() & kTrunDataOffset) != 0;
 }
 
-/// The data offset of a sound `trun`; 0 where it has none.
+/// The data offset of a sound `trun`; 0 where it has no offset.
 int offsetOf(const BoxView& trun) {
     unsigned int offset = 0;
     if (hasOffset(trun))
@@ -56,7 +56,7 @@ struct Anchor {
     bool follows = false;
 };
 
-/// The header and the first run of a `traf`; empty views where it has none.
+/// The header and the first run of a `traf`; an empty view where one is missing.
 struct Heads {
     BoxView tfhd;
     BoxView trun;
@@ -73,10 +73,10 @@ struct Heads {
     bool hasRun() const { return trun.size() != 0; }
 };
 
-/// Where an absolute base lies. Beyond what the stream has had so far it is either the samples'
-/// begin, or the begin of this `moof` in a file that the stream does not have from its start; the
-/// first run tells which, because no offset from a `moof` to its samples is smaller than the
-/// `moof`.
+/// Where an absolute base lies. A base beyond what the stream has had so far is one of two things:
+/// the begin of the samples, or the begin of this `moof` counted in a file that the stream does not
+/// have from its start. The first run tells which of them: an offset from a `moof` to its samples
+/// is never smaller than the `moof`, so a smaller one counts from the samples.
 long long placeOfBase(unsigned long long base, const Heads& heads, size_t moofSize,
                       unsigned long long moofAt) {
     if (base < moofAt + moofSize)

@@ -18,7 +18,7 @@ bool dropUE(H264_SyntaxReader& reader) {
     return reader.ReadUE(value) == 0;
 }
 
-/// A count beyond the data ends with the data.
+/// Drops `count` elements; the count comes from the stream, so it may go beyond its end.
 bool dropSE(H264_SyntaxReader& reader, unsigned int count) {
     int value = 0;
     for (unsigned int i = 0; i < count; ++i) {
@@ -33,7 +33,7 @@ bool dropBitDepths(H264_SyntaxReader& reader) {
     return luma && dropUE(reader);
 }
 
-/// Both write the field only once the element was read whole.
+/// This and the next write the field only once the element was read whole.
 bool readFlag(H264_SyntaxReader& reader, unsigned int& field) {
     return reader.ReadU(1, field) == 0;
 }

@@ -8,7 +8,8 @@ namespace hascommon::detail {
 /// With a size of 64 bits.
 constexpr size_t kLongHeader = 16;
 
-/// What a top-level header says. Media data alone may have a size of 64 bits, or none.
+/// What a top-level header says. Only media data may have a size of 64
+/// bits, or leave its size open.
 struct TopHeader {
     unsigned int type = 0;
     /// Of the whole box; nothing is known of it where the box is open.
