@@ -11,6 +11,7 @@
 #include <Hasnet/detail/HttpDate.h>
 #include <Hasnet/detail/ItemRelease.h>
 #include <Hasnet/detail/Low32.h>
+#include <Hasnet/detail/Outcome.h>
 #include <Hasnet/detail/ResultCode.h>
 #include <Hasnet/detail/SocketBuffers.h>
 #include <Hasnet/detail/TransferLimits.h>
@@ -38,6 +39,22 @@ constexpr long long kResumeSettlesMs = 100;
 constexpr unsigned int kRefusedWaitMs = 3;
 constexpr unsigned int kResetWaitMs = 20;
 constexpr unsigned int kRetryPaceMs = 500;
+
+detail::TransferEnd endOf(const UnitObject& unit, CURLcode result, long status,
+                          int easyIndex) HAS_NO_THREAD_SAFETY_ANALYSIS {
+    detail::TransferEnd end;
+    end.result = result;
+    end.status = status;
+    end.easyIndex = easyIndex;
+    end.url = unit.url;
+    end.received = unit.received;
+    end.total = unit.contentLength;
+    end.skipBytes = unit.skipBytes;
+    end.retries = unit.retries;
+    end.paused = unit.IsPaused();
+    end.cancelled = unit.aborted;
+    return end;
+}
 
 int seconds(long long ms) {
     return static_cast<int>(ms / 1000);
@@ -290,13 +307,8 @@ int Curl::ReapOne() {
     if (unit == nullptr)
         return 0;
     unit->itemLock.AssertHeld();
-    // A cancelled transfer may have come to its end before it noticed, without all its bytes having
-    // reached the owner: it is cancelled all the same.
-    if (unit->resetMark || unit->IsAborted())
-        result = CURLE_ABORTED_BY_CALLBACK;
-    // libcurl takes a connection that closes within the headers for an empty body.
-    if (result == CURLE_OK && unit->inHeaders)
-        result = CURLE_PARTIAL_FILE;
+    result = detail::correctedResult(static_cast<CURLcode>(result),
+                                     unit->resetMark || unit->IsAborted(), unit->inHeaders);
     if (result != CURLE_OK)
         HAS_LOG("errorbuf : %s", unit->errorBuffer.data());
     long status = 0;
@@ -512,27 +524,20 @@ int Curl::ResultIf(UnitObject* unit, CURLcode curlCode, long httpStatus, int eas
         HAS_LOG_NO_UNIT();
         return -1;
     }
-    const int result = static_cast<int>(curlCode);
+    const detail::TransferEnd end = endOf(*unit, curlCode, httpStatus, easyIndex);
     const int code = detail::codeOf(curlCode, httpStatus);
-    if (code == detail::kCodeTlsError)
-        HAS_LOG(" [ERROR] SSL error: %d", result);
-    if (code == detail::kCodeTimeout)
-        HAS_LOG(" [Warning] CURLE_OPERATION_TIMEDOUT occured!");
-    if (code == detail::kCodeReceiveError)
-        HAS_LOG(" [Warning]CURLE_RECV_ERROR error occured!");
+    const std::string text = detail::codeText(code, curlCode);
+    if (!text.empty())
+        HAS_LOG("%s", text.c_str());
     if (code != detail::kCodeOk)
         unit->code = code;
     if (code < 0) {
         if (code != detail::kCodeCancelled)
-            HAS_LOG(
-                " Curl Download Error!!: pause(%d), interrupt(%d), has(%d), Curl(%d), http(%d), "
-                "now(%u), total(%u), %s,curlID(%d)",
-                unit->IsPaused(), unit->aborted.load(), code, result, static_cast<int>(httpStatus),
-                low32(unit->received), low32(unit->contentLength), unit->url.c_str(), easyIndex);
-        if (unit->aborted)
+            HAS_LOG("%s", detail::failureText(end, code).c_str());
+        if (end.cancelled)
             unit->code = detail::kCodeCancelled;
         else
-            ApplyRetryRules(unit, code, httpStatus);
+            ApplyRetryRules(unit, detail::outcomeOf(end, code));
     }
     ReportRedirect(unit, httpStatus);
     unit->aborted = false;
@@ -540,41 +545,15 @@ int Curl::ResultIf(UnitObject* unit, CURLcode curlCode, long httpStatus, int eas
     return unit->code;
 }
 
-void Curl::ApplyRetryRules(UnitObject* unit, int code, long httpStatus) {
+void Curl::ApplyRetryRules(UnitObject* unit, const detail::Outcome& outcome) {
     unit->itemLock.AssertHeld();
-    const unsigned long long received = unit->received;
-    const unsigned long long total = unit->contentLength;
-    const bool complete = total != 0 && received >= total;
-    if (code == detail::kCodeTimeout) {
-        HAS_LOG(" HTTP TIME OUT ERROR-1 !");
-    } else if (code == detail::kCodePartial && unit->retries < detail::kMaxRetries) {
-        if (!complete) {
-            ++unit->retries;
-            unit->skipBytes = std::max(unit->skipBytes, received);
-            HAS_LOG(
-                " Curl Retry incomplete download: retry(%d), pause(%d), interrupt(%d), now(%u), "
-                "total(%u), url(%s)",
-                unit->retries.load(), unit->IsPaused(), 0, low32(received), low32(total),
-                unit->url.c_str());
-            has_sleep_ms(kRetryPaceMs);
-        }
-    } else if (received != 0 && complete) {
-        // All the data arrived; the code says what went wrong after it.
-    } else if (detail::isRetriedStatus(httpStatus)) {
-        if (unit->retries < detail::kMaxRetries) {
-            ++unit->retries;
-            HAS_LOG(" HTTP 404 ERROR ( retry : %d )", unit->retries.load());
-            has_sleep_ms(kRetryPaceMs);
-        } else {
-            HAS_LOG(" HTTP 404 ERROR - retry ( retry : %d )", unit->retries.load());
-            unit->code = detail::kCodeRetryLimit;
-        }
-    } else {
-        HAS_LOG("--- else, err_recv_error");
-        unit->code = detail::kCodeReceiveError;
-    }
-    if (unit->retries > detail::kMaxRetries)
-        unit->code = detail::kCodeReceiveError;
+    unit->retries = outcome.retries;
+    unit->skipBytes = outcome.skipBytes;
+    if (!outcome.text.empty())
+        HAS_LOG("%s", outcome.text.c_str());
+    if (outcome.paces)
+        has_sleep_ms(kRetryPaceMs);
+    unit->code = outcome.code;
     HAS_LOG("--- unit->code 3 :%d", unit->code.load());
 }
 

@@ -15,7 +15,8 @@ namespace hascommon {
 
 namespace detail {
 class CurlState;
-}
+struct Outcome;
+} // namespace detail
 
 /// Downloads over one libcurl multi handle; see ICurl for the operations and their threads.
 ///
@@ -181,7 +182,7 @@ private:
     void ProcessGetInfo(UnitObject* unit, int easyIndex);
 
     // Outcomes.
-    void ApplyRetryRules(UnitObject* unit, int curlCode, long httpStatus);
+    void ApplyRetryRules(UnitObject* unit, const detail::Outcome& outcome);
     void ReportRedirect(UnitObject* unit, long httpStatus);
 
     void LetOwnersIn();
