@@ -14,8 +14,7 @@
 namespace hascommon {
 
 namespace detail {
-class CurlState;
-struct Outcome;
+class Engine;
 } // namespace detail
 
 /// Downloads over one libcurl multi handle; see ICurl for the operations and their threads.
@@ -142,54 +141,7 @@ protected:
     void KeepUserCookie(const std::string& cookie);
 
 private:
-    // Beginning a request.
-    int BeginDownloadImpl(unsigned int key, const std::string& url, const std::string& range,
-                          bool keepInfo, UnitObject*& unit, bool flag, void* userData);
-    bool ReqBody(UnitObject* unit, unsigned int key);
-    void SetBodyEasyDownloadOPT(UnitObject* unit);
-    void GiveBack(UnitObject* unit);
-
-    // A pass.
-    int Process();
-    void ApplyRequests();
-    void AddBegun(UnitObject* unit);
-    void ApplyPause(UnitObject* unit);
-    void RunTransfers();
-    int PerformAll();
-    int WaitForTraffic(int timeoutMs);
-    bool MayGoOn(int running) const;
-    int ReapOne();
-    int Complete(UnitObject* unit);
-    int CompleteHeld();
-    void EndAll();
-    void TakeOff(UnitObject* unit);
-    void FinishReset();
-    bool DrainReset();
-
-    // Bytes and headers, on their way from libcurl to the owner.
-    static size_t EasyDownloadCB(char* data, size_t size, size_t nmemb, void* unit);
-    static size_t HeaderCB(char* data, size_t size, size_t nmemb, void* unit);
-    static int ProgressCB(void* unit, double dltotal, double dlnow, double ultotal, double ulnow);
-    int OnBodyDownload(UnitObject* unit, unsigned char* data, unsigned int size, int easyIndex,
-                       int part);
-    void KeepForLater(UnitObject* unit, const unsigned char* data, unsigned int size);
-    void CountArrival(UnitObject* unit, unsigned int size);
-    void LoadHeld(UnitObject* unit);
-    void DeliverHeld(UnitObject* unit);
-    void CallTransfer(UnitObject* unit, int code, unsigned char* data, unsigned int size, int part);
-    void OnHeaderDownload(UnitObject* unit, const char* line, unsigned int length);
-    void OnHeadersEnd(UnitObject* unit);
-    void ProcessGetInfo(UnitObject* unit, int easyIndex);
-
-    // Outcomes.
-    void ApplyRetryRules(UnitObject* unit, const detail::Outcome& outcome);
-    void ReportRedirect(UnitObject* unit, long httpStatus);
-
-    void LetOwnersIn();
-    int Collect(UnitObject* unit);
-    void WaitStep(unsigned int ms);
-
-    std::unique_ptr<detail::CurlState> m_state;
+    std::unique_ptr<detail::Engine> m_engine;
 };
 
 } // namespace hascommon

@@ -1,104 +1,181 @@
 // The operations of the download engine that only keep or tell something.
+#include <Hasnet/detail/EngineLog.h>
+
 #include <Hasnet/Curl.h>
 
-#include <Hasnet/detail/CurlState.h>
+#include <Hasnet/detail/ByteCount.h>
+#include <Hasnet/detail/Engine.h>
 
 namespace hascommon {
 
-using detail::CurlState;
-using ItemGuard = LockGuard<detail::ItemLock>;
-using OptionsGuard = LockGuard<Mutex>;
+using detail::ItemGuard;
+using detail::low32;
+using detail::RequestOptions;
 
 void Curl::SetCookie(const std::string& cookie) {
     KeepUserCookie(cookie);
     if (!cookie.empty())
-        m_state->cookieJar.addUsrDefCookie(cookie);
+        m_engine->cookieJar.addUsrDefCookie(cookie);
 }
 
 void Curl::KeepUserCookie(const std::string& cookie) {
-    const OptionsGuard guard(m_state->optionsMutex);
-    m_state->options.userCookie = cookie;
+    m_engine->setup.Set(&RequestOptions::userCookie, cookie);
 }
 
 bool Curl::AddHeaderLine(const std::string& line) {
-    const OptionsGuard guard(m_state->optionsMutex);
-    m_state->options.headerList = detail::withLine(m_state->options.headerList, line);
-    return m_state->options.headerList != nullptr;
+    return m_engine->setup.AddHeaderLine(line);
 }
 
 void Curl::SetStrictCookies(bool strict) {
-    m_state->cookieJar.SetStrictCookies(strict);
+    m_engine->cookieJar.SetStrictCookies(strict);
 }
 
 void Curl::clearUsrDefCookie() {
-    m_state->cookieJar.delUsrDefCookie();
+    m_engine->cookieJar.delUsrDefCookie();
 }
 
 void Curl::SetProxy(const std::string& proxy) {
-    const OptionsGuard guard(m_state->optionsMutex);
-    m_state->options.proxy = proxy;
+    m_engine->setup.Set(&RequestOptions::proxy, proxy);
 }
 
 void Curl::SetAgent(const std::string& agent) {
-    const OptionsGuard guard(m_state->optionsMutex);
-    m_state->options.agent = agent;
+    m_engine->setup.Set(&RequestOptions::agent, agent);
 }
 
 void Curl::SetVerifyPeer(bool verify) {
-    const OptionsGuard guard(m_state->optionsMutex);
-    m_state->options.verifyPeer = verify;
+    m_engine->setup.Set(&RequestOptions::verifyPeer, verify);
 }
 
 void Curl::SetCaFile(const std::string& path) {
-    const OptionsGuard guard(m_state->optionsMutex);
-    m_state->options.caFile = path;
+    m_engine->setup.Set(&RequestOptions::caFile, path);
 }
 
 void Curl::SetConnTimeout(int timeout) {
-    m_state->connTimeout = timeout;
+    m_engine->setup.connTimeout = timeout;
 }
 
 void Curl::SetLowSpeedTimeout(int timeout) {
-    m_state->lowSpeedTimeout = timeout;
+    m_engine->setup.lowSpeedTimeout = timeout;
 }
 
 void Curl::getEngineInfo(unsigned int* info) {
     if (info != nullptr)
-        *info = m_state->engineInfo;
+        *info = m_engine->setup.engineInfo;
 }
 
 void Curl::setEngineInfo(unsigned int* info) {
     if (info != nullptr)
-        m_state->engineInfo = *info;
+        m_engine->setup.engineInfo = *info;
 }
 
 void Curl::LockMutItem() HAS_NO_THREAD_SAFETY_ANALYSIS {
-    m_state->itemLock.Lock();
+    m_engine->pass.lock.Lock();
 }
 
 void Curl::UnlockMutItem() HAS_NO_THREAD_SAFETY_ANALYSIS {
-    m_state->itemLock.Unlock();
+    m_engine->pass.lock.Unlock();
 }
 
+// ---- Of the engine ----------------------------------------------------------------------------
+
 bool Curl::IsIdle() {
-    const ItemGuard lock(m_state->itemLock);
-    return m_state->AllFree();
+    const ItemGuard lock(m_engine->pass.lock);
+    return m_engine->table.AllFree();
 }
 
 unsigned int Curl::GetRequestKey() {
-    return m_state->requestKey;
+    return m_engine->queue.Key();
 }
 
 UnitObject* Curl::GetCompleted(int& code, long& date) {
-    CurlState& s = *m_state;
-    const ItemGuard lock(s.itemLock);
-    if (s.completed.empty())
+    const ItemGuard lock(m_engine->pass.lock);
+    UnitObject* unit = m_engine->table.TakeCompleted();
+    if (unit == nullptr)
         return nullptr;
-    UnitObject* unit = s.completed.front();
-    s.completed.pop_front();
     code = unit->code;
-    date = s.urlInfo.Date(unit->infoIndex);
+    date = m_engine->table.urlInfo.Date(unit->infoIndex);
     return unit;
+}
+
+// ---- Of a unit --------------------------------------------------------------------------------
+
+bool Curl::IsDownloading(UnitObject* unit) {
+    if (unit == nullptr) {
+        HAS_LOG_NO_UNIT();
+        return false;
+    }
+    const ItemGuard lock(m_engine->pass.lock);
+    return unit->InUse() && !unit->IsPaused();
+}
+
+bool Curl::IsPause(UnitObject* unit) {
+    if (unit == nullptr) {
+        HAS_LOG_NO_UNIT();
+        return false;
+    }
+    const ItemGuard lock(m_engine->pass.lock);
+    return unit->InUse() && unit->IsPaused();
+}
+
+void* Curl::GetData(UnitObject* unit) {
+    if (unit == nullptr) {
+        HAS_LOG_NO_UNIT();
+        return nullptr;
+    }
+    return unit->userData.load();
+}
+
+void* Curl::SetData(UnitObject* unit, void* userData) {
+    if (unit == nullptr) {
+        HAS_LOG_NO_UNIT();
+        return nullptr;
+    }
+    return unit->userData.exchange(userData);
+}
+
+unsigned int Curl::GetPos(UnitObject* unit) {
+    if (unit == nullptr) {
+        HAS_LOG_NO_UNIT();
+        return 0;
+    }
+    return low32(unit->received);
+}
+
+unsigned int Curl::GetSize(UnitObject* unit) {
+    if (unit == nullptr) {
+        HAS_LOG_NO_UNIT();
+        return 0;
+    }
+    return low32(unit->contentLength);
+}
+
+bool Curl::GetUnitInfo(UnitObject* unit, UnitInfo& info) {
+    if (unit == nullptr) {
+        HAS_LOG_NO_UNIT();
+        return false;
+    }
+    const ItemGuard lock(m_engine->pass.lock);
+    const unsigned long long total = unit->contentLength;
+    info.url = unit->url;
+    info.httpStatus = unit->httpStatus;
+    info.redirects = unit->redirects;
+    info.latency = unit->latency;
+    info.received = static_cast<long long>(unit->received.load());
+    info.contentLength = total == 0 ? -1 : static_cast<long long>(total);
+    info.infoIndex = unit->infoIndex;
+    return true;
+}
+
+bool Curl::GetFailure(UnitObject* unit, DownloadFailure& failure) {
+    if (unit == nullptr) {
+        HAS_LOG_NO_UNIT();
+        return false;
+    }
+    const ItemGuard lock(m_engine->pass.lock);
+    if (!unit->IsCompleted() && !unit->state.Is(detail::UnitState::Ended))
+        return false;
+    failure = unit->report;
+    return true;
 }
 
 } // namespace hascommon

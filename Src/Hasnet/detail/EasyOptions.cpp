@@ -1,6 +1,5 @@
 #include <Hasnet/detail/EasyOptions.h>
 
-#include <Hascommon/GURL.h>
 #include <Hasnet/detail/TransferLimits.h>
 #include <Hasnet/detail/TransferReport.h>
 
@@ -103,26 +102,6 @@ void setOptions(ICurlEasy& easy, const EasyRequest& request, const EasyCallbacks
     if (!request.options->caFile.empty())
         easy.SetOpt(CURLOPT_CAINFO, request.options->caFile.c_str());
     setBounds(easy, request);
-}
-
-std::string answeringUrl(ICurlEasy& easy) {
-    char* url = nullptr;
-    easy.GetInfo(CURLINFO_EFFECTIVE_URL, &url);
-    return url != nullptr ? url : "";
-}
-
-std::string absoluteLocation(const std::string& answering, const std::string& location) {
-    if (GURL(location).is_valid())
-        return location;
-    const GURL resolved = GURL(answering).Resolve(location);
-    return resolved.is_valid() ? resolved.spec() : "";
-}
-
-unsigned long long toBytes(double count) {
-    constexpr double kMost = 9.0e18;
-    if (!(count > 0))
-        return 0;
-    return static_cast<unsigned long long>(count < kMost ? count : kMost);
 }
 
 } // namespace hascommon::detail

@@ -2,8 +2,9 @@
 #pragma once
 
 #include <Hasnet/ICurlEasy.h>
-#include <Hasnet/detail/CurlState.h>
+#include <Hasnet/detail/RequestOptions.h>
 #include <Hasnet/detail/SocketWatch.h>
+#include <Hasnet/detail/UrlInfoTable.h>
 
 #include <string>
 
@@ -31,15 +32,5 @@ struct EasyRequest {
 
 /// Sets the handle back and gives it all options of the request.
 void setOptions(ICurlEasy& easy, const EasyRequest& request, const EasyCallbacks& callbacks);
-
-/// The URL that is just being answered: the request's own, or that of the redirect being followed.
-std::string answeringUrl(ICurlEasy& easy);
-
-/// A Location header's value as an absolute URL: as it is when it is one, else resolved against the
-/// URL that answered (RFC 9110, section 10.2.2); empty when it cannot be resolved.
-std::string absoluteLocation(const std::string& answering, const std::string& location);
-
-/// libcurl's byte counts come as doubles; what is no count gives 0.
-unsigned long long toBytes(double count);
 
 } // namespace hascommon::detail

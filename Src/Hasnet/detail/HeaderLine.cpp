@@ -1,5 +1,6 @@
 #include <Hasnet/detail/HeaderLine.h>
 
+#include <Hascommon/GURL.h>
 #include <Hascommon/StringUtil.h>
 
 #include <cstring>
@@ -21,6 +22,13 @@ std::string fieldValue(const std::string& line) {
     if (first == std::string::npos)
         return {};
     return line.substr(first, line.find_last_not_of(kBlank) - first + 1);
+}
+
+std::string absoluteLocation(const std::string& answering, const std::string& location) {
+    if (GURL(location).is_valid())
+        return location;
+    const GURL resolved = GURL(answering).Resolve(location);
+    return resolved.is_valid() ? resolved.spec() : "";
 }
 
 bool startsHeaders(const std::string& line) {

@@ -12,6 +12,10 @@ bool hasFieldName(const std::string& line, const char* name);
 /// What stands behind the first colon, without the white space around it.
 std::string fieldValue(const std::string& line);
 
+/// A Location header's value as an absolute URL: as it is when it is one, else resolved against the
+/// URL that answered (RFC 9110, section 10.2.2); empty when it cannot be resolved.
+std::string absoluteLocation(const std::string& answering, const std::string& location);
+
 /// Whether the line is a response's status line.
 bool startsHeaders(const std::string& line);
 

@@ -1,5 +1,6 @@
 #include <Hasnet/detail/ItemLock.h>
 
+#include <cassert>
 #include <utility>
 
 namespace hascommon::detail {
@@ -34,6 +35,15 @@ unsigned int ItemLock::ReleaseAll() HAS_NO_THREAD_SAFETY_ANALYSIS {
 void ItemLock::Reacquire(unsigned int depth) HAS_NO_THREAD_SAFETY_ANALYSIS {
     if (depth > 0)
         acquire(depth);
+}
+
+void ItemLock::AssertHeld() const {
+    assert(HeldByThisThread());
+}
+
+void ItemLock::LetWaitersIn() HAS_NO_THREAD_SAFETY_ANALYSIS {
+    if (HasWaiters())
+        Reacquire(ReleaseAll());
 }
 
 void ItemLock::acquire(unsigned int depth) {

@@ -1,6 +1,6 @@
 #include <Hasnet/detail/Outcome.h>
 
-#include <Hasnet/detail/Low32.h>
+#include <Hasnet/detail/ByteCount.h>
 #include <Hasnet/detail/ResultCode.h>
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+#include <Hasnet/detail/EngineLog.h>
+
 #include <Hasnet/detail/SocketBuffers.h>
 
 #include <array>
@@ -48,6 +50,25 @@ FileResult writeStart(const std::string& path, const char* data, std::size_t siz
     if (file.fd() < 0)
         return FileResult::OpenFailed;
     return write(file.fd(), data, size) < 0 ? FileResult::WriteFailed : FileResult::Done;
+}
+
+static void logSocketBuffer(const SocketBufferSetting& setting) {
+    const std::string path = socketBufferPath(setting.name);
+    std::string content;
+    if (readStart(path, content) == FileResult::Done)
+        HAS_LOG("%s : %s \n", path.c_str(), content.c_str());
+    else
+        HAS_LOG("fd open failed \n");
+    const FileResult result = writeStart(path, setting.value, setting.bytes);
+    if (result == FileResult::OpenFailed)
+        HAS_LOG("fd open failed \n");
+    if (result == FileResult::WriteFailed)
+        HAS_LOG("fd write failed \n");
+}
+
+void writeSocketBuffers() {
+    for (const SocketBufferSetting& setting : kSocketBufferSettings)
+        logSocketBuffer(setting);
 }
 
 } // namespace hascommon::detail

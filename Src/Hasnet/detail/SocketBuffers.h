@@ -31,4 +31,7 @@ FileResult readStart(const std::string& path, std::string& content);
 /// Writes to the start of a file, which is made when it is missing.
 FileResult writeStart(const std::string& path, const char* data, std::size_t size);
 
+/// Reads, logs and writes all settings. What fails is logged, and the next one tried.
+void writeSocketBuffers();
+
 } // namespace hascommon::detail

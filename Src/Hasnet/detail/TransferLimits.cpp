@@ -32,13 +32,4 @@ void setResumedLimits(ICurlEasy& easy, long long pausedMs) {
     set(easy, kLowSpeedLimit, kLowSpeedTime, paused + kTotalTime, paused + kConnectTime);
 }
 
-unsigned int deliverableBytes(unsigned int size, unsigned long long received,
-                              unsigned long long skip) {
-    if (skip == 0)
-        return size;
-    if (received <= skip)
-        return 0;
-    return static_cast<unsigned int>(std::min<unsigned long long>(size, received - skip));
-}
-
 } // namespace hascommon::detail

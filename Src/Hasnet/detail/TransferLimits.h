@@ -19,9 +19,4 @@ void setPausedLimits(ICurlEasy& easy);
 /// crawls.
 void setResumedLimits(ICurlEasy& easy, long long pausedMs);
 
-/// How much of a chunk is new to an owner who has `skip` bytes already: none while `received`
-/// (chunk included) is within them, else at most what lies behind them.
-unsigned int deliverableBytes(unsigned int size, unsigned long long received,
-                              unsigned long long skip);
-
 } // namespace hascommon::detail

@@ -36,11 +36,9 @@ void UnitObject::Prepare(const std::string& newUrl, int index, bool newKeepInfo,
     location.clear();
     hopLocation.clear();
     inHeaders = false;
-    inMulti = false;
-    curlPaused = false;
     limitsDue = false;
     finished = false;
-    errorBuffer.fill('\0');
+    transfer.Clear();
 }
 
 } // namespace hascommon

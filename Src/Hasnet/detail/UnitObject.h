@@ -2,23 +2,20 @@
 #pragma once
 
 #include <Hasnet/DownloadFailure.h>
-#include <Hasnet/ICurlFactory.h>
-#include <Hasnet/detail/HeaderList.h>
 #include <Hasnet/detail/ItemLock.h>
-#include <Hasnet/detail/SocketWatch.h>
+#include <Hasnet/detail/Transfer.h>
 #include <Hasnet/detail/UnitState.h>
 
-#include <array>
 #include <atomic>
-#include <functional>
-#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
 namespace hascommon {
 
-class Curl;
+namespace detail {
+class Engine;
+}
 
 /// A slot of the unit table and the request that holds it.
 ///
@@ -27,26 +24,20 @@ class Curl;
 /// the pass and only read after, or atomics, or guarded by the item lock, or the pass's own.
 class UnitObject {
 public:
-    using EasyPointer = std::unique_ptr<ICurlEasy, std::function<void(ICurlEasy*)>>;
-
-    UnitObject(int unitSlot, Curl& owner, detail::ItemLock& lock)
+    UnitObject(int unitSlot, detail::Engine& owner)
         : slot(unitSlot)
-        , engine(owner)
-        , itemLock(lock) {}
+        , engine(owner) {}
     UnitObject(const UnitObject&) = delete;
     UnitObject& operator=(const UnitObject&) = delete;
 
     const int slot;
-    Curl& engine;
-    detail::ItemLock& itemLock;
+    detail::Engine& engine; ///< for libcurl's callbacks, which get the unit alone
     detail::UnitStateMachine state;
 
     // Written before the request is handed to the pass.
     int infoIndex = 0;
     std::string url;
-    EasyPointer easy;            ///< the pass's alone while it is in the multi handle
-    detail::SocketWatch sockets; ///< the same
-    detail::HeaderList headers;
+    detail::Transfer transfer; ///< the pass's alone from then on
     std::thread::id beginner;
     bool flag = false;
     bool keepInfo = false;
@@ -83,31 +74,26 @@ public:
     std::atomic<unsigned int> generation{0};
 
     /// Body that arrived while the unit was paused.
-    std::vector<unsigned char> pauseBuffer HAS_GUARDED_BY(itemLock);
-    long long pauseStart HAS_GUARDED_BY(itemLock) = 0;
-    long long pausedTotal HAS_GUARDED_BY(itemLock) = 0;
+    std::vector<unsigned char> pauseBuffer HAS_GUARDED_BY(detail::itemLock);
+    long long pauseStart HAS_GUARDED_BY(detail::itemLock) = 0;
+    long long pausedTotal HAS_GUARDED_BY(detail::itemLock) = 0;
     /// Body bytes that the owner has from an earlier attempt.
-    unsigned long long skipBytes HAS_GUARDED_BY(itemLock) = 0;
+    unsigned long long skipBytes HAS_GUARDED_BY(detail::itemLock) = 0;
     /// Where the last redirect led, absolute.
-    std::string location HAS_GUARDED_BY(itemLock);
+    std::string location HAS_GUARDED_BY(detail::itemLock);
     /// Where the response whose headers are coming in redirects to.
-    std::string hopLocation HAS_GUARDED_BY(itemLock);
+    std::string hopLocation HAS_GUARDED_BY(detail::itemLock);
 
     /// How the transfer went, once libcurl is done with it.
-    DownloadFailure report HAS_GUARDED_BY(itemLock);
+    DownloadFailure report HAS_GUARDED_BY(detail::itemLock);
 
     /// A response's headers have begun and not ended.
-    bool inHeaders HAS_GUARDED_BY(itemLock) = false;
+    bool inHeaders HAS_GUARDED_BY(detail::itemLock) = false;
 
-    // The pass's own view of its libcurl handle.
-    bool inMulti HAS_GUARDED_BY(itemLock) = false;
-    bool curlPaused HAS_GUARDED_BY(itemLock) = false;
     /// The transfer's time limits are due to be set for a pause or a resume.
-    bool limitsDue HAS_GUARDED_BY(itemLock) = false;
+    bool limitsDue HAS_GUARDED_BY(detail::itemLock) = false;
     /// libcurl is done with the transfer; the unit completes once its owner has all bytes.
-    bool finished HAS_GUARDED_BY(itemLock) = false;
-
-    std::array<char, CURL_ERROR_SIZE> errorBuffer{};
+    bool finished HAS_GUARDED_BY(detail::itemLock) = false;
 
     bool IsPaused() const { return state.Is(detail::UnitState::Paused); }
     bool IsAborted() const { return state.Is(detail::UnitState::Aborted); }

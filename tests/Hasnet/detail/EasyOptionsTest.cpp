@@ -1,4 +1,7 @@
+#include <Hasnet/CurlEasy.h>
+#include <Hasnet/detail/ByteCount.h>
 #include <Hasnet/detail/EasyOptions.h>
+#include <Hasnet/detail/HeaderLine.h>
 #include <Hasnet/detail/TransferLimits.h>
 
 #include <gmock/gmock.h>

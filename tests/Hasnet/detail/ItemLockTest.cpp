@@ -1,4 +1,3 @@
-#include <Hascommon/LockGuard.h>
 #include <Hasnet/detail/ItemLock.h>
 
 #include <gtest/gtest.h>
@@ -100,7 +99,7 @@ TEST(ItemLock, GuardsWhatManyThreadsTouch) {
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             for (int n = 0; n < 2000; ++n) {
-                const hascommon::LockGuard<ItemLock> outer(lock);
+                const hascommon::detail::ItemGuard outer(lock);
                 ++counter;
             }
         });
@@ -109,5 +108,16 @@ TEST(ItemLock, GuardsWhatManyThreadsTouch) {
         thread.join();
     EXPECT_EQ(counter, 8000);
 }
+
+// Where the compiler cannot follow, builds for finding faults look for themselves.
+#ifndef NDEBUG
+TEST(ItemLockDeathTest, UseWithoutTheLockEndsTheProgram) {
+    ItemLock lock([] {});
+    EXPECT_DEATH(lock.AssertHeld(), "HeldByThisThread");
+    const hascommon::detail::ItemGuard guard(lock);
+    elsewhere([&] { EXPECT_DEATH(lock.AssertHeld(), "HeldByThisThread"); });
+    lock.AssertHeld();
+}
+#endif
 
 } // namespace

@@ -1,0 +1,53 @@
+// The units of a download engine.
+#pragma once
+
+#include <Hascommon/LockGuard.h>
+#include <Hascommon/Mutex.h>
+#include <Hasnet/detail/HostTable.h>
+#include <Hasnet/detail/UnitObject.h>
+#include <Hasnet/detail/UrlInfoTable.h>
+
+#include <deque>
+#include <string>
+
+namespace hascommon::detail {
+
+/// The slots, the hosts they are bound to, the requests they remember, and which of them wait for
+/// their owner to collect them.
+class UnitTable {
+public:
+    static constexpr int kUnits = UrlInfoTable::kSlots;
+
+    explicit UnitTable(Engine& engine);
+
+    /// Takes the first free slot that the host may have; null when there is none. Any thread.
+    UnitObject* TakeSlot(const std::string& host);
+    /// Frees the slot of a request that could not be begun.
+    void GiveBack(UnitObject& unit) HAS_REQUIRES(itemLock);
+    /// Whether no slot is in use. Any thread.
+    bool AllFree() const;
+
+    /// Lets a unit wait for its owner.
+    /// @return false for one that may not complete (any more)
+    bool Complete(UnitObject& unit) HAS_REQUIRES(itemLock);
+    /// The unit that has waited longest; null when none waits.
+    UnitObject* TakeCompleted() HAS_REQUIRES(itemLock);
+    /// Frees the slot of a completed unit, whether or not it still waits for its owner.
+    void Collect(UnitObject& unit) HAS_REQUIRES(itemLock);
+
+    auto begin() { return m_units.begin(); }
+    auto end() { return m_units.end(); }
+
+    UrlInfoTable urlInfo; ///< has a lock of its own
+
+private:
+    void forget(const UnitObject& unit) HAS_REQUIRES(itemLock);
+
+    std::deque<UnitObject> m_units;
+    std::deque<UnitObject*> m_completed HAS_GUARDED_BY(itemLock);
+
+    Mutex m_beginMutex;
+    HostTable m_hosts HAS_GUARDED_BY(m_beginMutex);
+};
+
+} // namespace hascommon::detail
