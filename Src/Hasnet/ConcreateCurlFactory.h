@@ -11,7 +11,11 @@
 
 namespace hascommon {
 
-/// Makes `Easy` and `Multi` objects; has no state. (The name is spelled so.)
+/// Makes `Easy` and `Multi` objects on the heap; has no state, so that any thread may use any
+/// factory, and a handle may be given back to another than made it. (The name is spelled so.)
+///
+/// An object whose own libcurl handle is null never leaves the factory: it is freed, and
+/// std::exception thrown.
 /// @tparam Easy   implements ICurlEasy, default constructible
 /// @tparam Multi  implements ICurlMulti, default constructible
 template<typename Easy, typename Multi>
@@ -33,6 +37,7 @@ private:
     }
 };
 
+/// The engine's own; instantiated in the library.
 extern template class HAS_API ConcreateCurlFactory<CurlEasy, CurlMulti>;
 
 } // namespace hascommon

@@ -27,6 +27,8 @@ public:
     /// @param sleepTime   period of the paced loop in microseconds
     /// @param cookiePath  the application id that names the cookie files, see CHttpCookie::init()
     /// @throws std::exception when libcurl has no multi handle to give
+    /// Also writes the process's socket-buffer settings; where that is not allowed, the log says so
+    /// and nothing else happens.
     Curl(curl_thread_option option, int sleepTime, std::string cookiePath);
 
     /// Stops the engine if Quit() did not, and releases every unit. No callback runs after it.
@@ -91,7 +93,7 @@ public:
     /// Before Init() they apply to the stored cookies as well.
     void SetStrictCookies(bool strict);
 
-    /// Forgets the cookie that SetCookie() set.
+    /// Forgets the cookie that SetCookie() set. Requests that have begun send it all the same.
     void clearUsrDefCookie();
 
     /// What a finished download took; for reports.
@@ -117,13 +119,21 @@ public:
     ///         untouched
     bool GetFailure(UnitObject* unit, DownloadFailure& failure);
 
-    /// EndDownload(), Resume() and Cancel() for a caller that holds the item lock. While
-    /// EndDownload_unlock() waits, the lock is given up.
-    int EndDownload_unlock(UnitObject*& unit);
-    int Resume_unlock(UnitObject* unit);
-    int Cancel_unlock(UnitObject* unit);
+    /// @name For a caller that holds the item lock
+    /// Results as without `_unlock`. Debug and sanitizer builds of the library end the program
+    /// where Resume_unlock() or Cancel_unlock() is called without the lock.
+    /// @{
 
-    /// One turn of the transfer thread: a pass and its pause.
+    /// EndDownload(); while it waits, the lock is given up.
+    int EndDownload_unlock(UnitObject*& unit);
+    /// Resume().
+    int Resume_unlock(UnitObject* unit);
+    /// Cancel().
+    int Cancel_unlock(UnitObject* unit);
+    /// @}
+
+    /// One turn of the transfer thread: a pass and its pause. The engine's own thread calls it; an
+    /// owner that drives the engine itself calls RunOnce().
     /// @param engine  the Curl
     /// @return false to end the thread
     static bool Loop(void* engine);
@@ -134,10 +144,11 @@ protected:
     void Stop();
 
     /// Adds a line to the headers of every later request until Quit().
+    /// @param line  "Name: value", without an end of line
     /// @return false when there was no memory; no extra lines are sent then
     bool AddHeaderLine(const std::string& line);
 
-    /// Remembers the text of SetCookie().
+    /// Remembers the text of SetCookie(); no request takes it from there.
     void KeepUserCookie(const std::string& cookie);
 
 private:

@@ -6,7 +6,8 @@
 
 namespace hascommon {
 
-/// One message of a multi handle; plain data, filled by ICurlMulti::InfoRead().
+/// One message of a multi handle; plain data, filled by ICurlMulti::InfoRead(). Its pointers are
+/// good for as long as the easy handle is.
 struct CurlMsg {
     /// The message kind; CURLMSG_DONE is the only one ever delivered.
     int msg;

@@ -11,10 +11,12 @@ namespace hascommon {
 class HAS_API Curl_HLS : public Curl {
 public:
     using Curl::Curl;
+    /// Stops the engine while its own ResultIf() is still there; else as ~Curl().
     ~Curl_HLS() override;
 
-    /// Adds one "Cookie:" line to every later request. Lines add up until Quit(); two calls give
-    /// two lines, which is meant.
+    /// Adds one "Cookie:" line to every later request, whatever its host. Lines add up until
+    /// Quit(); two calls give two lines, which is meant. The cookie jar does not learn of it.
+    /// @param cookie  "name=value" pairs as they go into the header
     void SetCookie(const std::string& cookie) override;
 
     /// As Curl::ResultIf(), with CURLE_RECV_ERROR taken as CURLE_PARTIAL_FILE.

@@ -20,8 +20,19 @@ namespace hascommon {
 /// and never deletes it.
 ///
 /// **Thread safety.** Requests are begun from one thread at a time; all other operations may be
-/// called from any thread, also from inside a callback. None of them waits for a transfer, except
-/// EndDownload(), Reset() and Quit().
+/// called from any thread. None of them waits for a transfer, except EndDownload(), Reset() and
+/// Quit().
+///
+/// **Inside a callback** (ICurlCB, IDownloadEvent) every operation may be called, requests
+/// included. Those that would have to wait for the callback itself do not: EndDownload() of a unit
+/// that has not completed answers -1, Reset() and Quit() are carried out when the callback has
+/// returned and the pass around it is over, RunOnce() answers 0. The engine must not be destroyed
+/// there.
+///
+/// **Exceptions.** Construction and the BeginDownload calls throw std::exception when libcurl has
+/// no handle to give, and hold no unit then. What else fails says so by what it returns; only
+/// memory that runs out may throw std::bad_alloc anywhere. Callbacks must not throw: most of them
+/// run below libcurl, which does not expect it.
 ///
 /// **Units and hosts.** A unit stays with the host of its first request for as long as the engine
 /// lives; hosts after the ninth count as one. A request for a host takes the first free unit that
@@ -51,7 +62,8 @@ public:
     /// @param ev  the traffic observer, borrowed; may be null
     virtual void Init(ICurlCB* cb, IDownloadEvent* ev) = 0;
 
-    /// Starts the transfer thread.
+    /// Starts the transfer thread, or keeps the one that runs; also after Quit(). An owner that
+    /// calls RunOnce() instead does without.
     virtual void StartLoop() = 0;
 
     /// Saves the cookies, stops the transfer thread and ends every unit in use with code -12.
@@ -78,9 +90,8 @@ public:
     /// @param flag      stored, not looked at
     /// @param userData  the owner's pointer, see GetData()
     /// @return 0 when begun, and also for a stale key; -1 when no unit was free for the URL's host
-    ///         (see "Units and hosts"), the URL holds no
-    ///         "http", the engine has quit, or a Reset() came before the request was handed over;
-    ///         -13 for an empty URL
+    ///         (see "Units and hosts"), the URL holds no "http", the engine has quit, or a Reset()
+    ///         came before the request was handed over; -13 for an empty URL
     /// @throws std::exception when libcurl has no handle to give
     virtual int BeginDownload(unsigned int key, const std::string& url, bool keepInfo,
                               UnitObject*& unit, bool flag, void* userData) = 0;
@@ -133,7 +144,9 @@ public:
     /// @return 1 when a transfer completed, else 0
     virtual int RunOnce() = 0;
 
-    /// @return the owner's pointer of the unit; null for a null unit
+    /// @return the owner's pointer of the unit, from the BeginDownload call or SetData(); null for
+    /// a
+    ///         null unit
     virtual void* GetData(UnitObject* unit) = 0;
 
     /// Replaces the owner's pointer of the unit.
@@ -182,11 +195,12 @@ public:
     /// agent of later requests to the HbbTV one, whatever SetAgent() said.
     virtual void setEngineInfo(unsigned int* info) = 0;
 
-    /// Locks the recursive item lock, under which all callbacks of the transfer thread run.
-    /// EndDownload(), Reset(), Quit() and StartLoop() give it up while they wait.
+    /// Locks the recursive item lock, under which all callbacks of the transfer thread run: while
+    /// the owner holds it, none comes. EndDownload(), Reset(), Quit() and StartLoop() give it up
+    /// while they wait. To be unlocked as often as it was locked, on the same thread.
     virtual void LockMutItem() = 0;
 
-    /// Unlocks the item lock once.
+    /// Unlocks the item lock once; ignored on a thread that does not hold it.
     virtual void UnlockMutItem() = 0;
 };
 

@@ -16,8 +16,9 @@ class UnitObject;
 ///
 /// Threads: OnDownloadBegin() runs on the thread that begins the request; the others run on the
 /// transfer thread (or inside RunOnce() where the owner drives the engine itself) with the engine's
-/// item lock held. Every operation of the engine may be called from inside a callback; those that
-/// would have to wait for the callback itself say in their own description what they do instead.
+/// item lock held. Every operation of the engine may be called from inside a callback; what those
+/// do that would have to wait for the callback itself is told at ICurl ("Inside a callback"). A
+/// callback must not throw.
 class HAS_API ICurlCB {
 public:
     virtual ~ICurlCB();

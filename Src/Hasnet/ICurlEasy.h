@@ -13,7 +13,7 @@ namespace hascommon {
 /// Thread safety: as libcurl's easy handles, one thread at a time.
 ///
 /// Every operation that returns bool is true exactly when libcurl said CURLE_OK; GetLastError()
-/// then tells what it said.
+/// tells what it said. Nothing throws, nothing is logged.
 class HAS_API ICurlEasy {
 public:
     /// Cleans the handle up; it must not be in a multi handle any more.

@@ -16,13 +16,15 @@ class HAS_API ICurlFactory {
 public:
     virtual ~ICurlFactory();
 
+    /// Makes an easy handle with libcurl's default options.
     /// @throws std::exception when libcurl has no handle to give
     virtual ICurlEasy* CreateCurlEasy() = 0;
+    /// Makes a multi handle without transfers.
     /// @throws std::exception when libcurl has no handle to give
     virtual ICurlMulti* CreateCurlMulti() = 0;
-    /// Deletes an easy handle; null is ignored.
+    /// Deletes an easy handle, which is in no multi handle any more; null is ignored.
     virtual void ReleaseCurlEasy(ICurlEasy* easy) = 0;
-    /// Deletes a multi handle; null is ignored.
+    /// Deletes a multi handle, in which no easy handle is any more; null is ignored.
     virtual void ReleaseCurlMulti(ICurlMulti* multi) = 0;
 };
 

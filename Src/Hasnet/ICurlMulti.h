@@ -27,14 +27,15 @@ public:
     /// Drives all transfers (`curl_multi_perform`).
     /// @param runningHandles  receives the number of unfinished transfers
     /// @return whether libcurl asks to be called again at once (CURLM_CALL_MULTI_PERFORM): false
-    /// for
-    ///         success and for every error. This is meant; GetLastError() tells them apart.
+    ///         for success and for every error alike, so that a caller may loop on it.
+    ///         GetLastError() tells the two apart
     virtual bool Perform(int& runningHandles) = 0;
     /// Asks for the descriptors to wait for. Those of 1024 and above cannot be told and are left
     /// out by libcurl; see Poll().
     /// @return whether libcurl said CURLM_OK
     virtual bool FDSet(fd_set* read, fd_set* write, fd_set* except, int* maxFd) = 0;
     /// Plain `select`; GetLastError() stays as it was.
+    /// @return as select: how many descriptors have something, 0 at a time-out, -1 on failure
     virtual int Select(int nfds, fd_set* read, fd_set* write, fd_set* except, timeval* timeout) = 0;
     /// Takes one finished transfer.
     /// @param msgsInQueue  receives the number of messages left

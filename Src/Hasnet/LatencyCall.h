@@ -11,7 +11,7 @@ namespace hascommon {
 /// Answers once that a delay has run out.
 ///
 /// It has no thread and calls nobody: the owner arms it with Start() and asks IsCheck() on each
-/// pass of its own loop. Times are milliseconds of has_getTime().
+/// pass of its own loop. Times are milliseconds of has_getTime(). Nothing here fails.
 ///
 /// Threads: one thread uses an object.
 class HAS_API LatencyCall {
@@ -33,11 +33,11 @@ public:
     /// @return true for the first call after more than the delay has passed, which disarms it
     bool IsCheck();
 
-    /// @return what was given to Start(), 0 before
+    /// @return what was given to Start(), 0 before; it stays when the delay has run out
     int GetLevel() const;
-    /// @return when it was armed, or made
+    /// @return when it was armed last, or else made; in milliseconds
     long long GetStartTime() const;
-    /// @return what was given to Start(), 0 before
+    /// @return what was given to Start(), 0 before; in milliseconds
     long long GetDelay() const;
 
 private:
