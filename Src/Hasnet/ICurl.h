@@ -24,10 +24,11 @@ namespace hascommon {
 /// Quit().
 ///
 /// **Inside a callback** (ICurlCB, IDownloadEvent) every operation may be called, requests
-/// included. Those that would have to wait for the callback itself do not: EndDownload() of a unit
-/// that has not completed answers -1, Reset() and Quit() are carried out when the callback has
-/// returned and the pass around it is over, RunOnce() answers 0. The engine must not be destroyed
-/// there.
+/// included; the engine must not be destroyed there. Those that would have to wait for the callback
+/// itself do not: EndDownload() of a unit that has not completed answers -1, Reset() and Quit() are
+/// carried out once the callback has returned and the pass around it is over, RunOnce() answers 0.
+/// In ICurlCB::OnDownloadBegin(), around which there is no pass, Reset(), Quit() and RunOnce() do
+/// as ever; the first two have the request that is beginning refused.
 ///
 /// **Exceptions.** Construction and the BeginDownload calls throw std::exception when libcurl has
 /// no handle to give, and hold no unit then. What else fails says so by what it returns; only
@@ -63,7 +64,8 @@ public:
     virtual void Init(ICurlCB* cb, IDownloadEvent* ev) = 0;
 
     /// Starts the transfer thread, or keeps the one that runs; also after Quit(). An owner that
-    /// calls RunOnce() instead does without.
+    /// calls RunOnce() instead does without. Inside a callback it does nothing while another thread
+    /// is in Quit(), which waits for the callback.
     virtual void StartLoop() = 0;
 
     /// Saves the cookies, stops the transfer thread and ends every unit in use with code -12.

@@ -508,6 +508,26 @@ TEST_F(CurlThreadsTest, OneOwnerQuitsWhileAnotherStartsUnderTheLock) {
     }
 }
 
+TEST_F(CurlThreadsTest, StartInsideACallbackGivesWayToAQuitThatWaitsForIt) {
+    std::atomic<bool> inside{false};
+    std::atomic<bool> quitting{false};
+    owner.onData = [&](UnitObject*, const std::string&) {
+        inside = true;
+        EXPECT_TRUE(eventually([&] { return quitting.load(); }));
+        std::this_thread::sleep_for(50ms); // The other thread comes as far as its wait.
+        engine->StartLoop();
+        return 0;
+    };
+    engine->StartLoop();
+    UnitObject* unit = beginPath("/a");
+    EXPECT_TRUE(eventually([&] { return inside.load(); }));
+    quitting = true;
+    engine->Quit();
+    engine->EndDownload(unit);
+    EXPECT_TRUE(engine->IsIdle());
+    EXPECT_EQ(beginPath("/a"), nullptr); // It has quit.
+}
+
 TEST_F(CurlThreadsTest, EngineMayBeDestroyedUnderItsLock) {
     engine->StartLoop();
     beginStalled();

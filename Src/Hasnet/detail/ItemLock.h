@@ -12,11 +12,13 @@
 
 namespace hascommon::detail {
 
+/// What `itemLock` is an object of; has no use but that.
 class HAS_CAPABILITY("mutex") ItemCapability {};
 
 /// The item lock as the compiler's analysis knows it: the one name that HAS_GUARDED_BY and
 /// HAS_REQUIRES give it wherever it is reached from. The lock itself is an ItemLock, one to an
-/// engine; that two engines' locks differ is not seen, and no code holds a unit of each.
+/// engine. The analysis cannot tell two engines' locks apart, which does no harm: nothing in the
+/// library deals with two engines at once.
 inline constexpr ItemCapability itemLock{};
 
 /// A recursive lock that serves its waiters in the order they came and that its holder can give up

@@ -7,7 +7,6 @@
 #include <Hasnet/detail/ItemRelease.h>
 
 #include <algorithm>
-#include <optional>
 
 namespace hascommon::detail {
 namespace {
@@ -27,12 +26,22 @@ TransferThread::TransferThread(Curl& front, Pass& pass, RequestQueue& queue,
     , m_sleepTime(sleepTime) {}
 
 void TransferThread::Start() {
-    // Where a Quit() has the mutex, its thread may be waiting for the lock. A pass keeps it: what
-    // calls from inside one counts on that.
-    std::optional<ItemRelease> release;
-    if (!m_pass.InPass())
-        release.emplace(m_pass.lock);
+    if (m_pass.InPass()) {
+        // A pass keeps the item lock: what calls from inside one counts on that. Whoever has the
+        // mutex may be waiting for this very pass.
+        if (m_mutex.TryLock()) {
+            open();
+            m_mutex.Unlock();
+        }
+        return;
+    }
+    // Where a Quit() has the mutex, its thread may be waiting for the lock.
+    const ItemRelease release(m_pass.lock);
     const LockGuard<Mutex> guard(m_mutex);
+    open();
+}
+
+void TransferThread::open() {
     if (!m_queue.Open())
         return;
     m_thread.Join(nullptr); // One that a callback's Quit() has ended.

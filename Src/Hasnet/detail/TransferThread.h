@@ -16,7 +16,8 @@ public:
     TransferThread(Curl& front, Pass& pass, RequestQueue& queue, curl_thread_option option,
                    int sleepTime);
 
-    /// Lets the engine run, on a new thread where none does.
+    /// Lets the engine run, on a new thread where none does. Inside a callback it does nothing
+    /// while another thread is starting or stopping the engine.
     void Start();
     /// Ends the engine and waits for the thread, which may need the item lock to come to its end:
     /// a caller that holds it gives it up meanwhile. Not for a callback.
@@ -25,6 +26,7 @@ public:
     bool Turn();
 
 private:
+    void open() HAS_REQUIRES(m_mutex);
     unsigned int pacedPass();
 
     Curl& m_front;
