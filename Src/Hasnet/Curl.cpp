@@ -72,7 +72,7 @@ int Curl::BeginDownload(unsigned int key, const std::string& url, bool keepInfo,
         return 0;
     }
     if (url.empty())
-        return detail::kCodeEmptyUrl;
+        return RESULT_EMPTY_URL;
     const std::size_t start = url.find("http");
     if (m_engine->queue.Quit() || start == std::string::npos)
         return -1;
@@ -90,7 +90,7 @@ int Curl::BeginDownload2(unsigned int key, const std::string& url, const std::st
         return 0;
     }
     if (url.empty())
-        return detail::kCodeEmptyUrl;
+        return RESULT_EMPTY_URL;
     if (m_engine->queue.Quit())
         return -1;
     const int result =
@@ -105,7 +105,7 @@ int Curl::BeginDownload3(int infoIndex, UnitObject*& unit, bool flag, void* user
         detail::UrlInfo{}); // A copy: the entry may change.
     HAS_LOG(">> Curl::BeginDownload3( %s ) ", info.url.c_str());
     if (info.url.empty())
-        return detail::kCodeEmptyUrl;
+        return RESULT_EMPTY_URL;
     if (m_engine->queue.Quit())
         return -1;
     const int result = m_engine->begin.BeginDownloadImpl(key, info.url, info.range, info.keepInfo,

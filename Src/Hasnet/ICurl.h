@@ -41,15 +41,16 @@ namespace hascommon {
 /// of these serve other hosts: an owner keeps the number of downloads at once below 20, waits for
 /// one of the host's own units, or takes another engine.
 ///
-/// **Unit codes.** What an owner sees: 0 success; -12 cancelled; -20 no connection, no TLS, no
-/// answer, or an HTTP status that is not retried; -23 HTTP status 403, 404, 500, 503 or 504; -26
-/// body cut short; -53 timed out. Behind the codes is a table: -16 proxy not resolved, -17 host not
-/// resolved, -18 no connection, -19 send error, -20 receive error, -23 HTTP error, -25 TLS error
-/// and for any other libcurl result -1000 x status - result - 100. But for a failure with one of
-/// the five statuses, or one that comes when the whole body is there, which keep their code, the
-/// retry rules turn all of these into -20. -54 (too many retries of a status) comes only where
-/// retries outlive their request, which no operation here asks for. What really happened, libcurl's
-/// result and words, the status and the peer, is had from Curl::GetFailure().
+/// **Unit codes** have names and words in ResultCode.h. What an owner sees: 0 success; -12
+/// cancelled; -20 no connection, no TLS, no answer, or an HTTP status that is not retried; -23 HTTP
+/// status 403, 404, 500, 503 or 504; -26 body cut short; -53 timed out. Behind the codes is a
+/// table: -16 proxy not resolved, -17 host not resolved, -18 no connection, -19 send error, -20
+/// receive error, -23 HTTP error, -25 TLS error and for any other libcurl result -1000 x status -
+/// result - 100. But for a failure with one of the five statuses, or one that comes when the whole
+/// body is there, which keep their code, the retry rules turn all of these into -20. -54 (too many
+/// retries of a status) comes only where retries outlive their request, which no operation here
+/// asks for. What really happened, libcurl's result and words, the status and the peer, is had from
+/// Curl::GetFailure().
 ///
 /// **Retries are the owner's.** The engine never repeats a request. It paces the owner: every
 /// completion with one of the five statuses, and every body cut short, holds the whole engine, with

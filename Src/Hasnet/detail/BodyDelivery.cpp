@@ -136,7 +136,7 @@ void BodyDelivery::CallTransfer(UnitObject* unit, int code, unsigned char* data,
         return;
     const ItemGuard lock(m_lock);
     for (;;) {
-        if (m_queue.Quit() || unit->IsAborted() || unit->code != kCodeOk)
+        if (m_queue.Quit() || unit->IsAborted() || unit->code != RESULT_OK)
             return;
         if (unit->IsPaused())
             break;

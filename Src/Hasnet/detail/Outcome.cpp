@@ -33,24 +33,24 @@ Outcome retriedStatus(Outcome outcome) {
         ++outcome.retries;
         outcome.text = " HTTP 404 ERROR ( retry : " + number(outcome.retries) + " )";
     } else {
-        outcome.code = kCodeRetryLimit;
+        outcome.code = RESULT_RETRY_LIMIT;
         outcome.text = " HTTP 404 ERROR - retry ( retry : " + number(outcome.retries) + " )";
     }
     return outcome;
 }
 
 Outcome underTheRule(const TransferEnd& end, Outcome outcome) {
-    if (outcome.code == kCodeTimeout) {
+    if (outcome.code == RESULT_TIMEOUT) {
         outcome.text = " HTTP TIME OUT ERROR-1 !";
         return outcome;
     }
     if (end.total != 0 && end.received >= end.total)
         return outcome; // All the data arrived; the code says what went wrong after it.
-    if (outcome.code == kCodePartial && end.retries < kMaxRetries)
+    if (outcome.code == RESULT_PARTIAL && end.retries < kMaxRetries)
         return cutShort(end, outcome);
-    if (isRetriedStatus(end.status))
+    if (isRetried(end.status))
         return retriedStatus(outcome);
-    outcome.code = kCodeReceiveError;
+    outcome.code = RESULT_RECEIVE_ERROR;
     outcome.text = "--- else, err_recv_error";
     return outcome;
 }
@@ -65,11 +65,11 @@ CURLcode correctedResult(CURLcode result, bool cancelled, bool withinHeaders) {
 
 std::string codeText(int code, CURLcode result) {
     switch (code) {
-    case kCodeTlsError:
+    case RESULT_TLS_ERROR:
         return " [ERROR] SSL error: " + number(result);
-    case kCodeTimeout:
+    case RESULT_TIMEOUT:
         return " [Warning] CURLE_OPERATION_TIMEDOUT occured!";
-    case kCodeReceiveError:
+    case RESULT_RECEIVE_ERROR:
         return " [Warning]CURLE_RECV_ERROR error occured!";
     default:
         return {};
@@ -91,7 +91,7 @@ Outcome outcomeOf(const TransferEnd& end, int code) {
     start.skipBytes = end.skipBytes;
     Outcome outcome = underTheRule(end, start);
     if (outcome.retries > kMaxRetries)
-        outcome.code = kCodeReceiveError;
+        outcome.code = RESULT_RECEIVE_ERROR;
     return outcome;
 }
 

@@ -202,8 +202,8 @@ void Pass::TakeOff(UnitObject& unit) {
 
 int Pass::Complete(UnitObject& unit) {
     if (unit.resetMark) {
-        if (unit.code == kCodeOk)
-            unit.code = kCodeCancelled;
+        if (unit.code == RESULT_OK)
+            unit.code = RESULT_CANCELLED;
         unit.state.Change(UnitState::Completed);
         m_drain.Free(unit);
         return 0;
@@ -212,7 +212,7 @@ int Pass::Complete(UnitObject& unit) {
     if (!unit.pauseBuffer.empty() && unit.IsPaused())
         return 0; // It completes once the owner has resumed it and taken the bytes.
     if (unit.IsAborted())
-        unit.code = kCodeCancelled;
+        unit.code = RESULT_CANCELLED;
     unit.pauseBuffer.clear();
     unit.aborted = false;
     return m_table.Complete(unit) ? 1 : 0;
@@ -239,7 +239,7 @@ void Pass::EndAll() {
         TakeOff(unit);
         unit.pauseBuffer.clear();
         unit.report = reportWithoutTransfer(CURLE_ABORTED_BY_CALLBACK);
-        unit.code = kCodeCancelled;
+        unit.code = RESULT_CANCELLED;
         unit.aborted = false;
         m_table.Complete(unit);
     }

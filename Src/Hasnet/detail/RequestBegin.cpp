@@ -44,7 +44,7 @@ int RequestBegin::BeginDownloadImpl(unsigned int key, const std::string& url,
         return -1;
     }
     unit = taken;
-    return kCodeOk;
+    return RESULT_OK;
 }
 
 UnitObject* RequestBegin::take(const std::string& url) {

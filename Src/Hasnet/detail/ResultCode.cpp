@@ -6,34 +6,34 @@ int codeOf(CURLcode result, long httpStatus) {
     // By number: libcurl renames and retires these constants, the numbers stay.
     switch (static_cast<int>(result)) {
     case 0:
-        return kCodeOk;
+        return RESULT_OK;
     case 5:
-        return kCodeProxyNotResolved;
+        return RESULT_PROXY_NOT_RESOLVED;
     case 6:
-        return kCodeHostNotResolved;
+        return RESULT_HOST_NOT_RESOLVED;
     case 7:
-        return kCodeNoConnection;
+        return RESULT_NO_CONNECTION;
     case 9:
     case 35:
     case 51:
     case 53:
     case 54:
-        return kCodeTlsError;
+        return RESULT_TLS_ERROR;
     case 18:
-        return kCodePartial;
+        return RESULT_PARTIAL;
     case 22:
     case 34:
     case 47:
     case 52:
-        return kCodeHttpError;
+        return RESULT_HTTP_ERROR;
     case 28:
-        return kCodeTimeout;
+        return RESULT_TIMEOUT;
     case 42:
-        return kCodeCancelled;
+        return RESULT_CANCELLED;
     case 55:
-        return kCodeSendError;
+        return RESULT_SEND_ERROR;
     case 56:
-        return kCodeReceiveError;
+        return RESULT_RECEIVE_ERROR;
     default:
         break;
     }
@@ -41,19 +41,6 @@ int codeOf(CURLcode result, long httpStatus) {
     const unsigned long long sum = 1000ULL * static_cast<unsigned long long>(httpStatus) +
                                    static_cast<unsigned long long>(result) + 100U;
     return static_cast<int>(static_cast<unsigned int>(0 - sum));
-}
-
-bool isRetriedStatus(long httpStatus) {
-    switch (httpStatus) {
-    case 403:
-    case 404:
-    case 500:
-    case 503:
-    case 504:
-        return true;
-    default:
-        return false;
-    }
 }
 
 } // namespace hascommon::detail

@@ -36,13 +36,13 @@ int Settlement::ResultIf(UnitObject& unit, CURLcode curlCode, long httpStatus, i
     const std::string text = codeText(code, curlCode);
     if (!text.empty())
         HAS_LOG("%s", text.c_str());
-    if (code != kCodeOk)
+    if (code != RESULT_OK)
         unit.code = code;
     if (code < 0) {
-        if (code != kCodeCancelled)
+        if (code != RESULT_CANCELLED)
             HAS_LOG("%s", failureText(end, code).c_str());
         if (end.cancelled)
-            unit.code = kCodeCancelled;
+            unit.code = RESULT_CANCELLED;
         else
             ApplyRetryRules(unit, outcomeOf(end, code));
     }

@@ -63,7 +63,7 @@ int UnitControl::Cancel_unlock(UnitObject* unit) {
     const bool first = unit->InUse() && !unit->aborted.exchange(true);
     if (first) {
         if (unit->IsCompleted())
-            unit->code = kCodeCancelled;
+            unit->code = RESULT_CANCELLED;
         else
             unit->state.Change(UnitState::Aborted);
         m_pass.wake.Signal();

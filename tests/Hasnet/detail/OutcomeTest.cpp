@@ -85,10 +85,10 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(Outcome, BodyCutShortLeavesTheReceivedBytesToBeSkipped) {
     TransferEnd end = endOf(200, 400, 1000);
-    EXPECT_EQ(outcomeOf(end, kCodePartial).skipBytes, 400U);
+    EXPECT_EQ(outcomeOf(end, hascommon::RESULT_PARTIAL).skipBytes, 400U);
     end.skipBytes = 700;
-    EXPECT_EQ(outcomeOf(end, kCodePartial).skipBytes, 700U);
-    EXPECT_EQ(outcomeOf(end, kCodeHttpError).skipBytes, 700U);
+    EXPECT_EQ(outcomeOf(end, hascommon::RESULT_PARTIAL).skipBytes, 700U);
+    EXPECT_EQ(outcomeOf(end, hascommon::RESULT_HTTP_ERROR).skipBytes, 700U);
 }
 
 TEST(Outcome, CancelAndHeadersWithoutAnEndCorrectLibcurlsResult) {

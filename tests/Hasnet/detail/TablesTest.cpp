@@ -135,9 +135,9 @@ TEST(ResultCode, StatusOfAnySizeIsNoOverflow) {
 
 TEST(ResultCode, RetriedStatuses) {
     for (const long status : {403L, 404L, 500L, 503L, 504L})
-        EXPECT_TRUE(isRetriedStatus(status)) << status;
+        EXPECT_TRUE(hascommon::isRetried(status)) << status;
     for (const long status : {0L, 200L, 206L, 304L, 400L, 401L, 410L, 416L, 501L, 502L})
-        EXPECT_FALSE(isRetriedStatus(status)) << status;
+        EXPECT_FALSE(hascommon::isRetried(status)) << status;
 }
 
 TEST(HeaderList, EveryLineAddsOneAndLeavesTheListBefore) {
