@@ -104,7 +104,19 @@ struct Document {
     std::string url; ///< behind all redirects; what it names is relative to this
 };
 
-/// Fetches a manifest or an index. @throws ToolError when that fails
+/// Thrown by a fetch that has a document not yet: it is to be had first, and the call to be made
+/// again. No failure, and caught by nobody in between.
+struct DocumentWanted {
+    Resource resource;
+    size_t limit = kMaxManifestBytes; ///< of its size
+};
+
+/// Fetches a manifest or an index.
+///
+/// It may throw DocumentWanted out of openPresentation() and Presentation::next(), which leave what
+/// they have read so far as it was: called again, they ask for the same documents, which are then
+/// at hand, and come to the same end. A caller keeps a document until the call has ended.
+/// @throws ToolError when that fails
 using FetchDocument = std::function<Document(const Resource& resource)>;
 
 /// A presentation that is being read from begin to end, track by track and piece by piece.
@@ -121,7 +133,8 @@ public:
     /// by the call.
     std::vector<std::string> takeWarnings();
     /// The next piece of a track, of a stream of the caller's choice; every call moves the track
-    /// on by a piece. May fetch manifests. @throws ToolError when the presentation cannot go on
+    /// on by a piece. May fetch documents, see FetchDocument. @throws ToolError when the
+    /// presentation cannot go on
     virtual NextPiece next(size_t track, size_t stream) = 0;
 
 protected:

@@ -1,0 +1,81 @@
+#include "EngineFetcher.h"
+
+#include <hastool/base/Interrupt.h>
+
+#include <Hascommon/GURL.h>
+
+#include <algorithm>
+#include <thread>
+#include <utility>
+
+namespace hastool {
+namespace {
+
+using MachineTime = std::chrono::steady_clock;
+
+EngineOptions forPlayer(EngineOptions options) {
+    options.retriesBrokenConnections = true;
+    return options;
+}
+
+/// The last part of the URL's path.
+std::string nameIn(const std::string& url) {
+    const std::string path = hascommon::GURL(url).path();
+    return path.substr(path.rfind('/') + 1);
+}
+
+} // namespace
+
+EngineFetcher::EngineFetcher(EngineOptions options, hascommon::IDownloadEvent& traffic)
+    : m_downloader(forPlayer(std::move(options)), &traffic) {
+    m_downloader.onRetry(
+        [this](Id id, const std::string& what) { tellRetry(m_names[id] + ": " + what); });
+}
+
+Fetcher::Id EngineFetcher::begin(const Resource& resource, ByteSink& sink) {
+    const Id id = m_downloader.add(resource, sink, true);
+    m_names[id] = nameIn(resource.url);
+    return id;
+}
+
+void EngineFetcher::hold(bool held) {
+    if (held == isHeld())
+        return;
+    if (held)
+        m_downloader.pause();
+    else
+        m_downloader.resume();
+}
+
+void EngineFetcher::cancelAll() {
+    m_downloader.cancelAll();
+    while (m_downloader.pump())
+        std::this_thread::sleep_for(kPumpInterval);
+    m_names.clear();
+}
+
+void EngineFetcher::wait(Clock::TimePoint until) {
+    while (!pump() && MachineTime::now() < until) {
+        const auto left = until - MachineTime::now();
+        std::this_thread::sleep_for(
+            m_names.empty() ? left : std::min<MachineTime::duration>(left, kPumpInterval));
+    }
+}
+
+/// Moves the transfers on. @return whether one has ended
+bool EngineFetcher::pump() {
+    if (isInterrupted() && !m_names.empty()) {
+        cancelAll();
+        return true;
+    }
+    m_downloader.pump();
+    bool hasEnded = false;
+    for (auto it = m_names.begin(); it != m_names.end();) {
+        const bool isOver = m_downloader.outcome(it->first) != nullptr;
+        hasEnded = hasEnded || isOver;
+        it = isOver ? m_names.erase(it) : std::next(it);
+    }
+    return hasEnded;
+}
+
+} // namespace hastool

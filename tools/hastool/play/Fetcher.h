@@ -1,0 +1,50 @@
+// The network as a play sees it.
+#pragma once
+
+#include "Clock.h"
+#include <hastool/base/ByteSink.h>
+#include <hastool/net/ByteRange.h>
+#include <hastool/net/Downloader.h>
+
+#include <functional>
+#include <string>
+#include <utility>
+
+namespace hastool {
+
+/// Runs transfers. Nothing but wait() takes time.
+class Fetcher {
+public:
+    using Id = int;
+    /// Is told of a repetition: "7.ts: retry 3 of 20, HTTP 404".
+    using RetryHook = std::function<void(const std::string& what)>;
+
+    virtual ~Fetcher() = default;
+
+    void onRetry(RetryHook hook) { m_retryHook = std::move(hook); }
+
+    /// Begins a transfer. The sink is borrowed until it has ended.
+    virtual Id begin(const Resource& resource, ByteSink& sink) = 0;
+    /// How a transfer ended; null while it has not.
+    virtual const Outcome* outcome(Id id) const = 0;
+    /// Forgets a transfer that has ended.
+    virtual void forget(Id id) = 0;
+    /// Holds all transfers, those that begin later too, or lets them go on.
+    virtual void hold(bool held) = 0;
+    virtual bool isHeld() const = 0;
+    /// Ends everything that has not ended; no sink is written to afterwards.
+    virtual void cancelAll() = 0;
+    /// Lets time pass, until a transfer ends but not beyond a moment.
+    virtual void wait(Clock::TimePoint until) = 0;
+
+protected:
+    void tellRetry(const std::string& what) const {
+        if (m_retryHook)
+            m_retryHook(what);
+    }
+
+private:
+    RetryHook m_retryHook;
+};
+
+} // namespace hastool

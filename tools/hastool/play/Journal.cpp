@@ -1,0 +1,154 @@
+#include "Journal.h"
+
+#include <Hascommon/Datetime.h>
+
+#include <cmath>
+
+namespace hastool {
+namespace {
+
+constexpr std::chrono::milliseconds kStatusInterval{200};
+
+/// "12.3 s".
+std::string tenths(double seconds) {
+    const long long count = std::llround(seconds * 10);
+    return std::to_string(count / 10) + "." + std::to_string(count % 10) + " s";
+}
+
+/// "20240101T000100", UTC.
+std::string dateText(double seconds) {
+    return hascommon::has_dateTimeToString(std::llround(seconds * 1000));
+}
+
+} // namespace
+
+Journal::Journal(const PlayOptions& options, PlayObserver& observer, const Clock& clock)
+    : m_observer(observer)
+    , m_clock(clock)
+    , m_callbacks([this](const std::string& kind, const std::string& what) { event(kind, what); },
+                  [this](int from, int to) { m_observer.onSwitch(seconds(), from, to); })
+    , m_begun(clock.steady())
+    , m_lastStatus(m_begun) {
+    if (!options.trace.empty())
+        m_trace.emplace(options.trace);
+}
+
+double Journal::seconds() const {
+    return std::chrono::duration<double>(m_clock.steady() - m_begun).count();
+}
+
+void Journal::event(const std::string& kind, const std::string& what) {
+    m_observer.onEvent(seconds(), kind, what);
+}
+
+void Journal::troubles(const std::vector<std::string>& all) {
+    for (const std::string& what : all)
+        trouble(what);
+}
+
+void Journal::changed(int from, int to, bool isUp) {
+    ++(isUp ? m_summary.switchesUp : m_summary.switchesDown);
+    m_callbacks.hub().OnBitrateChanged(static_cast<unsigned int>(from),
+                                       static_cast<unsigned int>(to), pts(), pts(), pts(), pts());
+}
+
+void Journal::reached(const MediaPiece& piece) {
+    using Advertisement = MediaPiece::Advertisement;
+    if (piece.discontinuity)
+        m_callbacks.hub().OnDiscontinue(0, pts(), pts(), pts(), pts());
+    if (piece.advertisement == Advertisement::Begins)
+        m_callbacks.hub().OnADStart(pts(), pts(), pts(), pts());
+    else if (piece.advertisement == Advertisement::Ends)
+        m_callbacks.hub().OnADEnd(pts(), pts(), pts(), pts(), 0);
+    if (piece.dateTime && (!m_hasDateTime || piece.discontinuity))
+        event("date-time", dateText(*piece.dateTime));
+    m_hasDateTime = m_hasDateTime || piece.dateTime;
+}
+
+void Journal::shown(const std::string& resolution) {
+    if (m_main->stream != m_shownStream && !resolution.empty())
+        m_observer.onRendition(seconds(), m_main->bitrate(), resolution);
+    m_shownStream = m_main->stream;
+}
+
+void Journal::transferred(const Outcome& outcome) {
+    ++m_summary.downloads;
+    m_summary.retries += static_cast<uint64_t>(outcome.retries);
+}
+
+void Journal::taken(uint64_t bytes) {
+    ++m_summary.segments;
+    m_summary.bytes += bytes;
+}
+
+void Journal::chosen(double seconds, int bitrate) {
+    m_bitSeconds += seconds * bitrate;
+    m_mainSeconds += seconds;
+}
+
+void Journal::row(const TraceRow& row) {
+    if (m_trace)
+        m_trace->add(row);
+    m_observer.onSegment(row);
+}
+
+void Journal::watch(const PlaySample& now) {
+    watchStall(now);
+    const bool isSame = now.stalled == m_lastSample.stalled && now.paused == m_lastSample.paused &&
+                        now.transferHeld == m_lastSample.transferHeld;
+    if (!isSame)
+        sample(now);
+}
+
+void Journal::watchStall(const PlaySample& now) {
+    if (now.stalled == m_isStallTold)
+        return;
+    m_isStallTold = now.stalled;
+    if (m_isStallTold)
+        m_stallBegun = now.time;
+    event("stall", m_isStallTold ? "no media at " + tenths(now.position)
+                                 : "over after " + tenths(now.time - m_stallBegun));
+}
+
+void Journal::sample(const PlaySample& now) {
+    m_lastSample = now;
+    m_observer.onSample(now);
+}
+
+void Journal::show(const PlaySample& now) {
+    const auto time = m_clock.steady();
+    if (time - m_lastStatus < kStatusInterval)
+        return;
+    m_lastStatus = time;
+    PlayStatus status;
+    status.position = now.position;
+    status.buffer = now.buffer;
+    status.bitrate = now.bitrate;
+    if (m_main != nullptr)
+        status.resolution = m_main->renditions.resolution(m_main->stream);
+    status.bandwidth = now.mean;
+    status.switches = m_summary.switchesUp + m_summary.switchesDown;
+    status.stalled = now.stalled;
+    status.paused = now.paused;
+    m_observer.onStatus(status);
+}
+
+Summary Journal::counts() const {
+    Summary summary = m_summary;
+    summary.wallTime = seconds();
+    summary.meanBitrate = m_mainSeconds > 0 ? m_bitSeconds / m_mainSeconds : 0;
+    return summary;
+}
+
+void Journal::commit() {
+    if (m_trace)
+        m_trace->commit();
+}
+
+/// The end of what was fetched, as the player counts.
+unsigned long long Journal::pts() const {
+    return static_cast<unsigned long long>(m_main->seconds * 1000) *
+           PlayerCallbacks::kTimestampsPerMs;
+}
+
+} // namespace hastool

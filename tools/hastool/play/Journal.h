@@ -1,0 +1,82 @@
+// What is told and kept of a play.
+#pragma once
+
+#include "PlayObserver.h"
+#include "PlayOptions.h"
+#include "PlayTrack.h"
+#include "PlayerCallbacks.h"
+#include "Summary.h"
+#include "Trace.h"
+
+#include "Clock.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace hastool {
+
+/// Tells the observer, writes the trace and counts for the summary.
+class Journal {
+public:
+    /// The observer and the clock are borrowed; the play begins now. @throws ToolError when the
+    /// trace cannot be written
+    Journal(const PlayOptions& options, PlayObserver& observer, const Clock& clock);
+
+    /// Names the track with the video, borrowed.
+    void follow(const PlayTrack& main) { m_main = &main; }
+    /// Since the play began.
+    double seconds() const;
+
+    void event(const std::string& kind, const std::string& what);
+    void trouble(const std::string& what) { m_observer.onTrouble(what); }
+    void troubles(const std::vector<std::string>& all);
+    /// The main track, or another, goes on with another stream.
+    void changed(int from, int to, bool isUp);
+    /// The player comes to a piece of the main track.
+    void reached(const MediaPiece& piece);
+    void refused(const std::string& what) { m_callbacks.hub().OnDRMErrorMsg(what.c_str()); }
+    /// A segment of the main track is there; its resolution is known, or is not.
+    void shown(const std::string& resolution);
+    void transferred(const Outcome& outcome);
+    void taken(uint64_t bytes);
+    /// So much of the main track was taken in.
+    void chosen(double seconds, int bitrate);
+    void skipped(uint64_t pieces) { m_summary.skipped += pieces; }
+    void row(const TraceRow& row);
+
+    /// Records what has begun or ended since the last sample; does nothing while all is the same.
+    void watch(const PlaySample& now);
+    void sample(const PlaySample& now);
+    /// Tells how the play stands when that is due again.
+    void show(const PlaySample& now);
+
+    /// Segments that were taken in.
+    uint64_t segments() const { return m_summary.segments; }
+    /// What was counted so far.
+    Summary counts() const;
+    /// Gives the trace its name. @throws ToolError when that fails
+    void commit();
+
+private:
+    void watchStall(const PlaySample& now);
+    unsigned long long pts() const;
+
+    PlayObserver& m_observer;
+    const Clock& m_clock;
+    std::optional<Trace> m_trace;
+    PlayerCallbacks m_callbacks;
+    const PlayTrack* m_main = nullptr;
+    Summary m_summary;
+    double m_bitSeconds = 0;  ///< bitrates of the main track's pieces times their durations
+    double m_mainSeconds = 0; ///< of these pieces
+    PlaySample m_lastSample;
+    bool m_isStallTold = false; ///< its begin, and not its end
+    double m_stallBegun = 0;
+    bool m_hasDateTime = false;      ///< the first one was told
+    size_t m_shownStream = SIZE_MAX; ///< whose resolution was told last
+    Clock::TimePoint m_begun;
+    Clock::TimePoint m_lastStatus;
+};
+
+} // namespace hastool

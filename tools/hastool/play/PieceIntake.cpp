@@ -1,0 +1,119 @@
+#include "PieceIntake.h"
+
+#include <hastool/base/ToolError.h>
+
+#include <cmath>
+
+namespace hastool {
+namespace {
+
+using std::chrono::milliseconds;
+
+// A fast play keeps what the switcher's rules ask for: over 5 s it may go up, below 8 s down.
+constexpr milliseconds kFastLevel{6000};
+constexpr int kMaxFailuresInARow = 3; // then it is not the segments
+
+milliseconds inMilliseconds(double seconds) {
+    return milliseconds(std::llround(seconds * 1000));
+}
+
+double inSeconds(milliseconds time) {
+    return static_cast<double>(time.count()) / 1000;
+}
+
+} // namespace
+
+void PieceIntake::protect(const MediaPiece& piece, const MediaPart& part, std::string& bytes) {
+    if (!piece.protection)
+        return;
+    try {
+        bytes = m_protected.rewrite(*piece.protection, bytes, part.resource.url);
+    } catch (const ToolError& error) {
+        m_journal.refused(error.what());
+        throw;
+    }
+}
+
+void PieceIntake::accept(PlayTrack& track, const PieceOrder& order, const Outcome& outcome,
+                         const std::string& media) {
+    const MediaPiece& piece = order.piece;
+    if (piece.makeInit)
+        track.initBytes = piece.makeInit(media);
+    track.writer->setInit(track.initBytes);
+    track.writer->write(media);
+    track.failuresInARow = 0;
+    track.bytes += media.size();
+    track.mediaSeconds += piece.seconds;
+    if (track.number == 0)
+        m_journal.shown(track.renditions.learn(track.stream, media));
+    buffered(track, piece, outcome.bytes);
+    m_journal.row(rowOf(track, order, outcome));
+    track.change = "";
+    if (m_isFast)
+        m_buffer.drainTo(kFastLevel);
+}
+
+void PieceIntake::buffered(PlayTrack& track, const MediaPiece& piece, uint64_t bytes) {
+    track.seconds += piece.seconds;
+    m_journal.taken(bytes);
+    m_buffer.add(inMilliseconds(piece.seconds), bytes, track.number);
+    if (track.number != 0)
+        return;
+    m_journal.chosen(piece.seconds, track.bitrate());
+    m_adaptation.taken(m_buffer);
+}
+
+void PieceIntake::skip(PlayTrack& track, const PieceOrder& order, const Outcome& outcome) {
+    const MediaPiece& piece = order.piece;
+    m_journal.skipped(1);
+    track.seconds += piece.seconds; // the place goes on
+    m_lastFailure = outcome.failure;
+    if (!piece.missing) {
+        const std::string& url = piece.media.resource.url;
+        m_journal.trouble(url + ": " + outcome.failure + "; skipped");
+        if (++track.failuresInARow >= kMaxFailuresInARow)
+            throw ToolError(url, outcome.failure + ", like the segments before it; given up");
+    }
+    TraceRow row = rowOf(track, order, outcome);
+    row.skipped = true;
+    m_journal.row(row);
+    track.change = "";
+}
+
+void PieceIntake::lose(uint64_t pieces) {
+    if (pieces == 0)
+        return;
+    m_journal.skipped(pieces);
+    m_journal.trouble(std::to_string(pieces) + " segments were gone before they were fetched");
+}
+
+TraceRow PieceIntake::rowOf(const PlayTrack& track, const PieceOrder& order,
+                            const Outcome& outcome) {
+    TraceRow row;
+    row.choice = order.choice.answer;
+    row.choiceMean = order.choice.mean;
+    row.choiceFirst = order.choice.first;
+    row.choiceBuffer = order.choice.buffer;
+    row.begin = order.begun;
+    row.time = m_journal.seconds();
+    row.isAudio = track.number != 0;
+    row.index = order.piece.index;
+    row.stream = track.stream;
+    row.bitrate = track.bitrate();
+    row.bytes = outcome.bytes;
+    row.duration = order.piece.seconds;
+    row.download = inSeconds(outcome.time);
+    row.firstByte = inSeconds(outcome.latency);
+    row.redirects = outcome.redirects;
+    row.bandwidth = m_adaptation.bandwidth();
+    row.mean = m_adaptation.mean();
+    row.buffer = inSeconds(m_buffer.level());
+    row.change = track.change;
+    row.stalls = m_buffer.stalls();
+    row.stallTime = inSeconds(m_buffer.stallTime());
+    row.retries = outcome.retries;
+    row.resolution = track.number == 0 ? track.renditions.resolution(track.stream) : "";
+    return row;
+}
+
+} // namespace hastool

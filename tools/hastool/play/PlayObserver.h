@@ -1,0 +1,57 @@
+// What a play tells.
+#pragma once
+
+#include "Trace.h"
+
+#include <string>
+
+namespace hastool {
+
+/// How a play stands.
+struct PlayStatus {
+    double position = 0; ///< seconds of media played
+    double buffer = 0;   ///< seconds of media ahead
+    int bitrate = 0;
+    std::string resolution; ///< "640x360"; empty until known
+    unsigned bandwidth = 0; ///< mean, bits per second; 0 until measured
+    int switches = 0;
+    bool stalled = false;
+    bool paused = false; ///< by the viewer
+};
+
+/// One measurement, taken whenever the engine's bandwidth is polled, whenever play or transfers
+/// begin or cease to stand still, and at the end.
+struct PlaySample {
+    double time = 0;        ///< seconds since the play began
+    unsigned bandwidth = 0; ///< the newest of the window's measure, bits per second
+    unsigned mean = 0;      ///< the window's mean
+    double buffer = 0;      ///< seconds
+    double position = 0;    ///< seconds
+    int bitrate = 0;        ///< of the chosen stream
+    bool playing = false;
+    bool transferHeld = false; ///< the buffer is full, or the viewer pauses
+    bool stalled = false;      ///< play had begun and waits for media
+    bool paused = false;       ///< by the viewer
+};
+
+/// Is told what happens, on the thread that plays.
+class PlayObserver {
+public:
+    virtual ~PlayObserver() = default;
+    virtual void onStatus(const PlayStatus& status) = 0;
+    virtual void onSegment(const TraceRow& row) = 0;
+    virtual void onSample(const PlaySample& sample) = 0;
+    /// The player was told something, or the viewer did something.
+    /// @param kind  "bitrate", "discontinuity", "event", "drm-error", "pause", "retry", "stall",
+    /// ...
+    virtual void onEvent(double time, const std::string& kind, const std::string& what) = 0;
+    /// @param time  seconds since the play began
+    virtual void onSwitch(double time, int from, int to) = 0;
+    /// The first segment since the begin or a switch is there.
+    /// @param resolution  "640x360"
+    virtual void onRendition(double time, int bitrate, const std::string& resolution) = 0;
+    /// Something went wrong that does not end the play.
+    virtual void onTrouble(const std::string& what) = 0;
+};
+
+} // namespace hastool

@@ -1,0 +1,27 @@
+// Where a play takes place.
+#pragma once
+
+#include "Clock.h"
+#include "Fetcher.h"
+
+#include <Hasnet/IDownloadEvent.h>
+
+#include <functional>
+#include <memory>
+
+namespace hastool {
+
+/// A play's time and its network.
+struct PlayWorld {
+    /// Makes what fetches. @param traffic  is told of what comes in, borrowed
+    using Connect = std::function<std::unique_ptr<Fetcher>(const EngineOptions& options,
+                                                           hascommon::IDownloadEvent& traffic)>;
+
+    const Clock& clock;
+    Connect connect;
+};
+
+/// The machine's clock and the download engine.
+PlayWorld realWorld();
+
+} // namespace hastool

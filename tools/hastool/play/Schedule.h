@@ -1,0 +1,41 @@
+// Which track goes on, and when.
+#pragma once
+
+#include "PlayOptions.h"
+#include "TrackFeed.h"
+
+#include <deque>
+
+namespace hastool {
+
+/// Keeps the tracks going beside each other, each with one transfer at most, until they have ended
+/// or enough was fetched. A track with a full buffer does not run further ahead of one that lags;
+/// when all are full each begins one more piece, whose transfer is held.
+class Schedule {
+public:
+    /// All are borrowed.
+    Schedule(const PlayOptions& options, const TrackFeed::Parts& parts,
+             std::deque<PlayTrack>& tracks);
+
+    /// Whether there is anything left to fetch.
+    bool wantsMore() const;
+    /// Does all that can be done now. @throws ToolError when the play cannot go on
+    void run();
+
+private:
+    bool hasAll(const PlayTrack& track) const;
+    bool mayAsk(const PlayTrack& track) const;
+    bool isFull(const PlayTrack& track) const;
+    bool isAhead(const PlayTrack& track) const;
+    uint64_t begun() const;
+    TrackFeed* findReady();
+    TrackFeed* pick();
+
+    const PlayOptions& m_options;
+    const Clock& m_clock;
+    const Journal& m_journal;
+    const PlaybackBuffer& m_buffer;
+    std::deque<TrackFeed> m_feeds; ///< where they are, transfers write
+};
+
+} // namespace hastool

@@ -1,0 +1,174 @@
+#include "TrackFeed.h"
+
+#include <hastool/base/Interrupt.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace hastool {
+namespace {
+
+constexpr size_t kMaxInitBytes = 16u << 20;
+constexpr size_t kMaxSegmentBytes = 256u << 20; // minutes of the best video there is
+// A presentation that has nothing new is asked again soon, whatever it says: the switcher may want
+// another stream by then.
+constexpr std::chrono::milliseconds kAskAgain{10};
+
+} // namespace
+
+bool TrackFeed::isReady() const {
+    return m_awaited ? !m_parts.desk.isUnderWay(*m_awaited) : m_slot.hasEnded();
+}
+
+void TrackFeed::ask() {
+    m_order = {};
+    choose();
+    m_stage = Stage::Asking;
+    proceed();
+}
+
+void TrackFeed::proceed() {
+    m_awaited.reset();
+    try {
+        go();
+    } catch (const DocumentWanted& wanted) {
+        m_awaited = wanted.resource;
+        m_parts.desk.fetch(wanted, m_slot);
+    }
+}
+
+void TrackFeed::go() {
+    if (m_stage == Stage::Asking)
+        askPresentation();
+    if (m_stage == Stage::Init)
+        fetchInit();
+    if (m_stage == Stage::Media)
+        fetchMedia();
+}
+
+/// Before its first segment there is nothing to choose by.
+void TrackFeed::choose() {
+    if (m_track.number != 0 || m_parts.journal.segments() == 0)
+        return;
+    m_order.choice = m_parts.adaptation.choose(m_track, m_parts.buffer);
+    const auto stream = m_order.choice.stream;
+    if (stream && *stream != m_track.stream && !m_track.isBroken[*stream])
+        changeTo(*stream);
+}
+
+void TrackFeed::changeTo(size_t stream) {
+    const int from = m_track.bitrate();
+    const bool isUp = stream > m_track.stream;
+    m_track.stream = stream;
+    m_track.change = isUp ? "up" : "down";
+    m_parts.journal.changed(from, m_track.bitrate(), isUp);
+}
+
+void TrackFeed::askPresentation() {
+    auto next = nextPiece();
+    m_stage = Stage::Idle;
+    m_parts.desk.release(m_slot);
+    if (next)
+        take(std::move(*next));
+}
+
+/// A stream whose manifest cannot be had is left for another.
+std::optional<NextPiece> TrackFeed::nextPiece() {
+    try {
+        NextPiece next = m_parts.presentation.next(m_track.number, m_track.stream);
+        m_parts.journal.troubles(m_parts.presentation.takeWarnings());
+        m_track.lastGoodStream = m_track.stream;
+        m_track.hasGoodStream = true;
+        return next;
+    } catch (const ToolError& error) {
+        if (!isInterrupted())
+            leaveStream(error);
+        return std::nullopt;
+    }
+}
+
+void TrackFeed::leaveStream(const ToolError& error) {
+    m_track.isBroken[m_track.stream] = true;
+    const auto other = m_track.fallback();
+    if (!other)
+        throw error;
+    m_parts.journal.trouble(error.what());
+    if (m_track.hasGoodStream)
+        changeTo(*other);
+    else
+        m_track.stream = *other; // Nothing has been played that it could be a change from.
+}
+
+void TrackFeed::take(NextPiece next) {
+    if (next.kind == NextPiece::Kind::End) {
+        m_track.ended = true;
+        m_parts.buffer.finish(m_track.number);
+        return;
+    }
+    if (next.kind == NextPiece::Kind::Wait) {
+        m_track.askAt = m_parts.clock.steady() + std::min(next.wait, kAskAgain);
+        return;
+    }
+    m_order.piece = std::move(next.piece);
+    m_order.begun = m_parts.journal.seconds();
+    m_parts.intake.lose(m_order.piece.lost);
+    if (m_track.number == 0)
+        m_parts.journal.reached(m_order.piece);
+    if (m_order.piece.missing)
+        m_parts.intake.skip(m_track, m_order, {});
+    else
+        m_stage = Stage::Init;
+}
+
+void TrackFeed::fetchInit() {
+    const MediaPart wanted = m_order.piece.init.value_or(MediaPart());
+    if (!(wanted == m_track.init)) {
+        std::string bytes;
+        if (m_order.piece.init) {
+            const auto outcome = fetchPart(wanted, kMaxInitBytes, bytes);
+            if (!outcome)
+                return;
+            m_parts.intake.protect(m_order.piece, wanted, bytes);
+        }
+        m_track.init = wanted;
+        m_track.initBytes = std::move(bytes);
+    }
+    m_order.begun = m_parts.journal.seconds();
+    m_stage = Stage::Media;
+}
+
+void TrackFeed::fetchMedia() {
+    std::string media;
+    const MediaPart& part = m_order.piece.media;
+    const auto outcome = fetchPart(part, kMaxSegmentBytes, media);
+    if (!outcome)
+        return;
+    m_stage = Stage::Idle;
+    m_parts.intake.protect(m_order.piece, part, media);
+    m_parts.intake.accept(m_track, m_order, *outcome, media);
+}
+
+/// Begins to fetch a part, or takes it when it has come; what cannot be had is skipped with its
+/// piece. @return nothing while it is under way, and when it cannot be had
+std::optional<Outcome> TrackFeed::fetchPart(const MediaPart& part, size_t limit,
+                                            std::string& bytes) {
+    try {
+        if (!m_part.hasBegun()) {
+            m_part.begin(part, m_order.piece.index, limit);
+            return std::nullopt;
+        }
+        const Outcome outcome = m_part.finish(bytes);
+        if (outcome.ok)
+            return outcome;
+        m_stage = Stage::Idle;
+        if (!isInterrupted())
+            m_parts.intake.skip(m_track, m_order, outcome);
+    } catch (const ToolError&) {
+        m_stage = Stage::Idle;
+        if (!isInterrupted())
+            throw;
+    }
+    return std::nullopt;
+}
+
+} // namespace hastool

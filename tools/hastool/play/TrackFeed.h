@@ -1,0 +1,71 @@
+// One track's way from piece to piece.
+#pragma once
+
+#include "PartTransfer.h"
+#include "PieceIntake.h"
+#include <hastool/base/ToolError.h>
+
+#include <optional>
+
+namespace hastool {
+
+/// Brings a track its pieces. Each piece takes a call to the presentation, with the documents that
+/// this needs, then the initialisation where it is a new one, each with its key where it is
+/// encrypted, then the media; one transfer after the other. Never waits: what is under way is gone
+/// on with when its transfer has ended.
+class TrackFeed {
+public:
+    /// What the feeds of all tracks work with.
+    struct Parts {
+        const Clock& clock;
+        Fetcher& fetcher;
+        Presentation& presentation;
+        DocumentDesk& desk;
+        KeyStore& keys;
+        Adaptation& adaptation;
+        PlaybackBuffer& buffer;
+        PieceIntake& intake;
+        Journal& journal;
+    };
+
+    /// Both are borrowed.
+    TrackFeed(const Parts& parts, PlayTrack& track)
+        : m_parts(parts)
+        , m_track(track)
+        , m_slot(parts.fetcher, parts.journal)
+        , m_part(m_slot, parts.desk, parts.keys) {}
+
+    const PlayTrack& track() const { return m_track; }
+    /// Nothing is under way.
+    bool isIdle() const { return m_stage == Stage::Idle; }
+    /// What is under way can go on.
+    bool isReady() const;
+    /// Sets out for the next piece. @throws ToolError when the play cannot go on, as below
+    void ask();
+    /// Goes on as far as that needs no waiting.
+    void proceed();
+
+private:
+    enum class Stage { Idle, Asking, Init, Media };
+
+    void go();
+    void choose();
+    void changeTo(size_t stream);
+    void askPresentation();
+    std::optional<NextPiece> nextPiece();
+    void leaveStream(const ToolError& error);
+    void take(NextPiece next);
+    void fetchInit();
+    void fetchMedia();
+    std::optional<Outcome> fetchPart(const MediaPart& part, size_t limit, std::string& bytes);
+
+    const Parts m_parts;
+    PlayTrack& m_track;
+    TransferSlot m_slot;
+    PartTransfer m_part;
+    Stage m_stage = Stage::Idle;
+    std::optional<Resource> m_awaited; ///< a document, perhaps on its way for another track
+    PieceOrder m_order;
+};
+
+} // namespace hastool

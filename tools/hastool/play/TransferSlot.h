@@ -1,0 +1,38 @@
+// The transfer that a track has under way.
+#pragma once
+
+#include "Fetcher.h"
+#include "Journal.h"
+
+#include <optional>
+
+namespace hastool {
+
+/// Room for one transfer at a time.
+class TransferSlot {
+public:
+    /// Both are borrowed.
+    TransferSlot(Fetcher& fetcher, Journal& journal)
+        : m_fetcher(fetcher)
+        , m_journal(journal) {}
+
+    /// Begins a transfer; there must be none.
+    void begin(const Resource& resource, ByteSink& sink) { m_id = m_fetcher.begin(resource, sink); }
+    /// Whether there is a transfer, and it has ended.
+    bool hasEnded() const { return m_id && m_fetcher.outcome(*m_id) != nullptr; }
+    /// How it ended; the slot is free again.
+    Outcome take() {
+        Outcome outcome = *m_fetcher.outcome(*m_id);
+        m_fetcher.forget(*m_id);
+        m_id.reset();
+        m_journal.transferred(outcome);
+        return outcome;
+    }
+
+private:
+    Fetcher& m_fetcher;
+    Journal& m_journal;
+    std::optional<Fetcher::Id> m_id;
+};
+
+} // namespace hastool
