@@ -3,7 +3,7 @@
 
 #include <hastool/formats/Presentation.h>
 #include <hastool/origin/ServedFolder.h>
-#include <hastool/play/Trace.h>
+#include <hastool/play/TraceRow.h>
 
 #include <filesystem>
 #include <string>

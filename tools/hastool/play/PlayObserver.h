@@ -1,7 +1,7 @@
 // What a play tells.
 #pragma once
 
-#include "Trace.h"
+#include "TraceRow.h"
 
 #include <string>
 

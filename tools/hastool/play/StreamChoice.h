@@ -1,7 +1,7 @@
 // What the switcher was asked before a piece.
 #pragma once
 
-#include "Trace.h"
+#include "TraceRow.h"
 
 #include <cstddef>
 #include <optional>

@@ -1,29 +1,37 @@
 #include "Trace.h"
 
-#include <algorithm>
-#include <cmath>
-#include <cstdio>
+#include "TraceColumn.h"
+
+#include <functional>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
 namespace hastool {
 namespace {
 
-constexpr char kHeader[] = "time_s,track,index,stream,bitrate_bps,bytes,duration_s,download_s,"
-                           "first_byte_s,redirects,bandwidth_bps,mean_bps,buffer_s,switch,stalls,"
-                           "stall_s,choice,choice_mean_bps,choice_first_bps,choice_buffer_ms,"
-                           "retries,skipped,resolution\n";
-
 bool endsWith(const std::string& text, const std::string& end) {
     return text.size() > end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-const char* trackName(const TraceRow& row) {
-    return row.isAudio ? "audio" : "main";
+/// The columns of the file, of those that there are.
+const std::vector<TraceColumn>& columns() {
+    static const auto written = [] {
+        std::vector<TraceColumn> result;
+        for (const TraceColumn& column : traceColumns()) {
+            if (*column.text != '\0')
+                result.push_back(column);
+        }
+        return result;
+    }();
+    return written;
 }
 
-double rounded(double value) {
-    return std::round(value * 1000) / 1000;
+std::string csvLine(const std::function<std::string(const TraceColumn&)>& text) {
+    std::string line;
+    for (const TraceColumn& column : columns())
+        line += (line.empty() ? "" : ",") + text(column);
+    return line + "\n";
 }
 
 } // namespace
@@ -31,7 +39,7 @@ double rounded(double value) {
 Trace::Trace(const std::string& path)
     : m_file(path, OutputFile::Mode::Replace)
     , m_json(endsWith(path, ".json")) {
-    m_file.write(m_json ? "[" : kHeader);
+    m_file.write(m_json ? "[" : csvLine(nameOf));
 }
 
 void Trace::commit() {
@@ -55,45 +63,13 @@ void Trace::add(const TraceRow& row) {
 }
 
 void Trace::addCsv(const TraceRow& row) {
-    char text[512];
-    const int length = std::snprintf(
-        text, sizeof text,
-        "%.3f,%s,%llu,%zu,%d,%llu,%.3f,%.3f,%.3f,%ld,%u,%u,%.3f,%s,%d,%.3f,%d,%u,%u,%lld,%d,%d,%"
-        "s\n",
-        row.time, trackName(row), static_cast<unsigned long long>(row.index), row.stream,
-        row.bitrate, static_cast<unsigned long long>(row.bytes), row.duration, row.download,
-        row.firstByte, row.redirects, row.bandwidth, row.mean, row.buffer, row.change, row.stalls,
-        row.stallTime, row.choice, row.choiceMean, row.choiceFirst, row.choiceBuffer, row.retries,
-        row.skipped ? 1 : 0, row.resolution.c_str());
-    m_file.write(std::string_view(text, std::min(static_cast<size_t>(length), sizeof text - 1)));
+    m_file.write(csvLine([&](const TraceColumn& column) { return textOf(column.value(row)); }));
 }
 
 void Trace::addJson(const TraceRow& row) {
-    const nlohmann::ordered_json object = {
-        {"time_s", rounded(row.time)},
-        {"track", trackName(row)},
-        {"index", row.index},
-        {"stream", row.stream},
-        {"bitrate_bps", row.bitrate},
-        {"bytes", row.bytes},
-        {"duration_s", rounded(row.duration)},
-        {"download_s", rounded(row.download)},
-        {"first_byte_s", rounded(row.firstByte)},
-        {"redirects", row.redirects},
-        {"bandwidth_bps", row.bandwidth},
-        {"mean_bps", row.mean},
-        {"buffer_s", rounded(row.buffer)},
-        {"switch", row.change},
-        {"stalls", row.stalls},
-        {"stall_s", rounded(row.stallTime)},
-        {"choice", row.choice},
-        {"choice_mean_bps", row.choiceMean},
-        {"choice_first_bps", row.choiceFirst},
-        {"choice_buffer_ms", row.choiceBuffer},
-        {"retries", row.retries},
-        {"skipped", row.skipped},
-        {"resolution", row.resolution},
-    };
+    nlohmann::ordered_json object;
+    for (const TraceColumn& column : columns())
+        object[nameOf(column)] = jsonOf(column.value(row));
     m_file.write((m_first ? "\n" : ",\n") + object.dump());
 }
 

@@ -5,6 +5,7 @@
 #include "Templates.h"
 #include <hastool/base/HtmlText.h>
 #include <hastool/base/ShownUrl.h>
+#include <hastool/play/TraceColumn.h>
 
 #include <algorithm>
 #include <cmath>
@@ -57,19 +58,12 @@ ordered_json samplesData(const std::vector<PlaySample>& samples) {
 }
 
 ordered_json segmentData(const TraceRow& row) {
-    return {{"time", rounded(row.time)},
-            {"begin", rounded(row.begin)},
-            {"download", rounded(row.download)},
-            {"firstByte", rounded(row.firstByte)},
-            {"audio", row.isAudio},
-            {"index", row.index},
-            {"bitrate", row.bitrate},
-            {"resolution", row.resolution},
-            {"bytes", row.bytes},
-            {"duration", rounded(row.duration)},
-            {"redirects", row.redirects},
-            {"retries", row.retries},
-            {"skipped", row.skipped}};
+    ordered_json data;
+    for (const TraceColumn& column : traceColumns()) {
+        if (*column.key != '\0')
+            data[column.key] = jsonOf(column.value(row));
+    }
+    return data;
 }
 
 std::string cell(const std::string& text, const char* kind = "td") {
@@ -80,8 +74,31 @@ std::string numberCell(const std::string& text) {
     return "<td class=\"number\">" + text + "</td>";
 }
 
-std::string measuredCell(unsigned bandwidth) {
-    return numberCell(bandwidth == 0 ? "" : std::to_string(bandwidth));
+/// The columns of the table of segments, in their order.
+std::vector<TraceColumn> shownColumns() {
+    std::vector<TraceColumn> columns;
+    for (const TraceColumn& column : traceColumns()) {
+        if (column.place > 0)
+            columns.push_back(column);
+    }
+    std::sort(columns.begin(), columns.end(),
+              [](const auto& left, const auto& right) { return left.place < right.place; });
+    return columns;
+}
+
+std::string headings() {
+    std::string text;
+    for (const TraceColumn& column : shownColumns())
+        text += cell(headingOf(column), "th");
+    return text + cell("note", "th");
+}
+
+std::string valueCell(const TraceColumn& column, const TraceRow& row) {
+    const TraceValue value = column.value(row);
+    const std::string text = textOf(value);
+    if (std::holds_alternative<std::string>(value))
+        return cell(text);
+    return numberCell(column.zeroIsNone && text == "0" ? "" : text);
 }
 
 std::string noteOf(const TraceRow& row) {
@@ -91,15 +108,11 @@ std::string noteOf(const TraceRow& row) {
     return change.empty() ? "skipped" : change + ", skipped";
 }
 
-std::string segmentRow(const TraceRow& row) {
-    return "<tr>" + cell(row.isAudio ? "audio" : "main") + numberCell(std::to_string(row.index)) +
-           numberCell(fixedText(row.begin, 3)) + numberCell(fixedText(row.time, 3)) +
-           numberCell(fixedText(row.download, 3)) + numberCell(fixedText(row.firstByte, 3)) +
-           numberCell(std::to_string(row.bitrate)) + cell(row.resolution) +
-           numberCell(std::to_string(row.bytes)) + numberCell(fixedText(row.duration, 3)) +
-           numberCell(fixedText(row.buffer, 3)) + measuredCell(row.bandwidth) +
-           measuredCell(row.mean) + numberCell(std::to_string(row.redirects)) +
-           numberCell(std::to_string(row.retries)) + cell(noteOf(row)) + "</tr>\n";
+std::string segmentRow(const std::vector<TraceColumn>& columns, const TraceRow& row) {
+    std::string text = "<tr>";
+    for (const TraceColumn& column : columns)
+        text += valueCell(column, row);
+    return text + cell(noteOf(row)) + "</tr>\n";
 }
 
 std::string leftOut(uint64_t count, const std::string& what) {
@@ -109,9 +122,10 @@ std::string leftOut(uint64_t count, const std::string& what) {
 }
 
 std::string segmentRows(const PlayRecord& record) {
+    const auto columns = shownColumns();
     std::string text;
     for (const TraceRow& row : record.segments())
-        text += segmentRow(row);
+        text += segmentRow(columns, row);
     return text;
 }
 
@@ -204,6 +218,7 @@ std::string playSection(const ReportedPlay& play, const std::string& id) {
          {"events", eventRows(record)},
          {"events-left-out", leftOut(record.eventsLeftOut(), "events")},
          {"segment-count", std::to_string(record.segments().size() + record.segmentsLeftOut())},
+         {"segment-headings", headings()},
          {"segments", segmentRows(record)},
          {"segments-left-out", leftOut(record.segmentsLeftOut(), "segments")},
          {"data", scriptJson(playData(play))}});

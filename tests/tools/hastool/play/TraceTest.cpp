@@ -1,6 +1,7 @@
 #include <tools/hastool/ErrorOf.h>
 
 #include <hastool/play/Trace.h>
+#include <hastool/play/TraceColumn.h>
 #include <support/TempDir.h>
 
 #include <gtest/gtest.h>
@@ -110,4 +111,13 @@ TEST(Trace, KnowsItsNames) {
 TEST(Trace, SaysWhatCannotBeWritten) {
     EXPECT_EQ(test::errorOf([] { Trace("/none/t.csv"); }),
               "/none/t.csv: cannot be written: No such file or directory");
+}
+
+TEST(Trace, ItsColumnsAreDocumented) {
+    std::string table = "| field | |\n|---|---|\n";
+    for (const hastool::TraceColumn& column : hastool::traceColumns()) {
+        if (*column.text != '\0')
+            table += "| `" + nameOf(column) + "` | " + column.text + " |\n";
+    }
+    EXPECT_NE(readFile(HASTOOL_DOCS).find("\n" + table + "\n"), std::string::npos) << table;
 }
