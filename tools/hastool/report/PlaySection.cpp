@@ -1,9 +1,9 @@
 #include "PlaySection.h"
 
-#include <hastool/base/Quantities.h>
-
+#include "PageTemplate.h"
 #include "Templates.h"
 #include <hastool/base/HtmlText.h>
+#include <hastool/base/Quantities.h>
 #include <hastool/base/ShownUrl.h>
 #include <hastool/play/TraceColumn.h>
 
@@ -66,14 +66,6 @@ ordered_json segmentData(const TraceRow& row) {
     return data;
 }
 
-std::string cell(const std::string& text, const char* kind = "td") {
-    return std::string("<") + kind + ">" + escapeHtml(text) + "</" + kind + ">";
-}
-
-std::string numberCell(const std::string& text) {
-    return "<td class=\"number\">" + text + "</td>";
-}
-
 /// The columns of the table of segments, in their order.
 std::vector<TraceColumn> shownColumns() {
     std::vector<TraceColumn> columns;
@@ -86,21 +78,6 @@ std::vector<TraceColumn> shownColumns() {
     return columns;
 }
 
-std::string headings() {
-    std::string text;
-    for (const TraceColumn& column : shownColumns())
-        text += cell(headingOf(column), "th");
-    return text + cell("note", "th");
-}
-
-std::string valueCell(const TraceColumn& column, const TraceRow& row) {
-    const TraceValue value = column.value(row);
-    const std::string text = textOf(value);
-    if (std::holds_alternative<std::string>(value))
-        return cell(text);
-    return numberCell(column.zeroIsNone && text == "0" ? "" : text);
-}
-
 std::string noteOf(const TraceRow& row) {
     std::string change = row.change;
     if (!row.skipped)
@@ -108,61 +85,50 @@ std::string noteOf(const TraceRow& row) {
     return change.empty() ? "skipped" : change + ", skipped";
 }
 
-std::string segmentRow(const std::vector<TraceColumn>& columns, const TraceRow& row) {
-    std::string text = "<tr>";
+ordered_json headings(const std::vector<TraceColumn>& columns) {
+    auto list = ordered_json::array();
     for (const TraceColumn& column : columns)
-        text += valueCell(column, row);
-    return text + cell(noteOf(row)) + "</tr>\n";
+        list.push_back({{"heading", headingOf(column)}});
+    return list;
 }
 
-std::string leftOut(uint64_t count, const std::string& what) {
-    if (count == 0)
-        return "";
-    return "<p class=\"note\">" + std::to_string(count) + " more " + what + " are not listed.</p>";
+ordered_json cellOf(const TraceColumn& column, const TraceRow& row) {
+    const TraceValue value = column.value(row);
+    const std::string text = textOf(value);
+    return {{"number", !std::holds_alternative<std::string>(value)},
+            {"text", column.zeroIsNone && text == "0" ? "" : text}};
 }
 
-std::string segmentRows(const PlayRecord& record) {
-    const auto columns = shownColumns();
-    std::string text;
-    for (const TraceRow& row : record.segments())
-        text += segmentRow(columns, row);
-    return text;
+ordered_json segmentRows(const std::vector<TraceColumn>& columns, const PlayRecord& record) {
+    auto rows = ordered_json::array();
+    for (const TraceRow& row : record.segments()) {
+        auto cells = ordered_json::array();
+        for (const TraceColumn& column : columns)
+            cells.push_back(cellOf(column, row));
+        rows.push_back({{"cells", std::move(cells)}, {"note", noteOf(row)}});
+    }
+    return rows;
 }
 
-std::string eventRows(const PlayRecord& record) {
-    std::string text;
+ordered_json eventRows(const PlayRecord& record) {
+    auto rows = ordered_json::array();
     for (const PlayRecord::Event& it : record.events())
-        text += "<tr>" + numberCell(fixedText(it.time, 3)) + cell(it.kind) +
-                cell(withoutSecrets(it.what)) + "</tr>\n";
-    return text.empty() ? "<tr><td colspan=\"3\">nothing</td></tr>\n" : text;
+        rows.push_back({{"time", fixedText(it.time, 3)},
+                        {"kind", it.kind},
+                        {"what", withoutSecrets(it.what)}});
+    return rows;
 }
 
-std::string figureItems(const Summary& summary) {
-    std::string text;
+ordered_json figureItems(const Summary& summary) {
+    auto list = ordered_json::array();
     for (const auto& [name, value] : playFigures(summary))
-        text += "<div>" + cell(name, "dt") + cell(value, "dd") + "</div>\n";
-    return text;
+        list.push_back({{"name", name}, {"value", value}});
+    return list;
 }
 
-/// A text that may name URLs.
-std::string shown(const std::string& text) {
-    return escapeHtml(withoutSecrets(text));
-}
-
-std::string urlText(const ReportedPlay& play) {
-    const std::string& url = play.summary.url;
-    return url == play.title ? "" : "<p class=\"url\">" + shown(url) + "</p>";
-}
-
-/// A play that never began has nothing to draw.
-std::string charts(const PlayRecord& record) {
-    if (record.segments().empty())
-        return "<p class=\"note\">Nothing was played, so there is nothing to draw.</p>\n";
-    return kChartsHtml;
-}
-
-std::string failureText(const std::string& failure) {
-    return failure.empty() ? "" : "<p class=\"failure\">It ended early: " + shown(failure) + "</p>";
+/// Empty for none.
+std::string countText(uint64_t count) {
+    return count == 0 ? "" : std::to_string(count);
 }
 
 } // namespace
@@ -206,21 +172,24 @@ ordered_json playData(const ReportedPlay& play) {
 
 std::string playSection(const ReportedPlay& play, const std::string& id) {
     const PlayRecord& record = play.record;
-    return fillTemplate(
+    const std::string& url = play.summary.url;
+    const auto columns = shownColumns();
+    const bool isDrawn = !record.segments().empty(); // a play that never began has nothing to draw
+    return renderPage(
         kPlayHtml,
         {{"id", id},
-         {"title", shown(play.title)},
-         {"url", urlText(play)},
-         {"failure", failureText(play.failure)},
+         {"title", withoutSecrets(play.title)},
+         {"url", url == play.title ? "" : withoutSecrets(url)},
+         {"failure", withoutSecrets(play.failure)},
          {"figures", figureItems(play.summary)},
-         {"charts", charts(record)},
+         {"charts", isDrawn ? kChartsHtml : ""},
          {"event-count", std::to_string(record.events().size() + record.eventsLeftOut())},
          {"events", eventRows(record)},
-         {"events-left-out", leftOut(record.eventsLeftOut(), "events")},
+         {"events-left-out", countText(record.eventsLeftOut())},
          {"segment-count", std::to_string(record.segments().size() + record.segmentsLeftOut())},
-         {"segment-headings", headings()},
-         {"segments", segmentRows(record)},
-         {"segments-left-out", leftOut(record.segmentsLeftOut(), "segments")},
+         {"headings", headings(columns)},
+         {"segments", segmentRows(columns, record)},
+         {"segments-left-out", countText(record.segmentsLeftOut())},
          {"data", scriptJson(playData(play))}});
 }
 

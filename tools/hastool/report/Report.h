@@ -6,6 +6,8 @@
 #include <deque>
 #include <string>
 
+#include <nlohmann/json_fwd.hpp>
+
 namespace hastool {
 
 /// Makes one HTML page of one or several plays, with charts. The page holds all that it needs and
@@ -21,7 +23,7 @@ public:
     std::string html() const;
 
 private:
-    std::string overview() const;
+    nlohmann::ordered_json overviewRows() const;
 
     std::string m_title;
     std::deque<ReportedPlay> m_plays;

@@ -12,10 +12,11 @@ using test::VirtualPlay;
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+/// Of the processor, for ten minutes of play.
+#ifdef IS_SANITIZED
 constexpr double kMostSeconds = 20;
 #else
-constexpr double kMostSeconds = 1; // of the processor, for ten minutes of play
+constexpr double kMostSeconds = 1;
 #endif
 
 VirtualPlay::Answer failing(const std::string& failure) {
