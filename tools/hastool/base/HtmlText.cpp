@@ -61,19 +61,6 @@ std::string scriptJson(const ordered_json& value) {
     return result;
 }
 
-std::string fillTemplate(std::string_view text, const std::map<std::string, std::string>& values) {
-    std::string result;
-    for (size_t at = 0;;) {
-        const size_t begin = text.find("{{", at);
-        const size_t end = begin == std::string_view::npos ? begin : text.find("}}", begin);
-        if (end == std::string_view::npos)
-            return result.append(text.substr(at));
-        result.append(text.substr(at, begin - at));
-        result += values.at(std::string(text.substr(begin + 2, end - begin - 2)));
-        at = end + 2;
-    }
-}
-
 std::string fixedText(double value, int digits) {
     char text[64];
     const int length = std::snprintf(text, sizeof text, "%.*f", digits, value);

@@ -1,7 +1,6 @@
 // Text of others in a page of our own.
 #pragma once
 
-#include <map>
 #include <string>
 #include <string_view>
 
@@ -15,10 +14,6 @@ std::string escapeHtml(std::string_view text);
 
 /// JSON in ASCII that may stand within a script element: nothing in it ends the element or a line.
 std::string scriptJson(const nlohmann::ordered_json& value);
-
-/// A template with each "{{name}}" replaced by the value of that name, which is not looked into
-/// again. @throws std::out_of_range for a name without a value
-std::string fillTemplate(std::string_view text, const std::map<std::string, std::string>& values);
 
 /// "1.250" for (1.25, 3).
 std::string fixedText(double value, int digits);

@@ -2,20 +2,18 @@
 
 #include "ServedFolder.h"
 #include "Templates.h"
-#include <hastool/base/HtmlText.h>
+#include <hastool/base/PageTemplate.h>
 
 #include <algorithm>
 #include <utility>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 namespace hastool {
 namespace {
 
 constexpr size_t kMaxNames = 10000; // more than anybody reads
-
-std::string row(const std::string& url, const std::string& name) {
-    return fillTemplate(kFolderRowHtml, {{"url", escapeHtml(url)}, {"name", escapeHtml(name)}});
-}
 
 } // namespace
 
@@ -29,10 +27,12 @@ std::string folderPage(const std::filesystem::path& folder, const std::string& p
         names.emplace_back(!isFolder, it->path().filename().string() + (isFolder ? "/" : ""));
     }
     std::sort(names.begin(), names.end());
-    std::string rows = path != "/" ? row("../", "../") : "";
-    for (const auto& [isFile, name] : names)
-        rows += row("./" + encodedPath(name), name); // "./", so that no colon makes a scheme
-    return fillTemplate(kFolderHtml, {{"path", escapeHtml(path)}, {"rows", rows}});
+    auto rows = nlohmann::ordered_json::array();
+    if (path != "/")
+        rows.push_back({{"url", "../"}, {"name", "../"}});
+    for (const auto& [isFile, name] : names) // "./", so that no colon makes a scheme
+        rows.push_back({{"url", "./" + encodedPath(name)}, {"name", name}});
+    return renderPage(kFolderHtml, {{"path", path}, {"names", rows}});
 }
 
 } // namespace hastool

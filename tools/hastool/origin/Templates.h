@@ -1,9 +1,8 @@
-// The files of the page that lists a folder, as they are built in.
+// The page that lists a folder, as it is built in.
 #pragma once
 
 namespace hastool {
 
-extern const char kFolderHtml[];    ///< the page
-extern const char kFolderRowHtml[]; ///< one name in it
+extern const char kFolderHtml[];
 
 } // namespace hastool

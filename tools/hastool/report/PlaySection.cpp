@@ -1,8 +1,8 @@
 #include "PlaySection.h"
 
-#include "PageTemplate.h"
 #include "Templates.h"
 #include <hastool/base/HtmlText.h>
+#include <hastool/base/PageTemplate.h>
 #include <hastool/base/Quantities.h>
 #include <hastool/base/ShownUrl.h>
 #include <hastool/play/TraceColumn.h>

@@ -1,7 +1,7 @@
 #include "Report.h"
 
-#include "PageTemplate.h"
 #include "Templates.h"
+#include <hastool/base/PageTemplate.h>
 #include <hastool/base/Quantities.h>
 #include <hastool/base/ShownUrl.h>
 

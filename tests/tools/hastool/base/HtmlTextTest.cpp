@@ -6,7 +6,6 @@
 #include <nlohmann/json.hpp>
 
 using hastool::escapeHtml;
-using hastool::fillTemplate;
 using hastool::fixedText;
 using hastool::scriptJson;
 using nlohmann::ordered_json;
@@ -33,13 +32,6 @@ TEST(HtmlText, WritesJsonThatCannotEndItsScript) {
         EXPECT_LT(static_cast<unsigned char>(letter), 0x80);
     EXPECT_EQ(ordered_json::parse(text)["a"],
               "</script><!-- ]]> & \xE2\x80\xA8\xE2\x80\xA9 \xEF\xBF\xBD \"\\");
-}
-
-TEST(HtmlText, FillsATemplateWithoutLookingIntoTheValues) {
-    EXPECT_EQ(fillTemplate("{{a}}-{{b}}{{a}} {c} }}", {{"a", "{{b}}"}, {"b", ""}}),
-              "{{b}}-{{b}} {c} }}");
-    EXPECT_EQ(fillTemplate("open {{a", {}), "open {{a");
-    EXPECT_THROW(fillTemplate("{{a}}", {{"b", ""}}), std::out_of_range);
 }
 
 TEST(HtmlText, WritesNumbersWithSoManyDigits) {

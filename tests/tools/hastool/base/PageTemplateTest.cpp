@@ -1,4 +1,4 @@
-#include <hastool/report/PageTemplate.h>
+#include <hastool/base/PageTemplate.h>
 
 #include <stdexcept>
 

@@ -1,6 +1,6 @@
 #include "PageTemplate.h"
 
-#include <hastool/base/HtmlText.h>
+#include "HtmlText.h"
 
 #include <stdexcept>
 
