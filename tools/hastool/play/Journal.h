@@ -1,14 +1,13 @@
 // What is told and kept of a play.
 #pragma once
 
+#include "Clock.h"
 #include "PlayObserver.h"
 #include "PlayOptions.h"
 #include "PlayTrack.h"
 #include "PlayerCallbacks.h"
 #include "Summary.h"
 #include "Trace.h"
-
-#include "Clock.h"
 
 #include <optional>
 #include <string>

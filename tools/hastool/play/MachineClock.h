@@ -7,6 +7,7 @@
 
 namespace hastool {
 
+/// The clocks that everything else on the machine goes by.
 class MachineClock : public Clock {
 public:
     TimePoint steady() const override { return std::chrono::steady_clock::now(); }
