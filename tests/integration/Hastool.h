@@ -21,7 +21,7 @@ inline std::vector<std::string> hastoolEnvironment() {
 }
 
 /// Runs the tool to its end.
-inline Child::Result hastool(const std::vector<std::string>& arguments) {
+inline Child::Result runHastool(const std::vector<std::string>& arguments) {
     return run(hastoolCommand(arguments), hastoolEnvironment(), std::chrono::seconds(100));
 }
 

@@ -16,10 +16,10 @@
 using test::Bytes;
 using test::Child;
 using test::decodeErrors;
-using test::hastool;
 using test::MediaLadder;
 using test::readFile;
 using test::Reply;
+using test::runHastool;
 using test::Stage;
 
 namespace {
@@ -69,7 +69,8 @@ protected:
     Child::Result play(const std::string& lines, const std::string& retries = "0") {
         m_origin.on("/p/a.m3u8", Reply().body("#EXTM3U\n#EXT-X-TARGETDURATION:2\n" + lines +
                                               "#EXT-X-ENDLIST\n"));
-        return hastool({"play", "--fast", "-q", "--retries", retries, "-o", out(), url("a.m3u8")});
+        return runHastool(
+            {"play", "--fast", "-q", "--retries", retries, "-o", out(), url("a.m3u8")});
     }
     void serve(const std::string& name, const std::string& body) {
         m_origin.on("/p/" + name, Reply().body(body));
@@ -142,7 +143,7 @@ TEST_F(HastoolAesPlay, YieldsWhatTheClearPresentationYields) {
         EXPECT_NE(playlist.find("METHOD=AES-128"), std::string::npos) << playlist;
         ASSERT_NE(readFile(root / name / "5.ts"), readFile(root / "clear/5.ts"));
         const Child::Result result =
-            hastool({"play", "--fast", "-q", "-o", out(), server.url("/" + name + "/a.m3u8")});
+            runHastool({"play", "--fast", "-q", "-o", out(), server.url("/" + name + "/a.m3u8")});
         EXPECT_EQ(result.status, 0) << result.err;
         EXPECT_EQ(readFile(out()).size(), joined(root / "clear").size());
         EXPECT_TRUE(readFile(out()) == joined(root / "clear"));
@@ -165,7 +166,7 @@ TEST_F(HastoolAesPlay, FollowsTheRotationOfKeys) {
                                  "#EXTINF:2,\n1.ts\n#EXT-X-KEY:METHOD=NONE\n#EXTINF:2,\n2.ts\n" +
                                  tag(server.url("/k/a")) + "#EXTINF:2,\n3.ts\n#EXT-X-ENDLIST\n");
     const Child::Result result =
-        hastool({"play", "--fast", "-q", "-o", out(), server.url("/p/a.m3u8")});
+        runHastool({"play", "--fast", "-q", "-o", out(), server.url("/p/a.m3u8")});
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_TRUE(readFile(out()) == m_ladder->joined(0));
     EXPECT_EQ(countOf(server.accessLog(), "/k/a"), 1);

@@ -12,7 +12,7 @@
 
 using nlohmann::json;
 using test::Child;
-using test::hastool;
+using test::runHastool;
 using ::testing::HasSubstr;
 
 namespace {
@@ -21,7 +21,7 @@ constexpr char kMarlin[] = "urn:uuid:5E629AF5-38DA-4063-8977-97FFBD9902D4";
 constexpr char kPlayReady[] = "urn:uuid:9A04F079-9840-4286-AB92-E65BE0885F95";
 
 json boxesOf(const std::string& path) {
-    const Child::Result result = hastool({"boxes", "--json", path});
+    const Child::Result result = runHastool({"boxes", "--json", path});
     EXPECT_EQ(result.status, 0) << result.err;
     return json::parse(result.out);
 }
@@ -125,7 +125,7 @@ protected:
     /// Runs the command. @return its summary without the file's name
     std::string rewrite(const std::string& path, std::vector<std::string> more) const {
         more.insert(more.begin(), {"cenc", path, out()});
-        const Child::Result result = hastool(more);
+        const Child::Result result = runHastool(more);
         EXPECT_EQ(result.status, 0) << result.err;
         EXPECT_EQ(result.out.substr(0, out().size() + 2), out() + ": ");
         EXPECT_EQ(test::lines(result.out), 1);
@@ -224,7 +224,7 @@ TEST_F(HastoolCenc, AFileCanBeRewrittenInPlace) {
     const std::string path = media(false);
     const std::string frames = test::decryptedFrames(path);
     const Child::Result result =
-        hastool({"cenc", path, path, "--scheme-id", kPlayReady, "--pssh", "ZGF0YQ=="});
+        runHastool({"cenc", path, path, "--scheme-id", kPlayReady, "--pssh", "ZGF0YQ=="});
     EXPECT_THAT(result.out, HasSubstr("3 pssh boxes inserted"));
     EXPECT_EQ(test::decryptedFrames(path), frames);
 }
@@ -234,7 +234,7 @@ TEST_F(HastoolCenc, RefusesWhatItCannotDoAndLeavesNoFile) {
                                                       test::mp4Box("free", test::zeros(6 << 20)));
     const std::string text = m_dir.write("a.txt", "this is no film, nor a part of one");
     const auto run = [&](const std::string& in, const std::string& scheme) {
-        return hastool({"cenc", in, out(), "--scheme-id", scheme});
+        return runHastool({"cenc", in, out(), "--scheme-id", scheme});
     };
     expectFailure(run(text, kPlayReady), text + ": not an MP4 file");
     expectFailure(run(file, "urn:x"), "--scheme-id: no handler for \"urn:x\"");
@@ -253,11 +253,11 @@ TEST_F(HastoolCenc, RefusesWhatItDoesNotUnderstand) {
     for (const auto& wrong : rows) {
         std::vector<std::string> command = right;
         command.insert(command.end(), wrong.begin(), wrong.end());
-        const Child::Result result = hastool(command);
+        const Child::Result result = runHastool(command);
         EXPECT_EQ(result.status, 2) << wrong[0];
         EXPECT_EQ(test::lines(result.err), 1);
     }
-    EXPECT_EQ(hastool({"cenc", file, out()}).status, 2);
+    EXPECT_EQ(runHastool({"cenc", file, out()}).status, 2);
     EXPECT_FALSE(std::filesystem::exists(out()));
 }
 
@@ -392,15 +392,16 @@ TEST_F(HastoolCenc, BoxesShowsABrokenFileAsFarAsItGoes) {
     const std::string whole = test::mp4Box("ftyp", "iso6" + test::be(1)) +
                               test::mp4Box("moov", test::mp4Box("trak", test::zeros(50)));
     const std::string path = m_dir.write("cut.mp4", whole.substr(0, 40));
-    const Child::Result result = hastool({"boxes", path});
+    const Child::Result result = runHastool({"boxes", path});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(test::lines(result.out), 4);
     EXPECT_EQ(result.err,
               "hastool: " + path + ": offset 16: box \"moov\" reaches 42 bytes beyond the file\n");
-    const Child::Result asJson = hastool({"boxes", "--json", path});
+    const Child::Result asJson = runHastool({"boxes", "--json", path});
     EXPECT_EQ(asJson.status, 1);
     EXPECT_EQ(json::parse(asJson.out).size(), 2U);
-    expectFailure(hastool({"boxes", m_dir.write("empty", "")}),
+    expectFailure(runHastool({"boxes", m_dir.write("empty", "")}),
                   m_dir.file("empty") + ": no boxes: the file is empty");
-    expectFailure(hastool({"boxes", "/none"}), "/none: cannot be read: No such file or directory");
+    expectFailure(runHastool({"boxes", "/none"}),
+                  "/none: cannot be read: No such file or directory");
 }

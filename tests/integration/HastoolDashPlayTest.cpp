@@ -14,9 +14,9 @@
 
 using nlohmann::json;
 using test::Child;
-using test::hastool;
 using test::readFile;
 using test::Reply;
+using test::runHastool;
 
 namespace {
 
@@ -91,7 +91,7 @@ class HastoolDashPlay : public testing::Test {
 protected:
     json play(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), {"play", "--fast", "-q", "--json", "-o", out()});
-        const Child::Result result = hastool(arguments);
+        const Child::Result result = runHastool(arguments);
         EXPECT_EQ(result.status, 0) << result.err;
         return json::parse(result.out);
     }
@@ -199,7 +199,7 @@ TEST_F(HastoolDashPlay, LeavesAnIndexThatFitsTheGrownFragments) {
     EXPECT_EQ(packets(out()), packets(file));
     std::vector<uint64_t> told;
     std::vector<uint64_t> sizes;
-    for (const json& it : json::parse(hastool({"boxes", "--json", out()}).out)) {
+    for (const json& it : json::parse(runHastool({"boxes", "--json", out()}).out)) {
         for (const json& reference : it.value("references", json::array()))
             told.push_back(reference["size"]);
         if (it["type"] == "moof")
@@ -227,7 +227,7 @@ TEST_F(HastoolDashPlay, PutsThePsshIntoTheMovieWhereAudioAndVideoAreMultiplexed)
 TEST_F(HastoolDashPlay, SaysWhenNoHandlerKnowsTheProtection) {
     m_server.write("d/v.mp4", "media");
     m_server.write("d/m.mpd", protectedManifest(descriptor("urn:uuid:other"), "avc1"));
-    const Child::Result result = hastool({"play", "--fast", "-q", m_server.url("/d/m.mpd")});
+    const Child::Result result = runHastool({"play", "--fast", "-q", m_server.url("/d/m.mpd")});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.err, "hastool: " + m_server.url("/d/v.mp4") +
                               ": protected by a system that is not supported\n");
@@ -244,7 +244,7 @@ TEST_F(HastoolDashPlay, EndsInOneLineForAManifestThatIsNone) {
         {"/c", "a Smooth Streaming manifest without a stream"},
         {"/d", "not a playlist: no #EXTM3U before \"<html></html>\""}};
     for (const auto& [path, message] : rows) {
-        const Child::Result result = hastool({"play", "--fast", "-q", m_server.url(path)});
+        const Child::Result result = runHastool({"play", "--fast", "-q", m_server.url(path)});
         EXPECT_EQ(result.status, 1);
         EXPECT_EQ(test::lines(result.err), 1) << result.err;
         EXPECT_NE(result.err.find(path), std::string::npos) << result.err;
@@ -377,7 +377,7 @@ TEST_F(HastoolPlayOrigin, TellsWhatThePlayerIsTold) {
                              "#EXT-X-CUE-OUT:2\n#EXT-X-DISCONTINUITY\n#EXTINF:2,\na\n"
                              "#EXT-X-CUE-IN\n#EXTINF:2,\na\n#EXT-X-ENDLIST\n"));
     m_origin.on("/a", Reply().body("media"));
-    const Child::Result result = hastool({"play", "--fast", url("/a.m3u8")});
+    const Child::Result result = runHastool({"play", "--fast", url("/a.m3u8")});
     EXPECT_EQ(result.status, 0);
     for (const char* const line :
          {"date-time: 20240101T000100\n", "discontinuity: at 2000 ms of the media\n",
@@ -404,7 +404,8 @@ TEST_F(HastoolPlayOrigin, PausesAsAViewerWould) {
     m_origin.on("/m.mpd", Reply().body(numbered("mediaPresentationDuration='PT3S'", "")));
     for (int i = 1; i <= 3; ++i)
         m_origin.on("/s" + std::to_string(i), Reply().body("media"));
-    const Child::Result result = hastool({"play", "--json", "--pause-at", "0.5:1", url("/m.mpd")});
+    const Child::Result result =
+        runHastool({"play", "--json", "--pause-at", "0.5:1", url("/m.mpd")});
     EXPECT_EQ(result.status, 0);
     const size_t paused = result.err.find("pause: the viewer pauses\n");
     EXPECT_LT(paused, result.err.find("resume: the viewer goes on\n"));
@@ -423,7 +424,7 @@ TEST_F(HastoolPlayOrigin, RefusesOptionsThatAreNone) {
         std::vector<std::string> command = {"play"};
         command.insert(command.end(), options.begin(), options.end());
         command.push_back(url("/m.mpd"));
-        const Child::Result result = hastool(command);
+        const Child::Result result = runHastool(command);
         EXPECT_EQ(result.status, 2);
         EXPECT_EQ(result.err, "hastool: " + line + "\n");
     }

@@ -12,8 +12,8 @@
 #endif
 
 using test::Child;
-using test::hastool;
 using test::readFile;
+using test::runHastool;
 
 namespace {
 
@@ -40,7 +40,7 @@ protected:
     /// The tool has to fail with this line and leave nothing behind.
     void expectFailure(const std::vector<std::string>& arguments, const std::string& line,
                        int status = 1) const {
-        const Child::Result result = hastool(arguments);
+        const Child::Result result = runHastool(arguments);
         EXPECT_EQ(result.status, status);
         EXPECT_EQ(result.out, "");
         EXPECT_EQ(result.err, "hastool: " + line + "\n");
@@ -61,7 +61,7 @@ TEST_F(HastoolDecrypt, WritesWhatOpensslWrites) {
         const std::string cipher = encrypt(plain(size));
         openssl({"-d", "-iv", kIv, "-in", cipher, "-out", file("peer")});
         const Child::Result result =
-            hastool({"decrypt", "--key", kKey, "--iv", kIv, cipher, file("out")});
+            runHastool({"decrypt", "--key", kKey, "--iv", kIv, cipher, file("out")});
         EXPECT_EQ(result.status, 0) << result.err;
         EXPECT_EQ(result.out + result.err, "");
         EXPECT_TRUE(readFile(file("out")) == readFile(file("peer"))) << size;
@@ -72,8 +72,8 @@ TEST_F(HastoolDecrypt, WritesWhatOpensslWrites) {
 TEST_F(HastoolDecrypt, LeavesThePaddingWhereItIsToldTo) {
     const std::string cipher = encrypt(plain(100));
     openssl({"-d", "-iv", kIv, "-in", cipher, "-out", file("peer")}, false);
-    EXPECT_EQ(hastool({"decrypt", "--no-padding", "--key", "0x" + kKey, "--iv", "0x" + kIv, cipher,
-                       file("out")})
+    EXPECT_EQ(runHastool({"decrypt", "--no-padding", "--key", "0x" + kKey, "--iv", "0x" + kIv,
+                          cipher, file("out")})
                   .status,
               0);
     EXPECT_EQ(readFile(file("out")).size(), 112U);
@@ -83,12 +83,14 @@ TEST_F(HastoolDecrypt, LeavesThePaddingWhereItIsToldTo) {
 TEST_F(HastoolDecrypt, TakesASequenceNumberForAVector) {
     const std::string text = plain(1000);
     std::string cipher = encrypt(text, "00000000000000000000000000001e72");
-    EXPECT_EQ(hastool({"decrypt", "--key", kKey, "--sequence", "7794", cipher, file("out")}).status,
-              0);
+    EXPECT_EQ(
+        runHastool({"decrypt", "--key", kKey, "--sequence", "7794", cipher, file("out")}).status,
+        0);
     EXPECT_TRUE(readFile(file("out")) == readFile(text));
     cipher = encrypt(text, "00000000000000000000000100000002");
     EXPECT_EQ(
-        hastool({"decrypt", "--key", kKey, "--sequence", "4294967298", cipher, file("out")}).status,
+        runHastool({"decrypt", "--key", kKey, "--sequence", "4294967298", cipher, file("out")})
+            .status,
         0);
     EXPECT_TRUE(readFile(file("out")) == readFile(text));
 }
@@ -114,7 +116,7 @@ TEST_F(HastoolDecrypt, ReadsAndWritesTheStandardStreams) {
 TEST_F(HastoolDecrypt, ReplacesItsOwnInput) {
     const std::string text = plain(5000);
     const std::string cipher = encrypt(text);
-    EXPECT_EQ(hastool({"decrypt", "--key", kKey, "--iv", kIv, cipher, cipher}).status, 0);
+    EXPECT_EQ(runHastool({"decrypt", "--key", kKey, "--iv", kIv, cipher, cipher}).status, 0);
     EXPECT_TRUE(readFile(cipher) == readFile(text));
 }
 
@@ -144,7 +146,7 @@ TEST_F(HastoolDecrypt, SaysWhatIsWrongWithTheFile) {
 TEST_F(HastoolDecrypt, LeavesWhatWasThereWhenItFails) {
     const std::string out = m_dir.write("kept", "old");
     const std::string cut = m_dir.write("cut", std::string(2000001, 'x'));
-    EXPECT_EQ(hastool({"decrypt", "--key", kKey, "--iv", kIv, cut, out}).status, 1);
+    EXPECT_EQ(runHastool({"decrypt", "--key", kKey, "--iv", kIv, cut, out}).status, 1);
     EXPECT_EQ(readFile(out), "old");
     EXPECT_FALSE(std::filesystem::exists(out + ".part"));
 }
@@ -180,7 +182,7 @@ TEST_F(HastoolDecrypt, RefusesWrongUsage) {
         {"decrypt", "--key", kKey, "--iv", kIv, "--sequence", "1", "in", "out"},
     };
     for (const auto& arguments : wrong) {
-        const Child::Result result = hastool(arguments);
+        const Child::Result result = runHastool(arguments);
         EXPECT_EQ(result.status, 2) << result.err;
         EXPECT_EQ(test::lines(result.err), 1) << result.err;
     }
@@ -204,7 +206,7 @@ TEST_F(HastoolDecrypt, TreatsTheSampleFilesAsOpensslDoes) {
             theirs.emplace_back("-nopad");
         }
         std::filesystem::remove(file("out"));
-        const Child::Result result = hastool(ours);
+        const Child::Result result = runHastool(ours);
         EXPECT_EQ(result.status == 0, test::run(theirs).status == 0) << row["file"];
         if (result.status == 0)
             EXPECT_TRUE(readFile(file("out")) == readFile(file("peer"))) << row["file"];

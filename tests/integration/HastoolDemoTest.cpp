@@ -11,7 +11,7 @@
 #include <gmock/gmock.h>
 
 using test::Child;
-using test::hastool;
+using test::runHastool;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
@@ -21,7 +21,7 @@ TEST(HastoolDemo, PlaysAllPresentationsAtOnceAndChecksThem) {
     const test::TempDir dir;
     const std::string page = dir.file("demo.html");
     const Child::Result result =
-        hastool({"demo", "--duration", "8", "--report", page, "--media", PRESENTATIONS});
+        runHastool({"demo", "--duration", "8", "--report", page, "--media", PRESENTATIONS});
     EXPECT_EQ(result.status, 0) << result.out << result.err;
     EXPECT_EQ(test::lines(result.out), 8) << result.out;
     EXPECT_THAT(result.out, EndsWith("report: " + page + "\n"));
@@ -41,8 +41,8 @@ TEST(HastoolDemo, FailsWhenSomethingIsNotAsItShouldBe) {
     for (int i = 0; i < 5; ++i)
         dir.write("hls-aes/" + std::to_string(i) + "/1.ts", "not the same");
     const Child::Result result =
-        hastool({"demo", "-q", "--only", "hls-aes", "--duration", "3", "--report",
-                 dir.file("demo.html"), "--media", dir.path().string()});
+        runHastool({"demo", "-q", "--only", "hls-aes", "--duration", "3", "--report",
+                    dir.file("demo.html"), "--media", dir.path().string()});
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.out,
                 HasSubstr("  failed\nhls-aes: differs from the clear segments at byte 0\n"));
@@ -63,11 +63,11 @@ TEST(HastoolDemo, EndsWhenItIsInterrupted) {
 }
 
 TEST(HastoolDemo, SaysInOneLineWhatItCannotDo) {
-    const Child::Result unknown = hastool({"demo", "--only", "mss", "--media", PRESENTATIONS});
+    const Child::Result unknown = runHastool({"demo", "--only", "mss", "--media", PRESENTATIONS});
     EXPECT_EQ(unknown.status, 2);
     EXPECT_EQ(unknown.err, "hastool: --only: no such presentation: \"mss\"\n");
     const test::TempDir dir;
-    const Child::Result missing = hastool(
+    const Child::Result missing = runHastool(
         {"demo", "-q", "--only", "hls", "--media", "/none", "--report", dir.file("demo.html")});
     EXPECT_EQ(missing.status, 1);
     EXPECT_THAT(missing.out, HasSubstr("hls: /none/hls: No such file or directory\n"));
@@ -84,7 +84,7 @@ TEST(HastoolSeconds, SaysWhatIsNoTime) {
         {{"play", "--buffer", "0", "http://x/"}, "--buffer: not from 1 to 1000000 seconds: \"0\""},
     };
     for (const auto& [arguments, message] : rows) {
-        const test::Child::Result result = test::hastool(arguments);
+        const test::Child::Result result = test::runHastool(arguments);
         EXPECT_EQ(result.status, 2);
         EXPECT_EQ(result.err, "hastool: " + message + "\n");
     }

@@ -13,11 +13,11 @@
 using namespace std::chrono_literals;
 using nlohmann::json;
 using test::Child;
-using test::hastool;
 using test::lines;
 using test::pattern;
 using test::readFile;
 using test::Reply;
+using test::runHastool;
 using test::Stage;
 
 namespace {
@@ -40,7 +40,7 @@ protected:
 TEST_F(HastoolGet, WritesAFileAndATable) {
     m_origin.on("/r", Reply().redirect("/a.bin"));
     m_origin.on("/a.bin", Reply().body(pattern(2000000)));
-    const Child::Result result = hastool({"get", m_origin.url("/r"), "-o", file("a")});
+    const Child::Result result = runHastool({"get", m_origin.url("/r"), "-o", file("a")});
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_TRUE(readFile(file("a")) == pattern(2000000).all());
     ASSERT_EQ(lines(result.out), 2) << result.out;
@@ -57,7 +57,7 @@ TEST_F(HastoolGet, DownloadsManyInParallelIntoAFolder) {
         m_origin.on(path, Reply().body(pattern(30000, static_cast<unsigned>(i))).delayed(10ms));
         arguments.push_back(m_origin.url(path));
     }
-    const Child::Result result = hastool(arguments);
+    const Child::Result result = runHastool(arguments);
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(lines(result.out), 46);
@@ -70,17 +70,18 @@ TEST_F(HastoolGet, DownloadsManyInParallelIntoAFolder) {
 TEST_F(HastoolGet, FetchesARange) {
     m_origin.on("/a", Reply().body(pattern(10000)));
     m_origin.on("/b", Reply().body(pattern(10000)).withoutRanges());
-    EXPECT_EQ(hastool({"get", m_origin.url("/a"), "-o", file("a"), "--range", "100-299"}).status,
+    EXPECT_EQ(runHastool({"get", m_origin.url("/a"), "-o", file("a"), "--range", "100-299"}).status,
               0);
     EXPECT_TRUE(readFile(file("a")) == pattern(10000).part(100, 200));
-    EXPECT_EQ(hastool({"get", m_origin.url("/b"), "-o", file("b"), "--range", "9000-"}).status, 0);
+    EXPECT_EQ(runHastool({"get", m_origin.url("/b"), "-o", file("b"), "--range", "9000-"}).status,
+              0);
     EXPECT_TRUE(readFile(file("b")) == pattern(10000).part(9000, 1000));
 }
 
 TEST_F(HastoolGet, RetriesAndKeepsWhatIsThere) {
     const Reply whole = Reply().body(pattern(500000));
     m_origin.on("/a", {Reply().status(503), Reply(whole).closedAt(Stage::InBody, 300000), whole});
-    const Child::Result result = hastool({"get", "--json", m_origin.url("/a"), "-o", file("a")});
+    const Child::Result result = runHastool({"get", "--json", m_origin.url("/a"), "-o", file("a")});
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_TRUE(readFile(file("a")) == pattern(500000).all());
     EXPECT_EQ(m_origin.requests("/a").at(2).header("Range"), "bytes=300000-");
@@ -90,7 +91,7 @@ TEST_F(HastoolGet, RetriesAndKeepsWhatIsThere) {
 TEST_F(HastoolGet, RetriesThreeTimesWithGrowingPausesAndShowsIt) {
     m_origin.on("/a", Reply().status(404));
     const Child::Result result =
-        hastool({"get", "--json", m_origin.url("/a") + "?token=secret", "-o", file("a")});
+        runHastool({"get", "--json", m_origin.url("/a") + "?token=secret", "-o", file("a")});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(json::parse(result.out)[0]["retries"], 3);
     for (int i = 1; i <= 3; ++i) {
@@ -101,12 +102,12 @@ TEST_F(HastoolGet, RetriesThreeTimesWithGrowingPausesAndShowsIt) {
     ASSERT_EQ(requests.size(), 4U);
     for (size_t i = 1; i <= 3; ++i) // besides the engine's own half second
         EXPECT_GE(requests.at(i).time - requests.at(i - 1).time, 500ms + 250ms * (1 << i)) << i;
-    EXPECT_NE(hastool({"get", "--help"}).out.find("half a second"), std::string::npos);
+    EXPECT_NE(runHastool({"get", "--help"}).out.find("half a second"), std::string::npos);
 }
 
 TEST_F(HastoolGet, NamesWhatFailedAndTheAddress) {
     const std::string peer = "127.0.0.1:" + std::to_string(test::freePort());
-    const Child::Result refused = hastool({"get", "http://" + peer + "/a", "-o", file("a")});
+    const Child::Result refused = runHastool({"get", "http://" + peer + "/a", "-o", file("a")});
     EXPECT_EQ(refused.status, 1);
     EXPECT_EQ(refused.err.rfind("hastool: http://" + peer + "/a: connection refused: ", 0), 0U)
         << refused.err;
@@ -117,7 +118,7 @@ TEST_F(HastoolGet, ReportsAsJson) {
     m_origin.on("/a", Reply().body("12345"));
     m_origin.on("/b", Reply().status(410));
     const Child::Result result =
-        hastool({"get", "--json", "-O", file(""), m_origin.url("/a"), m_origin.url("/b")});
+        runHastool({"get", "--json", "-O", file(""), m_origin.url("/a"), m_origin.url("/b")});
     EXPECT_EQ(result.status, 1);
     const json list = json::parse(result.out);
     ASSERT_EQ(list.size(), 2U);
@@ -138,7 +139,7 @@ TEST_F(HastoolGet, ReportsAsJson) {
 TEST_F(HastoolGet, KeepsTheOldFileWhenItFails) {
     m_dir.write("a", "old");
     m_origin.on("/a", Reply().status(401));
-    const Child::Result result = hastool({"get", m_origin.url("/a"), "-o", file("a")});
+    const Child::Result result = runHastool({"get", m_origin.url("/a"), "-o", file("a")});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.err.rfind("hastool: " + m_origin.url("/a") + ": HTTP 401 (code ", 0), 0U);
     EXPECT_EQ(lines(result.err), 1);
@@ -148,17 +149,18 @@ TEST_F(HastoolGet, KeepsTheOldFileWhenItFails) {
 
 TEST_F(HastoolGet, SaysInOneLineWhatIsWrongAndWhere) {
     m_origin.on("/a", Reply().body("x"));
-    const Child::Result folder = hastool({"get", m_origin.url("/a"), "-o", file("none/a")});
+    const Child::Result folder = runHastool({"get", m_origin.url("/a"), "-o", file("none/a")});
     EXPECT_EQ(folder.status, 1);
     expectOneLine(folder, file("none/a") + ": cannot be written: No such file or directory");
-    const Child::Result full = hastool({"get", m_origin.url("/a"), "-o", "/dev/full"});
+    const Child::Result full = runHastool({"get", m_origin.url("/a"), "-o", "/dev/full"});
     EXPECT_EQ(full.status, 1);
     expectOneLine(full, m_origin.url("/a") + ": /dev/full: No space left on device");
-    const Child::Result host = hastool({"get", "http://no-such-host.invalid/a", "-o", file("a")});
+    const Child::Result host =
+        runHastool({"get", "http://no-such-host.invalid/a", "-o", file("a")});
     EXPECT_EQ(host.status, 1);
     EXPECT_EQ(host.err.rfind("hastool: http://no-such-host.invalid/a: ", 0), 0U) << host.err;
     EXPECT_EQ(lines(host.err), 1);
-    const Child::Result local = hastool({"get", "file:///etc/hostname", "-o", file("a")});
+    const Child::Result local = runHastool({"get", "file:///etc/hostname", "-o", file("a")});
     EXPECT_EQ(local.status, 1);
     expectOneLine(local, "file:///etc/hostname: not a URL that can be requested (code -1)");
     EXPECT_FALSE(exists("a"));
@@ -175,12 +177,12 @@ TEST_F(HastoolGet, RefusesWrongUsage) {
         {"get", "http://h/a", "--cacert", file("none")},
     };
     for (const auto& arguments : wrong) {
-        const Child::Result result = hastool(arguments);
+        const Child::Result result = runHastool(arguments);
         EXPECT_EQ(result.status, 2) << result.err;
         EXPECT_EQ(lines(result.err), 1) << result.err;
         EXPECT_EQ(result.out, "");
     }
-    const Child::Result same = hastool({"get", "-O", file(""), "http://h/1/a", "http://i/2/a"});
+    const Child::Result same = runHastool({"get", "-O", file(""), "http://h/1/a", "http://i/2/a"});
     EXPECT_EQ(same.status, 2);
     expectOneLine(same, "http://i/2/a and http://h/1/a would both become " + file("a"));
 }
@@ -188,7 +190,7 @@ TEST_F(HastoolGet, RefusesWrongUsage) {
 TEST_F(HastoolGet, ShowsHelpWithExamples) {
     for (const std::vector<std::string>& arguments :
          {std::vector<std::string>{"--help"}, {"get", "--help"}, {"play", "--help"}}) {
-        const Child::Result result = hastool(arguments);
+        const Child::Result result = runHastool(arguments);
         EXPECT_EQ(result.status, 0);
         EXPECT_NE(result.out.find("Usage: hastool"), std::string::npos);
         EXPECT_EQ(result.err, "");
@@ -211,9 +213,9 @@ TEST_F(HastoolGet, CancelsCleanlyWhenInterrupted) {
 
 TEST_F(HastoolGet, SendsAgentAndEngineInfo) {
     m_origin.on("/a", Reply());
-    EXPECT_EQ(hastool({"get", m_origin.url("/a"), "-o", file("a"), "--agent", "x/1"}).status, 0);
+    EXPECT_EQ(runHastool({"get", m_origin.url("/a"), "-o", file("a"), "--agent", "x/1"}).status, 0);
     EXPECT_EQ(m_origin.requests("/a").at(0).header("User-Agent"), "x/1");
-    EXPECT_EQ(hastool({"get", m_origin.url("/a"), "-o", file("a"), "--engine-info", "5"}).status,
+    EXPECT_EQ(runHastool({"get", m_origin.url("/a"), "-o", file("a"), "--engine-info", "5"}).status,
               0);
     EXPECT_EQ(m_origin.requests("/a").at(1).header("User-Agent"), "Hbbtv/1.2.1");
 }
@@ -234,11 +236,11 @@ TEST_F(HastoolGet, VerifiesServersWhereAsked) {
     const test::Nginx server;
     server.write("a", "secret");
     const std::string url = server.tlsUrl("/a");
-    EXPECT_EQ(hastool({"get", url, "-o", file("a")}).status, 0);
-    EXPECT_EQ(hastool({"get", url, "-o", file("b"), "--cacert", server.caFile()}).status, 0);
+    EXPECT_EQ(runHastool({"get", url, "-o", file("a")}).status, 0);
+    EXPECT_EQ(runHastool({"get", url, "-o", file("b"), "--cacert", server.caFile()}).status, 0);
     EXPECT_EQ(readFile(file("b")), "secret");
     const test::Nginx other;
-    EXPECT_EQ(hastool({"get", url, "-o", file("c"), "--cacert", other.caFile()}).status, 1);
+    EXPECT_EQ(runHastool({"get", url, "-o", file("c"), "--cacert", other.caFile()}).status, 1);
     EXPECT_FALSE(exists("c"));
 }
 

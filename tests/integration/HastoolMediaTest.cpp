@@ -7,12 +7,12 @@
 
 using nlohmann::json;
 using test::Child;
-using test::hastool;
+using test::runHastool;
 
 namespace {
 
 json jsonOf(const std::vector<std::string>& arguments) {
-    const Child::Result result = hastool(arguments);
+    const Child::Result result = runHastool(arguments);
     EXPECT_EQ(result.status, 0) << result.err;
     return json::parse(result.out);
 }
@@ -62,15 +62,15 @@ TEST_F(HastoolMedia, SpsTellsTheSizeThatFfprobeTells) {
             EXPECT_EQ(sets[0]["width"], stream["width"]);
             EXPECT_EQ(sets[0]["height"], stream["height"]);
             EXPECT_EQ(sets[0]["level_idc"], stream["level"]);
-            EXPECT_NE(hastool({"sps", path}).out.find("  " + size + "\n"), std::string::npos);
+            EXPECT_NE(runHastool({"sps", path}).out.find("  " + size + "\n"), std::string::npos);
         }
     }
 }
 
 TEST_F(HastoolMedia, SpsSaysWhenThereIsNone) {
     const std::string path = m_dir.write("a", "no video");
-    expectFailure(hastool({"sps", path}), path + ": no SPS");
-    expectFailure(hastool({"sps", "/none"}), "/none: cannot be read: No such file or directory");
+    expectFailure(runHastool({"sps", path}), path + ": no SPS");
+    expectFailure(runHastool({"sps", "/none"}), "/none: cannot be read: No such file or directory");
 }
 
 TEST_F(HastoolMedia, TsTellsTheProgramsThatFfprobeTells) {
@@ -103,13 +103,13 @@ TEST_F(HastoolMedia, TsRemapsIntoAStreamThatDecodes) {
 
 TEST_F(HastoolMedia, TsRefusesWhatItCannotDo) {
     const std::string path = make("a.ts", "320x180");
-    expectFailure(hastool({"ts", "--remap", "5=6", "-o", m_dir.file("o"), path}),
+    expectFailure(runHastool({"ts", "--remap", "5=6", "-o", m_dir.file("o"), path}),
                   path + ": no packet has PID 0x0005");
     EXPECT_FALSE(std::filesystem::exists(m_dir.file("o")));
     const std::string text = m_dir.write("a", "no packets");
-    expectFailure(hastool({"ts", text}), text + ": no transport stream packets");
-    EXPECT_EQ(hastool({"ts", "--remap", "x", "-o", m_dir.file("o"), path}).status, 2);
-    EXPECT_EQ(hastool({"ts", "--remap", "5=6", path}).status, 2);
+    expectFailure(runHastool({"ts", text}), text + ": no transport stream packets");
+    EXPECT_EQ(runHastool({"ts", "--remap", "x", "-o", m_dir.file("o"), path}).status, 2);
+    EXPECT_EQ(runHastool({"ts", "--remap", "5=6", path}).status, 2);
 }
 
 TEST_F(HastoolMedia, XPathPrintsWhatAnExpressionComesTo) {
@@ -139,27 +139,27 @@ TEST_F(HastoolMedia, XPathPrintsWhatAnExpressionComesTo) {
     for (const auto& [arguments, expected] : rows) {
         std::vector<std::string> command = {"xpath", path};
         command.insert(command.end(), arguments.begin(), arguments.end());
-        const Child::Result result = hastool(command);
+        const Child::Result result = runHastool(command);
         EXPECT_EQ(result.status, 0) << result.err;
         EXPECT_EQ(result.out, expected) << arguments[0];
     }
 }
 
 TEST_F(HastoolMedia, XPathSaysWhatCannotBeRead) {
-    expectFailure(hastool({"xpath", "/none", "/a"}),
+    expectFailure(runHastool({"xpath", "/none", "/a"}),
                   "/none: cannot be read: No such file or directory");
     const std::string path = m_dir.write("a.xml", "<a><b></a>");
-    expectFailure(hastool({"xpath", path, "/a"}), path + ": not a well-formed XML document");
-    EXPECT_EQ(hastool({"xpath", path, "/a", "--as", "word"}).status, 2);
+    expectFailure(runHastool({"xpath", path, "/a"}), path + ": not a well-formed XML document");
+    EXPECT_EQ(runHastool({"xpath", path, "/a", "--as", "word"}).status, 2);
     const std::string good = m_dir.write("good.xml", "<a/>");
     for (const std::vector<std::string>& more :
          std::vector<std::vector<std::string>>{{}, {"--as", "int"}, {"--attr", "n"}}) {
         std::vector<std::string> command = {"xpath", good, "///["};
         command.insert(command.end(), more.begin(), more.end());
-        const Child::Result wrong = hastool(command);
+        const Child::Result wrong = runHastool(command);
         EXPECT_EQ(wrong.status, 2);
         EXPECT_EQ(wrong.err, "hastool: \"///[\": Invalid expression\n");
     }
-    EXPECT_EQ(hastool({"xpath", good, "no:prefix"}).err,
+    EXPECT_EQ(runHastool({"xpath", good, "no:prefix"}).err,
               "hastool: \"no:prefix\": Undefined namespace prefix\n");
 }

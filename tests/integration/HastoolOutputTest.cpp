@@ -77,7 +77,7 @@ TEST_F(HastoolOutput, ReaderThatHasGoneIsNoFailure) {
 }
 
 TEST_F(HastoolOutput, GetWritesToTheStandardOutput) {
-    const Child::Result result = test::hastool({"get", "-q", "-o", "-", m_origin.url("/a")});
+    const Child::Result result = test::runHastool({"get", "-q", "-o", "-", m_origin.url("/a")});
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(result.out, "some text");
     EXPECT_EQ(result.err, "");
@@ -91,30 +91,31 @@ TEST_F(HastoolOutput, GetToTheStandardOutputTellsThatItCannotBeWritten) {
 }
 
 TEST_F(HastoolOutput, GetDoesNotMixJsonWithTheMedia) {
-    const Child::Result result = test::hastool({"get", "--json", "-o", "-", m_origin.url("/a")});
+    const Child::Result result = test::runHastool({"get", "--json", "-o", "-", m_origin.url("/a")});
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.out, "");
 }
 
 TEST_F(HastoolOutput, EveryCommandTellsTheVersion) {
-    const std::string version = test::hastool({"--version"}).out;
+    const std::string version = test::runHastool({"--version"}).out;
     EXPECT_THAT(version, ::testing::MatchesRegex("hastool [0-9]+\\.[0-9]+\\.[0-9]+\n"));
     for (const char* command :
          {"demo", "play", "serve", "get", "decrypt", "cenc", "boxes", "ts", "sps", "xpath"}) {
-        const Child::Result result = test::hastool({command, "--version"});
+        const Child::Result result = test::runHastool({command, "--version"});
         EXPECT_EQ(result.status, 0) << command << ": " << result.err;
         EXPECT_EQ(result.out, version) << command;
     }
 }
 
 TEST_F(HastoolOutput, UnknownCommandIsToldAsSuch) {
-    const Child::Result result = test::hastool({"paly", "http://host/a"});
+    const Child::Result result = test::runHastool({"paly", "http://host/a"});
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.err, "hastool: no such command: \"paly\"; hastool --help lists them\n");
-    EXPECT_EQ(test::hastool({}).status, 2);
-    EXPECT_EQ(test::hastool({}).err, "hastool: a command is needed; hastool --help lists them\n");
-    EXPECT_EQ(test::hastool({"--unknown"}).status, 2);
-    EXPECT_THAT(test::hastool({"--unknown"}).err, ::testing::HasSubstr("--unknown"));
+    EXPECT_EQ(test::runHastool({}).status, 2);
+    EXPECT_EQ(test::runHastool({}).err,
+              "hastool: a command is needed; hastool --help lists them\n");
+    EXPECT_EQ(test::runHastool({"--unknown"}).status, 2);
+    EXPECT_THAT(test::runHastool({"--unknown"}).err, ::testing::HasSubstr("--unknown"));
 }
 
 } // namespace

@@ -17,11 +17,11 @@ using namespace std::chrono_literals;
 using nlohmann::json;
 using test::Child;
 using test::decodeErrors;
-using test::hastool;
 using test::MediaLadder;
 using test::readFile;
 using test::Reply;
 using test::Request;
+using test::runHastool;
 using test::Stage;
 
 namespace {
@@ -74,7 +74,7 @@ protected:
     /// The trace of a play, and the summary in `m_summary`.
     json play(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), {"play", "--json", "--trace", file("t.json")});
-        const Child::Result result = hastool(arguments);
+        const Child::Result result = runHastool(arguments);
         EXPECT_EQ(result.status, 0) << result.err;
         m_err = result.err;
         m_summary = json::parse(result.out);
@@ -292,7 +292,7 @@ TEST_F(HastoolPlay, GivesUpWhenNothingCanBeHadAnyMore) {
         return isLost ? Reply().status(410)
                       : Reply().file((m_ladder->folder() / request.path.substr(3)).string());
     });
-    const Child::Result result = hastool({"play", "--fast", "-q", "-o", file("o.ts"), master()});
+    const Child::Result result = runHastool({"play", "--fast", "-q", "-o", file("o.ts"), master()});
     EXPECT_EQ(result.status, 1);
     EXPECT_NE(result.err.find("like the segments before it; given up\n"), std::string::npos);
     EXPECT_NE(result.out.find("segments      2, "), std::string::npos);
@@ -362,30 +362,30 @@ TEST_F(HastoolPlay, PlaysOverHttp2WithTls) {
 TEST_F(HastoolPlay, SaysInOneLineWhatIsWrongAndWhere) {
     const std::string url = m_origin.url("/x");
     m_origin.on("/x", Reply().body("<html>no playlist</html>\n"));
-    expectFailure(hastool({"play", url}),
+    expectFailure(runHastool({"play", url}),
                   url + ":1: not a playlist: no #EXTM3U before \"<html>no playlist</html>\"");
     m_origin.on("/x", Reply().body("#EXTM3U\n"));
-    expectFailure(hastool({"play", url}), url + ": an empty playlist");
+    expectFailure(runHastool({"play", url}), url + ": an empty playlist");
     m_origin.on("/x", Reply());
-    expectFailure(hastool({"play", url}), url + ": not a playlist: no #EXTM3U");
+    expectFailure(runHastool({"play", url}), url + ": not a playlist: no #EXTM3U");
     m_origin.on("/x", Reply().body(test::pattern(70000000)));
-    expectFailure(hastool({"play", url}), url + ": more than 64 MiB");
+    expectFailure(runHastool({"play", url}), url + ": more than 64 MiB");
     m_origin.on("/x", Reply().status(410));
-    const Child::Result gone = hastool({"play", url});
+    const Child::Result gone = runHastool({"play", url});
     EXPECT_EQ(gone.status, 1);
     EXPECT_EQ(gone.err.rfind("hastool: " + url + ": HTTP 410 (code ", 0), 0U) << gone.err;
-    const Child::Result host = hastool({"play", "http://no-such-host.invalid/a.m3u8"});
+    const Child::Result host = runHastool({"play", "http://no-such-host.invalid/a.m3u8"});
     EXPECT_EQ(host.status, 1);
     EXPECT_EQ(host.err.rfind("hastool: http://no-such-host.invalid/a.m3u8: ", 0), 0U);
-    expectFailure(hastool({"play", url, "-o", file("none/o")}),
+    expectFailure(runHastool({"play", url, "-o", file("none/o")}),
                   file("none/o") + ": cannot be written: No such file or directory");
-    expectFailure(hastool({"play", url, "--trace", file("none/t.csv")}),
+    expectFailure(runHastool({"play", url, "--trace", file("none/t.csv")}),
                   file("none/t.csv") + ": cannot be written: No such file or directory");
 }
 
 TEST_F(HastoolPlay, SaysWhenTheOutputIsFull) {
     serve(MediaLadder::Format::TransportStream, 4);
-    expectFailure(hastool({"play", "--fast", "-q", "-o", "/dev/full", master()}),
+    expectFailure(runHastool({"play", "--fast", "-q", "-o", "/dev/full", master()}),
                   "/dev/full: cannot be written: No space left on device");
 }
 
@@ -398,7 +398,7 @@ TEST_F(HastoolPlay, RefusesWrongUsage) {
         {"play", "http://h/a", "--trace", "t.txt"},
     };
     for (const auto& arguments : wrong) {
-        const Child::Result result = hastool(arguments);
+        const Child::Result result = runHastool(arguments);
         EXPECT_EQ(result.status, 2) << result.err;
         EXPECT_EQ(test::lines(result.err), 1) << result.err;
     }

@@ -12,12 +12,12 @@
 
 using nlohmann::json;
 using test::Browser;
-using test::hastool;
 using test::LoadedPage;
 using test::MediaLadder;
 using test::readFile;
 using test::Reply;
 using test::Request;
+using test::runHastool;
 
 namespace {
 
@@ -44,8 +44,8 @@ protected:
     /// Leaves the trace in `m_trace` and the summary in `m_summary`.
     void play() {
         const test::Child::Result result =
-            hastool({"play", "--fast", "--json", "--trace", m_dir.file("t.json"), "--report",
-                     page(), m_origin.url("/v/master.m3u8")});
+            runHastool({"play", "--fast", "--json", "--trace", m_dir.file("t.json"), "--report",
+                        page(), m_origin.url("/v/master.m3u8")});
         ASSERT_EQ(result.status, 0) << result.err;
         m_trace = json::parse(readFile(m_dir.file("t.json")));
         m_summary = json::parse(result.out);
@@ -212,8 +212,8 @@ TEST_F(HastoolReport, TellsHowLongPlayAndTransfersStoodStill) {
         return reply;
     });
     const test::Child::Result result =
-        hastool({"play", "--json", "--duration", "6", "--pause-at", "3:1", "--report", page(),
-                 m_origin.url("/slow/index.m3u8")});
+        runHastool({"play", "--json", "--duration", "6", "--pause-at", "3:1", "--report", page(),
+                    m_origin.url("/slow/index.m3u8")});
     ASSERT_EQ(result.status, 0) << result.err;
     const json summary = json::parse(result.out);
     const json data = dataIn(readFile(page()));
@@ -239,7 +239,7 @@ TEST_F(HastoolReport, IsPrinted) {
 TEST_F(HastoolReport, TellsOfAPlayThatFailed) {
     m_origin.on("/nothing.m3u8", Reply().status(410));
     const test::Child::Result result =
-        hastool({"play", "--report", page(), m_origin.url("/nothing.m3u8")});
+        runHastool({"play", "--report", page(), m_origin.url("/nothing.m3u8")});
     EXPECT_EQ(result.status, 1);
     const LoadedPage loaded = Browser().load("file://" + page());
     EXPECT_EQ(loaded.console, "");
@@ -250,7 +250,7 @@ TEST_F(HastoolReport, TellsOfAPlayThatFailed) {
 TEST_F(HastoolReport, IsKnownNotToBeWritableBeforeThePlay) {
     const std::string path = m_dir.file("none/r.html");
     const test::Child::Result result =
-        hastool({"play", "--report", path, m_origin.url("/v/master.m3u8")});
+        runHastool({"play", "--report", path, m_origin.url("/v/master.m3u8")});
     EXPECT_EQ(result.status, 1);
     EXPECT_TRUE(has(result.err, path)) << result.err;
     EXPECT_EQ(m_origin.requests().size(), 0U);

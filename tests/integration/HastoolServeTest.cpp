@@ -19,9 +19,9 @@
 
 using nlohmann::json;
 using test::Child;
-using test::hastool;
 using test::hastoolCommand;
 using test::hastoolEnvironment;
+using test::runHastool;
 using ::testing::HasSubstr;
 
 namespace {
@@ -89,7 +89,7 @@ protected:
         std::vector<std::string> command = {"play", "--fast",           "-q", "--json", "-o",
                                             out(),  serve.url(manifest)};
         command.insert(command.end(), more.begin(), more.end());
-        const Child::Result result = hastool(command);
+        const Child::Result result = runHastool(command);
         EXPECT_EQ(result.status, 0) << result.err << serve.state();
         return result.status == 0 ? json::parse(result.out) : json();
     }
@@ -168,7 +168,7 @@ TEST_P(HastoolServed, PlaysToItsEndFromNginx) {
     const test::Nginx server;
     fs::copy(PRESENTATIONS, server.root(), fs::copy_options::recursive);
     const Child::Result result =
-        hastool({"play", "--fast", "-q", "--json", "-o", out(), server.url(row.manifest)});
+        runHastool({"play", "--fast", "-q", "--json", "-o", out(), server.url(row.manifest)});
     ASSERT_EQ(result.status, 0) << result.err;
     const json summary = json::parse(result.out);
     EXPECT_EQ(summary["segments"], row.hasAudioTrack ? 42 : 21);
@@ -264,7 +264,7 @@ TEST_F(HastoolServe, IsAsFastAsAPlainServer) {
     Serve serve({"--root", m_dir.file("root"), "--port", port});
     const auto secondsOf = [&](const std::string& url) {
         const auto begin = std::chrono::steady_clock::now();
-        EXPECT_EQ(hastool({"get", "-q", "-o", m_dir.file("got"), url}).status, 0);
+        EXPECT_EQ(runHastool({"get", "-q", "-o", m_dir.file("got"), url}).status, 0);
         EXPECT_EQ(fs::file_size(m_dir.file("got")), media.size());
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     };
@@ -298,10 +298,10 @@ TEST_F(HastoolServe, SaysInOneLineWhatItCannotDo) {
     for (const auto& [arguments, status, message] : rows) {
         std::vector<std::string> command = {"serve"};
         command.insert(command.end(), arguments.begin(), arguments.end());
-        const Child::Result result = hastool(command);
+        const Child::Result result = runHastool(command);
         EXPECT_EQ(result.status, status);
         EXPECT_EQ(result.err, message);
     }
     for (const char* const port : {"65536", "-1", "x"})
-        EXPECT_EQ(hastool({"serve", "--root", root, "--port", port}).status, 2) << port;
+        EXPECT_EQ(runHastool({"serve", "--root", root, "--port", port}).status, 2) << port;
 }

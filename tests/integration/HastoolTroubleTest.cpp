@@ -16,9 +16,9 @@ namespace {
 
 using nlohmann::json;
 using test::Child;
-using test::hastool;
 using test::readFile;
 using test::Reply;
+using test::runHastool;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
@@ -58,7 +58,7 @@ protected:
     std::string file(const std::string& name) const { return m_dir.file(name); }
     Child::Result play(std::vector<std::string> arguments) const {
         arguments.insert(arguments.begin(), {"play", "--fast", "-q", "--json"});
-        return hastool(arguments);
+        return runHastool(arguments);
     }
 
     test::TempDir m_dir;
@@ -147,8 +147,8 @@ TEST_F(HastoolTrouble, LimitThatExcludesEveryStreamIsAnError) {
 
 TEST_F(HastoolTrouble, MediaPlaylistShowsTheMeasuredBitrate) {
     serve("v", 4);
-    const Child::Result result = hastool({"play", "--fast", "--trace", file("t.json"), "--report",
-                                          file("r.html"), m_origin.url("/v.m3u8")});
+    const Child::Result result = runHastool({"play", "--fast", "--trace", file("t.json"),
+                                             "--report", file("r.html"), m_origin.url("/v.m3u8")});
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_THAT(result.out, HasSubstr("mean bitrate  160 kbit/s over 1 stream\n"));
     EXPECT_THAT(result.err, HasSubstr("segment 0  160 kbit/s"));
@@ -164,7 +164,7 @@ TEST_F(HastoolTrouble, CookieFolderThatIsAbsentIsTold) {
     const Child::Result played = play({"--cookie-dir", "no.such.app", m_origin.url("/v.m3u8")});
     EXPECT_EQ(played.status, 0);
     EXPECT_EQ(played.err, line);
-    const Child::Result got = hastool(
+    const Child::Result got = runHastool(
         {"get", "-q", "--cookie-dir", "no.such.app", "-O", file("d"), m_origin.url("/v.m3u8")});
     EXPECT_EQ(got.status, 0);
     EXPECT_EQ(got.err, line);
@@ -191,13 +191,13 @@ TEST_F(HastoolTrouble, PasswordsAndQueriesAreLeftOut) {
         {"play", "--no-such-option", url},
     };
     for (const auto& command : commands) {
-        const Child::Result result = hastool(command);
+        const Child::Result result = runHastool(command);
         EXPECT_NE(result.status, 0);
         EXPECT_THAT(toldBy(result), ::testing::Not(HasSubstr("SECRET"))) << command[0];
     }
     EXPECT_THAT(readFile(file("r.html")), ::testing::Not(HasSubstr("SECRET")));
     EXPECT_THAT(readFile(file("r.html")), HasSubstr("v.m3u8?..."));
-    EXPECT_THAT(hastool({"play", bad}).err, HasSubstr("/bad.m3u8?...:2: "));
+    EXPECT_THAT(runHastool({"play", bad}).err, HasSubstr("/bad.m3u8?...:2: "));
 }
 
 TEST_F(HastoolTrouble, UrlsAreShownWholeWhenAskedFor) {
@@ -206,7 +206,7 @@ TEST_F(HastoolTrouble, UrlsAreShownWholeWhenAskedFor) {
              {"play", "--show-urls", gone, "--retries", "0"},
              {"get", "--show-urls", "-O", file("d"), "--retries", "0", gone},
              {"get", "--show-urls", "--json", "-O", file("d"), "--retries", "0", gone}})
-        EXPECT_THAT(toldBy(hastool(command)), HasSubstr("token=SECRET"));
+        EXPECT_THAT(toldBy(runHastool(command)), HasSubstr("token=SECRET"));
 }
 
 } // namespace
