@@ -15,9 +15,12 @@ using ::testing::HasSubstr;
 class CheckLimitsTest : public ::testing::Test {
 protected:
     CheckLimitsTest() {
-        for (const char* folder : {"Src/Hascommon", "Src/Hasnet", "Src/Hasutil", "tools", "fuzz",
+        for (const char* folder : {"Src/Hascommon", "Src/Hasnet", "Src/Hasutil", "tests", "fuzz",
                                    "bench", "examples", "scripts"})
             fs::create_directories(project.path() / folder);
+        for (const char* folder : {"base", "net", "formats/hls", "formats/dash", "formats/smooth",
+                                   "media", "play", "origin", "report", "ui", "demo", "commands"})
+            fs::create_directories(project.path() / "tools/hastool" / folder);
         fs::copy(SOURCE_DIR "/scripts/check-limits.sh", project.path() / "scripts");
     }
 
@@ -72,6 +75,33 @@ TEST_F(CheckLimitsTest, NoticesIncludesInTheWrongDirection) {
     fs::remove(project.file("Src/Hasutil/A.h"));
     project.write("tools/A.h", "#include <Hasnet/detail/B.h>\n");
     expectComplaint("tools: the tool uses public headers only\n");
+}
+
+TEST_F(CheckLimitsTest, NoticesAFolderOfTheToolThatUsesOneBehindIt) {
+    project.write("tools/hastool/play/A.h", "#include <hastool/media/B.h>\n");
+    EXPECT_EQ(check().status, 0);
+    project.write("tools/hastool/media/A.h", "#include <hastool/play/B.h>\n");
+    expectComplaint("media may use base net formats media\n");
+    fs::remove(project.file("tools/hastool/media/A.h"));
+    project.write("tools/hastool/media/A.h", "#include \"../base/B.h\"\n");
+    expectComplaint("tools/hastool/media: another folder is named from hastool/\n");
+}
+
+TEST_F(CheckLimitsTest, NoticesAFormatThatKnowsAnother) {
+    project.write("tools/hastool/formats/A.h", "#include <hastool/formats/hls/B.h>\n");
+    EXPECT_EQ(check().status, 0);
+    project.write("tools/hastool/formats/dash/A.h", "#include <hastool/formats/hls/B.h>\n");
+    expectComplaint("tools/hastool/formats/dash: one folder knows one format\n");
+}
+
+TEST_F(CheckLimitsTest, NoticesAFolderOfTheToolWithoutAPlace) {
+    project.write("tools/hastool/engine/A.h", "");
+    expectComplaint("tools/hastool/engine: a folder that has no place in the order\n");
+}
+
+TEST_F(CheckLimitsTest, NoticesLongTestsToo) {
+    project.write("tests/ATest.cpp", lines(601));
+    expectComplaint("tests/ATest.cpp: 601 lines, at most 600\n");
 }
 
 TEST_F(CheckLimitsTest, NoticesWordsThatExplainNothing) {
