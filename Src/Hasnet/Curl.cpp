@@ -160,7 +160,7 @@ int Curl::Resume_unlock(UnitObject* unit) {
         HAS_LOG_NO_UNIT();
         return 0;
     }
-    m_engine->pass.lock.AssertHeld();
+    const ItemGuard lock(m_engine->pass.lock);
     return m_engine->control.Resume_unlock(unit);
 }
 
@@ -174,7 +174,7 @@ int Curl::Cancel_unlock(UnitObject* unit) {
         HAS_LOG_NO_UNIT();
         return 0;
     }
-    m_engine->pass.lock.AssertHeld();
+    const ItemGuard lock(m_engine->pass.lock);
     return m_engine->control.Cancel_unlock(unit);
 }
 

@@ -120,8 +120,8 @@ public:
     bool GetFailure(UnitObject* unit, DownloadFailure& failure);
 
     /// @name For a caller that holds the item lock
-    /// Results as without `_unlock`. Debug and sanitizer builds of the library end the program
-    /// where Resume_unlock() or Cancel_unlock() is called without the lock.
+    /// Results as without `_unlock`. The lock is recursive and taken once more, so that a caller
+    /// without it does no harm.
     /// @{
 
     /// EndDownload(); while it waits, the lock is given up.

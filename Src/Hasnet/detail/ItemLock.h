@@ -44,8 +44,8 @@ public:
 
     bool HeldByThisThread() const;
     /// Tells the compiler's analysis that this thread holds the lock, where it cannot see that
-    /// itself: in what libcurl calls, and in operations whose callers hold it. Debug and sanitizer
-    /// builds end the program where it is not so.
+    /// itself: in what libcurl calls. Debug and sanitizer builds end the program where it is not
+    /// so.
     void AssertHeld() const HAS_ASSERT_CAPABILITY(itemLock);
     /// Whether another thread waits for the lock.
     bool HasWaiters() const { return m_waiters > 0; }
