@@ -7,7 +7,7 @@
 namespace hastool {
 namespace {
 
-/// More than this is no text that OpenSSL's block functions can count.
+/// OpenSSL's block functions count in int; longer text is not converted.
 constexpr size_t kMaxSize = std::numeric_limits<int>::max() / 2;
 
 } // namespace
@@ -32,7 +32,7 @@ std::optional<std::string> fromBase64(const std::string& text) {
     const int count = EVP_DecodeBlock(reinterpret_cast<unsigned char*>(bytes.data()),
                                       reinterpret_cast<const unsigned char*>(text.data()),
                                       static_cast<int>(text.size()));
-    // It passes over blanks at both ends, and counts a padding as a byte.
+    // OpenSSL counts padding as bytes, and drops blanks at both ends: then the count is smaller.
     if (count < 0 || static_cast<size_t>(count) != bytes.size())
         return std::nullopt;
     bytes.resize(bytes.size() - padding);

@@ -9,7 +9,7 @@ namespace hastool {
 /// Bytes in base64.
 std::string toBase64(const std::string& bytes);
 
-/// The bytes of a text in base64; nothing when it is not base64 and nothing but that.
+/// The bytes of a text in base64; nothing when the text holds anything else.
 std::optional<std::string> fromBase64(const std::string& text);
 
 } // namespace hastool

@@ -44,7 +44,7 @@ struct BoxView {
     std::string_view content; ///< behind its header
 };
 
-/// Takes the next box off the front; nothing when there is none that is whole.
+/// Takes the next box off the front; nothing when no whole box is there.
 inline std::optional<BoxView> takeBox(std::string_view& bytes) {
     ByteReader reader(bytes);
     auto size = reader.number(4);
@@ -63,7 +63,7 @@ inline std::optional<BoxView> takeBox(std::string_view& bytes) {
     return BoxView{*type, whole, whole.substr(header)};
 }
 
-/// The first box of a type; nothing when there is none.
+/// The first box of a type; nothing when there is no such box.
 inline std::optional<BoxView> findBox(std::string_view bytes, std::string_view type) {
     while (const auto box = takeBox(bytes)) {
         if (box->type == type)

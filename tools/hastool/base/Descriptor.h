@@ -42,7 +42,7 @@ public:
     int fd() const { return m_event.get(); }
     void open() const {
         const uint64_t one = 1;
-        // The counter can only be full when the gate has been opened: nothing is lost.
+        // The write can fail only on a full counter, and then the gate is open already.
         const ssize_t written = ::write(fd(), &one, sizeof one);
         static_cast<void>(written);
     }

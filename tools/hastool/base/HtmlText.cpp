@@ -52,7 +52,7 @@ std::string escapeHtml(std::string_view text) {
 std::string scriptJson(const ordered_json& value) {
     std::string result;
     for (const char letter : dumped(value, true)) {
-        // Within JSON these occur in strings only.
+        // JSON has these letters in strings only, where an escape stands for the same letter.
         if (letter == '<' || letter == '>' || letter == '&')
             result += letter == '<' ? "\\u003c" : letter == '>' ? "\\u003e" : "\\u0026";
         else

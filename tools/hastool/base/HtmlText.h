@@ -1,4 +1,4 @@
-// Text of others in a page of our own.
+// Text from outside within an HTML page.
 #pragma once
 
 #include <string>

@@ -3,10 +3,10 @@
 
 namespace hastool {
 
-/// Makes SIGINT and SIGTERM ask the tool to stop. A second one ends it at once.
+/// Makes SIGINT and SIGTERM ask the tool to stop. The same signal again ends it at once.
 void catchInterrupts();
 
-/// Whether one of them came.
+/// Whether SIGINT or SIGTERM has come.
 bool isInterrupted();
 
 } // namespace hastool

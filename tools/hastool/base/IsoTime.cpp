@@ -31,7 +31,7 @@ const Unit* findUnit(char designator, bool isTime) {
     return nullptr;
 }
 
-/// "Z", "+01:00", "-0530" or nothing, in seconds to take from the local time.
+/// "Z", "+01:00", "-0530" or "", in seconds to take from the local time.
 std::optional<double> parseZone(std::string_view text) {
     if (text.empty() || text == "Z" || text == "z")
         return 0;
@@ -49,7 +49,7 @@ std::optional<double> parseZone(std::string_view text) {
     return sign == '+' ? seconds : -seconds;
 }
 
-/// ".25" or nothing.
+/// ".25" or "".
 std::optional<double> parseFraction(std::string_view text) {
     if (text.empty())
         return 0;
@@ -64,17 +64,17 @@ std::optional<double> dateInSeconds(int year, int month, int day) {
     date.tm_mon = month - 1;
     date.tm_mday = day;
     const std::time_t seconds = timegm(&date);
-    // A day that there is not becomes one of the next month.
+    // timegm() turns a day that does not exist into one of the next month.
     if (date.tm_mon != month - 1 || date.tm_mday != day)
         return std::nullopt;
-    // No midnight is a second before the epoch. Where the machine counts in 32 bits, what is beyond
-    // 2038 is as late as it can be.
+    // -1 means failure: as a time, it is no midnight. A machine that counts in 32 bits fails beyond
+    // 2038; the latest time that it can count stands for such a day.
     return static_cast<double>(seconds != -1 ? seconds : std::numeric_limits<std::time_t>::max());
 }
 
 /// "2024-01-01T00:01:00" exactly. The library's own function answers 0 both for the epoch, which
-/// live manifests count from, and for what it does not accept; and its years 2000 and 2100 are not
-/// the calendar's.
+/// live manifests count from, and for text that it does not accept; and it takes 2000 and 2100 for
+/// years that they are not in the calendar.
 std::optional<double> parsePlainDateTime(std::string_view text) {
     constexpr std::string_view kForm = "0000-00-00T00:00:00";
     if (text.size() != kForm.size())

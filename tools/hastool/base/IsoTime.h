@@ -6,9 +6,9 @@
 
 namespace hastool {
 
-/// "PT1H2M3.5S", "P1DT12H" as seconds. A year counts 365 days and a month 30: what has no fixed
-/// length is not found in presentations. The library's own function reads the time part only.
-/// @return nothing for another text, and for what is negative or no finite number
+/// "PT1H2M3.5S", "P1DT12H" as seconds. A year counts 365 days and a month 30, which is near enough:
+/// presentations do not use them. The library's own function reads the time part only.
+/// @return nothing for another text, and for a number that is negative or not finite
 std::optional<double> parseIsoDuration(const std::string& text);
 
 /// "2024-01-01T00:01:00.5+01:00" as seconds since the epoch; UTC where no zone is given.

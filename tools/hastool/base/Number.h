@@ -9,7 +9,7 @@
 
 namespace hastool {
 
-/// The whole text as a decimal number; nothing when there is anything else, or too much of it.
+/// The whole text as a decimal number; nothing for other text, or a number beyond 64 bits.
 inline std::optional<uint64_t> parseUnsigned(std::string_view text) {
     uint64_t value = 0;
     const char* const end = text.data() + text.size();
@@ -19,7 +19,8 @@ inline std::optional<uint64_t> parseUnsigned(std::string_view text) {
     return value;
 }
 
-/// The whole text as a finite number that is not negative, in whatever locale.
+/// The whole text as a finite number that is not negative, with a point in every locale; nothing
+/// for other text.
 inline std::optional<double> parseDecimal(std::string_view text) {
     double value = 0;
     const char* const end = text.data() + text.size();

@@ -15,7 +15,7 @@ namespace {
 
 constexpr mode_t kFileMode = 0666; // less the user's mask
 
-/// Devices and pipes are opened as they are: nothing can take their place.
+/// False for devices and pipes: they are written to, and never replaced by a file.
 bool isReplaceable(const std::string& path) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);

@@ -14,14 +14,14 @@ public:
     /// How the file comes to its name.
     enum class Mode {
         Direct,  ///< written under its name
-        Replace, ///< written beside, and given its name by commit(); a device or pipe is Direct
+        Replace, ///< written as FILE.part until commit() renames it; a device or pipe is Direct
     };
 
     /// Opens the file. @throws ToolError with the path when that fails
     OutputFile(std::string path, Mode mode);
     /// The standard output, written as it comes.
     static OutputFile standardOutput();
-    /// Removes what was not committed.
+    /// Removes a FILE.part that was not committed.
     ~OutputFile() override;
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;

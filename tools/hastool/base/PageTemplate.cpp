@@ -11,7 +11,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-/// Values, and those around them.
+/// The values of one object, and of the objects around it.
 struct Scope {
     const ordered_json& values;
     const Scope* outer;
@@ -54,7 +54,8 @@ public:
     std::string& result() { return m_result; }
 
 private:
-    /// @param rest  behind the name. @return how much of it belongs to the name
+    /// @param rest  the template behind the name
+    /// @return how much of it was used up, the part and its end tag
     size_t put(const std::string& name, std::string_view rest, const Scope& scope) {
         const char kind = name.empty() ? '\0' : name[0];
         if (kind == '#' || kind == '^')

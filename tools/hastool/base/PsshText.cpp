@@ -11,7 +11,7 @@ namespace {
 constexpr size_t kSystemIdSize = 16;
 constexpr size_t kKeyIdSize = 16;
 
-/// The data of a box; nothing when the bytes are no `pssh` box and nothing but one.
+/// The data of a box; nothing unless the bytes are exactly one `pssh` box.
 std::optional<std::string> dataOf(std::string_view bytes) {
     const auto box = takeBox(bytes);
     if (!box || !bytes.empty() || box->type != "pssh")

@@ -12,7 +12,7 @@ constexpr std::string_view kBehindScheme = "://";
 
 std::atomic<bool> g_showsUrls{false};
 
-/// Whether a query was left out before. A line's number may stand behind it then.
+/// Whether the query was left out before. A line number may then follow it.
 bool isLeftOut(const std::string& text, size_t query) {
     return text.compare(query + 1, kLeftOut.size(), kLeftOut) == 0;
 }

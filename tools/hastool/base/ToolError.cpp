@@ -5,7 +5,7 @@ namespace {
 
 constexpr size_t kMaxQuoted = 60; // longer text hides the rest of the message
 
-/// Of anything else a terminal may make what it likes.
+/// Other bytes could control a terminal.
 bool isPlain(char letter) {
     return letter >= 0x20 && letter < 0x7F;
 }

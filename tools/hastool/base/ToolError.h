@@ -12,7 +12,7 @@ class ToolError : public std::runtime_error {
 public:
     ToolError(const std::string& where, const std::string& what)
         : std::runtime_error(where + ": " + what) {}
-    /// @param line  where and what
+    /// @param line  the whole message: where, and what
     explicit ToolError(const std::string& line)
         : std::runtime_error(line) {}
 };

@@ -26,7 +26,8 @@ bool dropPrologue(std::string_view& text) {
     return false;
 }
 
-/// Sets libxml2 up for as long as the process runs: it is torn down for all of its users at once.
+/// Sets libxml2 up for as long as the process runs: tearing it down earlier would take it from its
+/// other users too.
 class LibXml {
 public:
     LibXml() { hascommon::HssXPathReader::InitLibXML(); }

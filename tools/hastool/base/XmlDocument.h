@@ -26,8 +26,8 @@ private:
 };
 
 /// The local name of the outermost element of an XML document in any encoding that the reader
-/// knows. Where the document is not well-formed, the name that its text begins with, so that it can
-/// be told what is wrong with it; empty when the text does not look like XML.
+/// knows. For a document that is not well-formed, the name that its text begins with: so its format
+/// is known, and that format's parser says what is wrong. Empty when the text is not like XML.
 std::string outermostElement(const std::string& text);
 
 /// The text behind a byte order mark, declaration, comments and DTD at its begin.
@@ -40,8 +40,8 @@ std::string withoutBlanks(std::string_view text);
 /// The text with its ASCII letters in lower case.
 std::string lowered(std::string text);
 
-/// Reads the attributes of elements; what cannot be used is a ToolError that names the document,
-/// the element and the attribute.
+/// Reads the attributes of an element. A value that cannot be used ends in a ToolError that names
+/// the document, the element and the attribute.
 class XmlAttributes {
 public:
     /// @param url  borrowed

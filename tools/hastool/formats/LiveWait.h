@@ -1,4 +1,4 @@
-// Patience with a live presentation.
+// How long a live presentation may stand still.
 #pragma once
 
 #include "Presentation.h"
@@ -12,8 +12,8 @@
 
 namespace hastool {
 
-/// Keeps account of how long nothing new has come, and of failures to load the manifest again,
-/// which are ridden out until the time is up.
+/// Measures for how long nothing new has come. Failures to load the manifest again count as nothing
+/// new: they end the play only when the time is up.
 class LiveWait {
 public:
     using Clock = std::chrono::steady_clock;
@@ -27,8 +27,9 @@ public:
     void loadFailed(const ToolError& error) { m_failure = error; }
     void loaded() { m_failure.reset(); }
 
-    /// Nothing new has come; what there is has to be asked for again at `due`.
-    /// @param url  names the manifest. @throws ToolError when that has gone on for too long
+    /// Nothing new has come. @param due  when to ask again
+    /// @param url  names the manifest in messages
+    /// @throws ToolError when nothing new has come for longer than the time-out
     NextPiece wait(Clock::time_point due, const std::string& url);
 
 private:

@@ -11,10 +11,10 @@
 
 namespace hastool {
 
-/// Opens the presentation at a URL by what its manifest is. @throws ToolError for one that is
-/// neither known nor playable
+/// Opens the presentation at a URL by the format of its manifest. @throws ToolError for a format
+/// that is not known, and for a manifest that cannot be used
 /// @param liveTimeout  how long a live presentation may stay without anything new
-/// @param time         what a live presentation goes by
+/// @param time         the clocks that a live presentation goes by
 std::unique_ptr<Presentation> openPresentation(const std::string& url, const FetchDocument& fetch,
                                                std::chrono::milliseconds liveTimeout,
                                                const TimeSource& time = {});

@@ -25,7 +25,7 @@ struct StreamInfo {
 
 /// Streams of which one is played at a time.
 struct TrackInfo {
-    bool isAudio = false;            ///< nothing but audio, beside a track with video
+    bool isAudio = false;            ///< the audio track beside the main one
     std::vector<StreamInfo> streams; ///< in ascending order of bitrate, at least one
 };
 
@@ -70,7 +70,7 @@ struct MediaPart {
 struct MediaPiece {
     MediaPart media;
     std::optional<MediaPart> init; ///< what the media cannot be decoded without
-    /// Makes that from the media, for a format without an initialisation to fetch; null otherwise.
+    /// Makes the initialisation from the media, for a format that has none to fetch; else null.
     std::function<std::string(std::string_view media)> makeInit;
     uint64_t index = 0; ///< its number in the stream
     double seconds = 0;
@@ -95,17 +95,18 @@ struct NextPiece {
 /// The most warnings that one presentation gives: more of them say nothing new.
 constexpr size_t kMaxWarnings = 100;
 
-/// The most that a manifest may come to; a long live recording has a few megabytes.
+/// The largest manifest that is read; that of a long live recording has a few megabytes.
 constexpr size_t kMaxManifestBytes = 64u << 20;
 
 /// A manifest that was fetched.
 struct Document {
     std::string text;
-    std::string url; ///< behind all redirects; what it names is relative to this
+    std::string url; ///< after all redirects; the URLs in the manifest are relative to this one
 };
 
-/// Thrown by a fetch that has a document not yet: it is to be had first, and the call to be made
-/// again. No failure, and caught by nobody in between.
+/// Thrown by a fetch function for a document that it does not have yet: whoever called the
+/// presentation fetches the document, and makes the call again. It is no failure, and nothing
+/// between the two catches it.
 struct DocumentWanted {
     Resource resource;
     size_t limit = kMaxManifestBytes; ///< of its size
@@ -113,10 +114,10 @@ struct DocumentWanted {
 
 /// Fetches a manifest or an index.
 ///
-/// It may throw DocumentWanted out of openPresentation() and Presentation::next(), which leave what
-/// they have read so far as it was: called again, they ask for the same documents, which are then
-/// at hand, and come to the same end. A caller keeps a document until the call has ended.
-/// @throws ToolError when that fails
+/// It may throw DocumentWanted, which then leaves openPresentation() and Presentation::next() as if
+/// they had not been called: called again, they ask for the same documents in the same order. So
+/// their caller keeps what it has fetched until the call has returned.
+/// @throws ToolError when a document cannot be had
 using FetchDocument = std::function<Document(const Resource& resource)>;
 
 /// A presentation that is being read from begin to end, track by track and piece by piece.
@@ -129,16 +130,16 @@ public:
     virtual const std::vector<TrackInfo>& tracks() const = 0;
     /// Whether pieces are still being added.
     virtual bool isLive() const = 0;
-    /// What its user should know and does not end it: each once, in the order it was noticed. Taken
-    /// by the call.
+    /// Takes the warnings since the last call, in the order they came up: what the user should know
+    /// though the presentation goes on. Each is given once.
     std::vector<std::string> takeWarnings();
-    /// The next piece of a track, of a stream of the caller's choice; every call moves the track
-    /// on by a piece. May fetch documents, see FetchDocument. @throws ToolError when the
+    /// The next piece of a track, from the stream that the caller chooses; every call moves the
+    /// track on by a piece. May fetch documents, see FetchDocument. @throws ToolError when the
     /// presentation cannot go on
     virtual NextPiece next(size_t track, size_t stream) = 0;
 
 protected:
-    /// Keeps something for takeWarnings(), unless that was told before.
+    /// Keeps a warning for takeWarnings(), unless the same text was given before.
     void warn(const std::string& what);
 
 private:

@@ -18,7 +18,7 @@ bool isOneOf(std::string_view type, const std::array<std::string_view, N>& types
     return std::find(types.begin(), types.end(), type) != types.end();
 }
 
-/// What leads from a file to its sample entries; each lies in the one before.
+/// The boxes on the way from a file to its sample entries, each inside the one before.
 constexpr std::array<std::string_view, 6> kPath = {"moov", "trak", "mdia", "minf", "stbl", "stsd"};
 constexpr std::array<std::string_view, 5> kEntries = {"avc1", "avc2", "avc3", "avc4", "encv"};
 
@@ -52,7 +52,7 @@ void AvcConfigs::push(const unsigned char* data, size_t size) {
     }
 }
 
-/// Begins a box once its header is there.
+/// Begins a box when its header is complete.
 void AvcConfigs::begin() {
     ByteReader reader(m_box);
     auto size = reader.number(4);

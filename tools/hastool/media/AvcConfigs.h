@@ -11,11 +11,11 @@
 namespace hastool {
 
 /// Finds the `avcC` boxes in the movie of a file that comes piece by piece, and hands out their
-/// sequence parameter sets (ISO/IEC 14496-15, clause 5.3.3). Of everything else only the sizes are
-/// looked at, and a movie larger than kMaxMovie is passed over.
+/// sequence parameter sets (ISO/IEC 14496-15, clause 5.3.3). All other boxes are skipped by their
+/// sizes, and so is a movie larger than kMaxMovie.
 class AvcConfigs {
 public:
-    /// Hours of samples in the movie's own tables take some megabytes.
+    /// The tables of a movie with hours of samples take some megabytes.
     static constexpr uint64_t kMaxMovie = 256u << 20;
     /// @param unit  with its NAL header
     using Sink = std::function<void(const std::vector<unsigned char>& unit)>;
@@ -31,9 +31,9 @@ private:
     void take(std::string_view configuration);
 
     Sink m_sink;
-    std::string m_box;      ///< header of the box in hand, and the whole of a movie
-    uint64_t m_left = 0;    ///< of the box in hand
-    bool m_isMovie = false; ///< it is kept
+    std::string m_box;      ///< the current box: its header, or all of it when it is a movie
+    uint64_t m_left = 0;    ///< bytes of the current box that have not come
+    bool m_isMovie = false; ///< the current box is kept whole
 };
 
 } // namespace hastool

@@ -34,7 +34,7 @@ void BoxFields::enter(uint64_t begin, uint64_t end) {
 
 void BoxFields::fill() {
     const uint64_t size = std::min<uint64_t>(m_window.size(), m_source.size - m_at);
-    m_windowEnd = m_windowAt = m_at; // empty, should the reading throw
+    m_windowEnd = m_windowAt = m_at; // the window is empty if the read throws
     m_source.read(m_at, m_window.data(), static_cast<size_t>(size));
     m_windowEnd = m_at + size;
 }

@@ -13,8 +13,8 @@ namespace hastool {
 
 /// Reads big-endian fields and notes them as facts, by name.
 ///
-/// A field that the box does not hold is not noted, and reads as 0; from there on the box counts as
-/// cut. Only a window of its bytes is in memory.
+/// A field that reaches beyond the box is not noted, and reads as 0; from there on the box counts
+/// as cut. Only a window of the bytes is in memory.
 class BoxFields {
 public:
     using Facts = nlohmann::ordered_json;
@@ -23,7 +23,7 @@ public:
     explicit BoxFields(const BlockSource& source)
         : m_source(source) {}
 
-    /// Begins a box with its content.
+    /// Begins a box. @param begin, end  where its content lies in the source
     void enter(uint64_t begin, uint64_t end);
 
     uint64_t position() const { return m_at; }
@@ -35,7 +35,7 @@ public:
     Facts takeFacts() { return std::move(m_facts); }
     Facts& facts() { return m_facts; }
 
-    /// @name Reading, without a note
+    /// @name Reading without noting
     /// @{
     /// @param size  1 to 8 bytes
     uint64_t number(size_t size);
@@ -52,11 +52,11 @@ public:
     std::string hex(const char* name, size_t size);
     /// Four letters.
     std::string letters(const char* name);
-    /// Text up to a zero, at most so long; what is longer is passed over.
+    /// Text up to a zero. Of a long one only the beginning is noted.
     void text(const char* name);
     /// @}
 
-    /// Four letters without a note.
+    /// Four letters, not noted.
     std::string letters();
     std::string hex(size_t size);
 
@@ -74,7 +74,7 @@ private:
     Facts m_facts = Facts::object();
 };
 
-/// A text of any bytes as plain ASCII: others are written "\xA9".
+/// Bytes as plain ASCII: all others are written like "\xA9".
 std::string plainText(std::string_view bytes);
 
 } // namespace hastool

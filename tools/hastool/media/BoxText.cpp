@@ -24,7 +24,7 @@ std::string listText(const Json& list) {
     return list.empty() ? "none" : text;
 }
 
-/// A fact's value; lists and objects are not nested deeply, they come from our own readers.
+/// A fact's value. The recursion is shallow: the facts come from the readers of this tool.
 std::string valueText(const std::string& name, const Json& value) {
     if (value.is_object())
         return objectText(value);
@@ -95,7 +95,7 @@ std::string BoxJson::add(const BoxInfo& box) {
         text = m_isFirst ? "[\n" : closeTo(box.depth) + ",\n";
     }
     std::string object = toJson(box).dump();
-    object.pop_back(); // its boxes may follow
+    object.pop_back(); // the closing brace: the box's children may follow
     m_isFirst = false;
     m_isOpen = true;
     return text + indent(box.depth) + "  " + object;

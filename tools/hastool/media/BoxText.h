@@ -10,7 +10,7 @@ namespace hastool {
 /// One line: "  moof  954 +188  ...", with what is wrong behind "!!".
 std::string toText(const BoxInfo& box);
 
-/// Writes boxes as a JSON array of objects that hold their boxes as "children", piece by piece.
+/// Writes boxes piece by piece as a JSON array of objects, whose own boxes are their "children".
 class BoxJson {
 public:
     /// What the next box adds to the text.

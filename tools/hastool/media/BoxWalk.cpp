@@ -33,7 +33,7 @@ public:
     }
 
 private:
-    /// The boxes of one box.
+    /// A box whose children are being read; they go from `at` to `end`.
     struct Level {
         uint64_t at;
         uint64_t end;
@@ -122,7 +122,7 @@ void BoxWalker::takeBox() {
     const uint64_t end = readHeader(box, level);
     level.at = end;
     if (m_fields.isCut() || box.size < box.headerSize) {
-        emit(box); // and the rest of its parent is lost
+        emit(box); // the rest of its parent is skipped: nobody knows where the next box begins
         return;
     }
     m_fields.enter(box.offset + box.headerSize, end);

@@ -11,34 +11,35 @@
 
 namespace hastool {
 
-/// One box, or what stands behind the last box of another and is too short for one.
+/// One box; or, with an empty type, the bytes behind the last box of another that are too few for
+/// a box.
 struct BoxInfo {
     unsigned depth = 0;      ///< 0 at the top of the file
     std::string type;        ///< printable; empty for what is no box
     uint64_t offset = 0;     ///< in the file
-    uint64_t size = 0;       ///< with its header; as it says, also where there is less
+    uint64_t size = 0;       ///< with its header; as it says, even if fewer bytes are there
     unsigned headerSize = 0; ///< 8, or 16 with a 64-bit size
     bool isToEnd = false;    ///< its size is given as "to the end of the file"
     nlohmann::ordered_json facts = nlohmann::ordered_json::object();
     std::string trouble; ///< what is wrong with it; empty for nothing
 };
 
-/// Takes the next box, before those it holds.
+/// Takes the next box; a box comes before those inside it.
 using BoxSink = std::function<void(const BoxInfo&)>;
 
-/// What is wrong first in a file.
+/// The first fault in a file.
 struct BoxTrouble {
     uint64_t offset = 0;
     std::string what;
 };
 
-/// Hands all boxes over, in the file's order. A box that reaches beyond the one it is in is read as
-/// far as that goes. Boxes that only hold data are not read, whatever their size; of the others no
-/// more than a window is in memory.
+/// Hands all boxes over, in the file's order. A box that reaches beyond the one around it is read
+/// up to the end of that one. Boxes that only hold data are skipped, whatever their size; of the
+/// others no more than a window is in memory.
 /// @return the first trouble
 std::optional<BoxTrouble> walkBoxes(const BlockSource& source, const BoxSink& sink);
 
-/// Boxes may hold boxes this deep; files have about ten levels.
+/// How many levels of boxes are read; files have about ten.
 constexpr unsigned kMaxBoxDepth = 32;
 
 } // namespace hastool

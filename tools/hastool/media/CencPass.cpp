@@ -59,10 +59,11 @@ private:
         descriptors.front().schemeIdUri = content.schemeId;
         descriptors.front().pssh = content.pssh;
         m_handler.setContentProtectionInfo(kPeriod, kRepresentation, &descriptors);
-        std::string marlin = "TYPE=MARLIN-MS3"; // the other handlers do not look at it
+        std::string marlin = "TYPE=MARLIN-MS3"; // only the Marlin handler looks at it
         check(m_handler.OnContentStart(&marlin), 0);
     }
-    /// Room for what waits, what comes and what may be inserted, as far as a place in the file.
+    /// Makes room for the output up to a place in the file: the bytes that the handler has kept
+    /// back, those that are handed over next, and the boxes that may be inserted among them.
     void makeRoom(uint64_t end) {
         unsigned int waiting = 0;
         m_handler.GetUndecryptedData(kPeriod, kRepresentation, waiting);

@@ -9,17 +9,17 @@
 
 namespace hastool {
 
-/// What an engine would know of a content from its manifest.
+/// What a player would know of the content from its manifest.
 struct CencContent {
     std::string schemeId;
-    std::string pssh; ///< data in base64; empty for none
-    bool isSeparate = false;
+    std::string pssh;        ///< data in base64; empty for none
+    bool isSeparate = false; ///< audio and video are not in one file
 };
 
-/// Takes what comes out.
+/// Takes the bytes that the handler gives out.
 using CencSink = std::function<void(const unsigned char* data, size_t size)>;
 
-/// Passes a file as one segment through the handler for its scheme, as an engine does.
+/// Passes a file as one segment through the handler for its scheme, as a player does.
 /// @param path    for messages
 /// @param boxes   of the source
 /// @param chunk   bytes that are handed over at a time

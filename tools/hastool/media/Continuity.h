@@ -7,8 +7,8 @@
 
 namespace hastool {
 
-/// Follows the continuity counter of one PID (ISO/IEC 13818-1, clause 2.4.3.3): it counts packets
-/// with a payload, a packet may be sent twice, and a discontinuity that is announced is no error.
+/// Follows the continuity counter of one PID (ISO/IEC 13818-1, clause 2.4.3.3): the counter counts
+/// packets with a payload, a packet may be sent twice, and an announced discontinuity is no error.
 class Continuity {
 public:
     enum class Verdict { Follows, Duplicate, Announced, Error };

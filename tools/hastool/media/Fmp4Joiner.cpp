@@ -45,7 +45,7 @@ struct Field {
     uint64_t value;
 };
 
-/// The runs of one movie fragment.
+/// One track run of a movie fragment.
 struct Run {
     Field dataOffset;
     std::optional<Field> firstSize; ///< of the first sample; nothing where sizes are not given
@@ -66,7 +66,7 @@ std::optional<Run> readRun(std::string_view segment, const BoxView& box, uint32_
     return run;
 }
 
-/// All runs of a fragment whose data is counted from its begin; nothing when one is not.
+/// All runs of a fragment; nothing unless the data offset of each counts from the fragment's begin.
 std::optional<std::vector<Run>> readRuns(std::string_view segment, const BoxView& moof) {
     std::vector<Run> runs;
     std::string_view rest = moof.content;
@@ -90,8 +90,9 @@ std::optional<std::vector<Run>> readRuns(std::string_view segment, const BoxView
     return runs;
 }
 
-/// Inserts bytes before the first sample of a track's first run and mends every number that they
-/// move. @return false when the fragment holds nothing of the track, or cannot be mended
+/// Inserts bytes before the first sample of a track's first run and corrects all sizes and offsets
+/// that this changes. @return false when the fragment holds nothing of the track, or a number
+/// cannot be corrected
 bool insert(std::string& segment, const BoxView& moof, const BoxView& mdat, uint32_t track,
             const std::string& bytes) {
     const auto runs = readRuns(segment, moof);
@@ -135,7 +136,7 @@ std::string Fmp4Joiner::adapt(std::string segment) const {
     while (const auto box = takeBox(rest)) {
         const auto at = static_cast<size_t>(box->whole.data() - segment.data());
         if (box->type == "sidx")
-            segment.replace(at + 4, 4, "free"); // its sizes no longer hold
+            segment.replace(at + 4, 4, "free"); // an index whose sizes are no longer true
         else if (box->type == "moof")
             moof = box;
         else if (box->type == "mdat" && moof &&

@@ -11,10 +11,10 @@ namespace hastool {
 /// Makes the fragments of several MP4 initialisations (ISO/IEC 14496-12, 14496-15) playable in one
 /// file.
 ///
-/// A reader takes a file's first initialisation for all of it, and with it the H.264 parameter
-/// sets, which differ between qualities. Once a second initialisation has come up, the parameter
-/// sets of each fragment's own one are therefore put before its first picture. What cannot be
-/// understood stays as it is.
+/// A reader uses a file's first initialisation for the whole file, and the H.264 parameter sets in
+/// it, although these differ between qualities. So from the second initialisation on each fragment
+/// gets the parameter sets of its own initialisation before its first picture. A segment that
+/// cannot be understood stays as it is.
 class Fmp4Joiner {
 public:
     /// Sets the initialisation of the fragments that follow.

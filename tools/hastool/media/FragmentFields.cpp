@@ -26,7 +26,7 @@ uint64_t present(uint64_t flags, uint64_t flag) {
     return (flags & flag) != 0 ? 4 : 0;
 }
 
-/// The sum of the sizes of a run's samples; nothing where no box tells them.
+/// The size of all samples of a run; nothing where no box gives it.
 std::optional<uint64_t> samplesSize(BoxFields& box, uint64_t flags, uint64_t count,
                                     const BoxContext& context) {
     const uint64_t before = present(flags, kSampleDuration);

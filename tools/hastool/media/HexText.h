@@ -7,7 +7,7 @@
 
 namespace hastool {
 
-/// "0x0100", with so many digits at least.
+/// "0x0100". @param digits  the least number of them
 std::string hexNumber(unsigned int value, int digits);
 /// "0x0100".
 inline std::string pidText(int pid) {

@@ -35,7 +35,7 @@ void put(std::string& bytes, size_t at, size_t size, uint64_t value) {
         bytes[at + i] = static_cast<char>(value & 0xFF);
 }
 
-/// The size that a header tells; 0 for "to the end".
+/// The size that a box's header gives; 0 for "to the end".
 uint64_t sizeIn(std::string_view header) {
     ByteReader reader(header);
     const uint64_t size = reader.number(4).value_or(0);
@@ -43,7 +43,7 @@ uint64_t sizeIn(std::string_view header) {
     return size == 1 ? reader.number(8).value_or(0) : size;
 }
 
-/// The boxes with their sizes before, as far as they are whole.
+/// The boxes of a file up to the first that is not whole; nothing has changed its size yet.
 std::vector<TopBox> topBoxes(const BlockSource& source) {
     std::vector<TopBox> boxes;
     for (uint64_t at = 0; source.size - at >= kHeader;) {
@@ -85,7 +85,7 @@ public:
     }
 
 private:
-    /// Mends a box's content. @return false when that cannot be
+    /// Mends a box's content. @return false when it cannot be mended
     using Mend = bool (Mender::*)(const TopBox&, std::string& content) const;
 
     bool hasChanged() const {
@@ -106,7 +106,8 @@ private:
             m_patches.push_back({box.offsetAfter + (view->whole.size() - view->content.size()),
                                  std::move(content)});
     }
-    /// Where a place is now; nothing outside, and inside a box that has changed.
+    /// Where a place of the file is now; nothing for a place outside the file, and for one inside a
+    /// box that has changed its size.
     std::optional<uint64_t> moved(uint64_t at) const {
         const auto box = std::partition_point(m_boxes.begin(), m_boxes.end(),
                                               [at](const TopBox& it) { return it.end() <= at; });
@@ -129,7 +130,8 @@ private:
     std::vector<BytePatch> m_patches;
 };
 
-/// The references of a `sidx` follow one another from its end on.
+/// The references of a `sidx` are to stretches one behind the other, the first at an offset from
+/// the end of the `sidx`.
 bool Mender::mendSegments(const TopBox& box, std::string& content) const {
     ByteReader reader(content);
     const size_t wide = reader.number(1).value_or(0) == 0 ? 4 : 8;
@@ -245,7 +247,7 @@ std::string withPatches(std::string_view piece, uint64_t at,
 std::vector<BytePatch> indexPatches(const BlockSource& before, const std::vector<uint64_t>& after) {
     std::vector<TopBox> boxes = topBoxes(before);
     if (boxes.size() != after.size())
-        return {}; // not the same boxes
+        return {}; // the file has other boxes now, so the sizes cannot be matched
     for (size_t i = 0; i < boxes.size(); ++i)
         boxes[i].sizeAfter = after[i];
     return Mender(before, std::move(boxes)).run(true);

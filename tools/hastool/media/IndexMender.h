@@ -10,7 +10,7 @@
 
 namespace hastool {
 
-/// Bytes that stand in place of as many others.
+/// Bytes that replace as many others at a place in a file.
 struct BytePatch {
     uint64_t at = 0;
     std::string bytes;
@@ -23,8 +23,8 @@ public:
     const std::vector<uint64_t>& sizes() const { return m_sizes; }
 
 private:
-    std::string m_header; ///< of the box in hand, as far as it has come
-    uint64_t m_left = 0;  ///< of the box in hand, behind its header
+    std::string m_header; ///< the part of the current box's header that has come
+    uint64_t m_left = 0;  ///< bytes of the current box's content that have not come
     bool m_isToEnd = false;
     std::vector<uint64_t> m_sizes;
 };
@@ -34,19 +34,20 @@ bool hasIndex(const BlockSource& source);
 
 /// What has to change in the indexes of a file, `sidx` and `mfra` (ISO/IEC 14496-12, clauses 8.16.3
 /// and 8.8.9 to 8.8.11), so that they lead to the same boxes after these have grown. An index that
-/// cannot be mended becomes "free", and so does `ssix`, which divides what `sidx` names.
+/// cannot be mended becomes "free", and so does a `ssix`, whose sizes within the segments of a
+/// `sidx` are no longer true.
 /// @param before  the file as it was, a run of whole boxes
 /// @param after   the sizes of its top-level boxes now, one for each
 /// @return patches in the file as it is now, in order
 /// @throws ToolError when the file cannot be read
 std::vector<BytePatch> indexPatches(const BlockSource& before, const std::vector<uint64_t>& after);
 
-/// A piece of a file with the patches that reach into it.
-/// @param at  where it begins in the file
+/// A piece of a file with the patches that reach into it put in.
+/// @param at  where the piece begins in the file
 std::string withPatches(std::string_view piece, uint64_t at, const std::vector<BytePatch>& patches);
 
-/// Mends the indexes of a part of a file, for instance a segment. What leads out of the part
-/// becomes "free", and so does `mfra`, whose places are those of the whole file.
+/// Mends the indexes of a part of a file, for instance a segment. An index that leads out of the
+/// part becomes "free", and so does `mfra`, whose offsets count from the begin of the whole file.
 /// @param before  the part as it was
 /// @param after   the part now, with the same boxes
 std::string withIndexesMended(std::string_view before, std::string after);

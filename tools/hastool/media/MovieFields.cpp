@@ -56,7 +56,7 @@ void readHandler(BoxFields& box, const BoxVersion&, BoxContext& context) {
 }
 
 void readMeta(BoxFields& box, const BoxVersion&, BoxContext&) {
-    // QuickTime files leave version and flags out: a box begins where they would be.
+    // A QuickTime file has no version and flags here: a box begins in their place.
     const uint64_t start = box.position();
     if (box.left() < 8 || box.number(4) != 0) {
         box.rewind(start);
@@ -96,7 +96,8 @@ void readAudioEntry(BoxFields& box, const BoxVersion&, BoxContext& context) {
     box.skip(6);
     box.number("sample_rate", 2);
     box.skip(2);
-    // QuickTime's longer forms, which ISO files have in a table of version 1 and leave out.
+    // QuickTime's entries of version 1 and 2 have more fields. In an ISO file such a version means
+    // something else, and its table of entries has version 1.
     if (context.entryVersion == 0 && (version == 1 || version == 2))
         box.skip(version == 1 ? 16 : 36);
 }

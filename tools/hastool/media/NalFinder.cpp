@@ -6,7 +6,7 @@ namespace hastool {
 namespace {
 
 constexpr int kSequenceSet = 7;
-// A set with all scaling lists and the longest VUI stays far below.
+// A parameter set with all scaling lists and the longest VUI is far shorter.
 constexpr size_t kMaxUnit = 4096;
 
 } // namespace
@@ -14,7 +14,7 @@ constexpr size_t kMaxUnit = 4096;
 void NalFinder::push(const unsigned char* data, size_t size) {
     const unsigned char* const end = data + size;
     while (data != end) {
-        // Between sets only start codes count, and they begin with a zero.
+        // Outside a parameter set only start codes matter, and these begin with a zero.
         if (!m_isInSet && !m_isHeader && m_zeros == 0) {
             const void* const zero = std::memchr(data, 0, static_cast<size_t>(end - data));
             if (zero == nullptr)

@@ -11,14 +11,14 @@ namespace hastool {
 /// (ITU-T H.264, clause 7.3.1 and annex B).
 class NalFinder {
 public:
-    /// @param unit  with its header, without its start code and the zeros behind it
+    /// @param unit  with its header, without the start code before it and the zeros behind it
     using Sink = std::function<void(const std::vector<unsigned char>& unit)>;
 
     explicit NalFinder(Sink sink)
         : m_sink(std::move(sink)) {}
 
     void push(const unsigned char* data, size_t size);
-    /// Says that there are no more bytes: the last unit ends.
+    /// Says that there are no more bytes, which ends the last unit.
     void finish();
 
 private:

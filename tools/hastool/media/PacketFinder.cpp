@@ -6,7 +6,7 @@ namespace {
 constexpr size_t kPlain = kTsPacketSize;
 constexpr size_t kTimed = kTsPacketSize + kTimecodeSize;
 constexpr size_t kConfirmations = 2;
-// Enough to confirm a sync byte, wherever in the packet in hand it stands.
+// Enough to confirm a sync byte anywhere in the current packet.
 constexpr size_t kLookahead = (kConfirmations + 2) * kTimed;
 
 } // namespace
@@ -53,7 +53,7 @@ bool PacketFinder::takePacket(bool isEnd) {
     if (m_buffer[m_at] != kTsSync || isCut()) {
         ++m_losses;
         m_stride = 0;
-        // A packet that was cut must not be found again by its sync byte.
+        // The search goes on behind the sync byte of a cut packet, or would find that packet again.
         skipTo(m_at + 1, 0);
         return true;
     }
@@ -62,7 +62,7 @@ bool PacketFinder::takePacket(bool isEnd) {
     return true;
 }
 
-/// The distance of the packets that begin at a sync byte; 0 where no packet does.
+/// The distance between the packets that begin at a place; 0 where no packet begins there.
 size_t PacketFinder::strideAt(size_t at) const {
     if (m_buffer[at] != kTsSync)
         return 0;
@@ -77,7 +77,7 @@ size_t PacketFinder::strideAt(size_t at) const {
     return m_lastStride == kTimed || (m_lastStride == 0 && at == kTimecodeSize) ? kTimed : kPlain;
 }
 
-/// Whether more sync bytes follow, all that can be seen of them, and one at least.
+/// Whether sync bytes follow at this distance: at least one, and at all places that are in memory.
 bool PacketFinder::isRun(size_t at, size_t stride) const {
     if (at + stride >= m_buffer.size())
         return false;
@@ -88,7 +88,7 @@ bool PacketFinder::isRun(size_t at, size_t stride) const {
     return true;
 }
 
-/// Whether another run of packets begins inside the packet in hand.
+/// Whether another run of packets begins inside the current packet, which was therefore cut.
 bool PacketFinder::isCut() const {
     const size_t next = m_at + m_stride;
     if (next >= m_buffer.size() || m_buffer[next] == kTsSync)
@@ -124,7 +124,7 @@ void PacketFinder::deliver() {
     m_sink(unit);
 }
 
-/// Hands out what lies in front of a place and belongs to no packet.
+/// Hands out the bytes before `end` that belong to no packet.
 void PacketFinder::handRest(size_t end) {
     if (end <= m_handed)
         return;
@@ -133,7 +133,7 @@ void PacketFinder::handRest(size_t end) {
     m_handed = end;
 }
 
-/// Keeps what may be a time code.
+/// Drops bytes that are done with, but for the last four, which may be a time code.
 void PacketFinder::forget() {
     const size_t done = std::min(m_at - std::min<size_t>(m_at, kTimecodeSize), m_buffer.size());
     handRest(done);

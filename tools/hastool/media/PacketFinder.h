@@ -11,19 +11,19 @@
 namespace hastool {
 
 /// Cuts a byte stream into packets of 188 bytes, also those of M2TS files, which stand 192 bytes
-/// apart behind a time code. What is no packet is skipped: reading goes on where three sync bytes
-/// stand at a packet's distance, or fewer up to the end of the stream.
+/// apart, each behind a time code. Bytes of no packet are skipped: reading goes on where three sync
+/// bytes stand a packet's length apart. Near the end of the stream fewer will do.
 class PacketFinder {
 public:
     using Sink = std::function<void(const TsUnit& unit)>;
 
-    /// @param rest  takes every other byte in its place between the packets, that of the time code
-    ///              that a packet has apart; null where nobody wants them
+    /// @param rest  takes the bytes that belong neither to a packet nor to its time code, in their
+    ///              place between the packets; null where nobody wants them
     explicit PacketFinder(Sink sink, PieceSink rest = nullptr)
         : m_sink(std::move(sink))
         , m_rest(std::move(rest)) {}
 
-    /// Takes the next bytes. Packets come out once it is known what follows them.
+    /// Takes the next bytes. A packet is handed out when the bytes behind it have confirmed it.
     void push(const unsigned char* data, size_t size);
     /// Says that there are no more.
     void finish();
@@ -33,7 +33,7 @@ public:
     uint64_t packets() const { return m_packets; }
     /// Bytes that belong to no packet.
     uint64_t skippedBytes() const { return m_skipped; }
-    /// How often packets stopped standing where they had to.
+    /// How often no packet stood where the next one was expected.
     uint64_t syncLosses() const { return m_losses; }
 
 private:
@@ -51,8 +51,8 @@ private:
     Sink m_sink;
     PieceSink m_rest;
     std::vector<unsigned char> m_buffer;
-    size_t m_at = 0;     ///< of the next sync byte; may lie behind the buffer
-    size_t m_handed = 0; ///< where what has not been handed out begins
+    size_t m_at = 0;     ///< where the next sync byte should be; may lie behind the buffer
+    size_t m_handed = 0; ///< everything before it has been handed out
     size_t m_stride = 0; ///< 0 while there is no sync
     size_t m_lastStride = 0;
     uint64_t m_gap = 0; ///< bytes since the last packet

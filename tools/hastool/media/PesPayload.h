@@ -9,8 +9,8 @@
 namespace hastool {
 
 /// Takes the headers off PES packets (ISO/IEC 13818-1, clause 2.4.3.6), also those that span
-/// packets of the transport stream. What comes before the first PES packet of video is dropped, and
-/// so is what is scrambled.
+/// packets of the transport stream. Payload before the first PES packet, PES packets that are not
+/// of video, and scrambled payload are dropped.
 class PesPayload {
 public:
     explicit PesPayload(PieceSink sink)

@@ -12,7 +12,7 @@
 namespace hastool {
 namespace {
 
-/// 0 is the PAT's and 8191 that of packets without meaning: nothing else may go there.
+/// PID 0 is that of the PAT, 8191 that of null packets: no other stream may have these.
 std::optional<int> parsePid(std::string_view text) {
     const bool isHex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
     if (isHex)

@@ -15,7 +15,7 @@ using PidMap = std::map<int, int>;
 
 /// Reads "A=B" with PIDs from 1 to 8190, decimal or as 0x100.
 /// @param failure  receives what is wrong
-/// @return nothing when one cannot be read, or two have a side in common
+/// @return nothing when a text cannot be read, or two name the same old or the same new PID
 std::optional<PidMap> parsePidMap(const std::vector<std::string>& texts, std::string& failure);
 
 /// The new PID; the old one for a PID that keeps its number.
@@ -24,8 +24,8 @@ inline int mapped(const PidMap& map, int pid) {
     return found != map.end() ? found->second : pid;
 }
 
-/// What keeps a stream from being rewritten: a PID that is not there, or one that would then be
-/// there twice. Empty when nothing does.
+/// Why a stream cannot be rewritten: an old PID that it does not have, or a new one that it has for
+/// another stream already. Empty when it can.
 std::string conflictOf(const PidMap& map, const TsReport& report);
 
 } // namespace hastool

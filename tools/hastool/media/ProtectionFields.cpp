@@ -11,7 +11,8 @@ constexpr uint64_t kHasType = 0x1; // auxiliary information: its type is given
 constexpr uint64_t kSubsamples = 0x2;
 constexpr size_t kKeyIdSize = 16;
 
-/// Is-protected, IV size, key id, and an IV for all samples where no sample has its own.
+/// Reads whether samples are protected, IV size and key id, and the one IV for all samples where
+/// the samples have none of their own.
 void readEncryption(BoxFields& box, bool hasPattern) {
     const uint64_t pattern = box.number(1);
     if (hasPattern && !box.isCut()) {
@@ -32,7 +33,7 @@ void readInfoType(BoxFields& box, const BoxVersion& full) {
     box.number("aux_info_parameter", 4);
 }
 
-/// The subsamples of all entries; nothing when the entries do not fill the box to its end.
+/// How many subsamples all entries have; nothing when the entries do not end where the box ends.
 std::optional<uint64_t> countSubsamples(BoxFields& box, uint64_t samples, uint64_t ivSize,
                                         bool hasSubsamples) {
     uint64_t sum = 0;
@@ -47,7 +48,8 @@ std::optional<uint64_t> countSubsamples(BoxFields& box, uint64_t samples, uint64
     return box.isCut() || box.left() != 0 ? std::nullopt : std::optional(sum);
 }
 
-/// The first IV size with which the entries fill the box, and their subsamples.
+/// Notes the first IV size with which the entries fill the box, and how many subsamples they have.
+/// @return false when no size fits
 bool noteEntries(BoxFields& box, const std::vector<uint64_t>& ivSizes, uint64_t samples,
                  bool hasSubsamples) {
     const uint64_t start = box.position();
@@ -146,7 +148,7 @@ void readSampleEncryption(BoxFields& box, const BoxVersion& full, BoxContext& co
     const auto known =
         context.groupIvSize ? context.groupIvSize : context.trackOf(context.track).ivSize;
     std::vector<uint64_t> sizes = {8, 16, 0};
-    if (known) // else, or where a key that comes into use later has another, the one that fits
+    if (known) // tried first; a later key may have an IV of another size
         sizes.insert(sizes.begin(), *known);
     if (!noteEntries(box, sizes, samples, (full.flags & kSubsamples) != 0))
         box.cut();
@@ -162,7 +164,7 @@ void readGroupDescriptions(BoxFields& box, const BoxVersion& full, BoxContext& c
         return;
     if (length == 0)
         box.skip(4);
-    box.skip(1); // of the first entry; a fragment has hardly ever a second
+    box.skip(1); // only the first entry is read; a fragment hardly ever has a second
     readEncryption(box, true);
     const auto ivSize = box.facts().find("iv_size");
     if (ivSize != box.facts().end())

@@ -12,7 +12,8 @@ void readTrackEncryption(BoxFields& box, const BoxVersion& full, BoxContext& con
 void readSystem(BoxFields& box, const BoxVersion& full, BoxContext&);
 void readInfoSizes(BoxFields& box, const BoxVersion& full, BoxContext&);
 void readInfoOffsets(BoxFields& box, const BoxVersion& full, BoxContext&);
-/// Where nothing told the IV size, it is the one with which the entries fill the box.
+/// Where no earlier box gave an IV size that fits, it is the one with which the entries fill the
+/// box.
 void readSampleEncryption(BoxFields& box, const BoxVersion& full, BoxContext& context);
 void readGroupDescriptions(BoxFields& box, const BoxVersion& full, BoxContext& context);
 void readSampleGroups(BoxFields& box, const BoxVersion& full, BoxContext&);

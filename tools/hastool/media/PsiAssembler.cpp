@@ -53,7 +53,7 @@ void PsiAssembler::push(const TsUnit& unit, bool follows) {
         if (!m_bytes.empty())
             append(data, size);
         while (takeSection())
-            m_bytes.clear(); // a section begins only where a pointer says so
+            m_bytes.clear(); // the next section begins only where a pointer field says so
         return;
     }
     const size_t pointer = data[0];

@@ -13,7 +13,7 @@ using Bytes = std::vector<unsigned char>;
 
 /// Collects the sections of one PID from its packets: several in one packet, or one over several
 /// (ISO/IEC 13818-1, clause 2.4.4). A section reaches the sink when it is whole and its checksum
-/// holds; of one that lost a packet nothing is kept.
+/// is right; a section that lost a packet is dropped.
 class PsiAssembler {
 public:
     using Sink = std::function<void(const Bytes& section)>;
@@ -37,7 +37,7 @@ private:
     uint64_t m_bad = 0;
 };
 
-/// The checksum of MPEG sections; 0 over a whole section whose own checksum holds.
+/// The checksum of MPEG sections; over a section together with its own checksum it is 0.
 uint32_t psiChecksum(const unsigned char* data, size_t size);
 
 } // namespace hastool

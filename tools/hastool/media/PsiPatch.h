@@ -7,8 +7,8 @@
 
 namespace hastool {
 
-/// Changes the PIDs in a PAT, CAT or PMT section, in place, and its checksum. A section of another
-/// table, and one whose checksum does not hold, stays as it is.
+/// Changes the PIDs in a PAT, CAT or PMT section, and its checksum, in place. A section of another
+/// table, and one whose checksum is wrong, stays as it is.
 void patchSection(unsigned char* section, size_t size, const PidMap& map);
 
 } // namespace hastool

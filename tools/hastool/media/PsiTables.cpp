@@ -10,7 +10,7 @@ constexpr size_t kHeader = 8;
 constexpr size_t kChecksum = 4;
 constexpr unsigned int kCaDescriptor = 9;
 
-/// Reads on until the bytes end; what is not there reads as nothing.
+/// Reads bytes one after the other; behind the end it reads zeros.
 class Span {
 public:
     Span(const unsigned char* data, size_t size)

@@ -52,7 +52,7 @@ struct PmtSection {
 };
 
 /// @name The tables in a section
-/// Lengths inside are held to the section; what goes beyond is left out.
+/// A part whose length reaches beyond the section ends with the section.
 /// @param section  whole and sound, as PsiAssembler gives it
 /// @return nothing for another table
 /// @{

@@ -63,7 +63,8 @@ public:
     }
 
 private:
-    /// Whether a box and all behind it can be told apart; what it holds is the handler's business.
+    /// Whether the box's end is known, so that the boxes behind it can be found. What the box holds
+    /// is checked by the handler.
     bool isWhole(const BoxInfo& box) const {
         return !box.type.empty() && box.size >= box.headerSize &&
                box.size <= m_source.size - box.offset;

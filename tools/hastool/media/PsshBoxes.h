@@ -9,7 +9,7 @@
 
 namespace hastool {
 
-/// What of an MP4 file matters to what is done with its `pssh` boxes.
+/// What a DRM handler needs to know of an MP4 file to deal with its `pssh` boxes.
 struct PsshBoxes {
     /// A `moov` or `moof`, and what lies in it.
     struct Parent {
@@ -25,14 +25,14 @@ struct PsshBoxes {
 
     std::vector<Parent> parents;
     uint64_t largest = 0; ///< size of the largest `pssh`
-    unsigned tracks = 0;  ///< of its movie
-    bool isAudio = false; ///< its first track of pictures or sound is sound
+    unsigned tracks = 0;  ///< how many its movie has
+    bool isAudio = false; ///< its first track that is video or audio is audio
 
-    /// Parents that reach into a range.
+    /// How many parents reach into a range.
     size_t parentsIn(uint64_t begin, uint64_t end) const;
 };
 
-/// Reads them.
+/// Finds the boxes of a file.
 /// @param path  for messages
 /// @throws ToolError when the bytes are not a run of whole boxes that media could be in
 PsshBoxes findPsshBoxes(const BlockSource& source, const std::string& path);
@@ -41,7 +41,7 @@ PsshBoxes findPsshBoxes(const BlockSource& source, const std::string& path);
 struct PsshChanges {
     unsigned inserted = 0;
     unsigned replaced = 0;
-    unsigned neutralised = 0; ///< are "free" now
+    unsigned neutralised = 0; ///< have become "free"
 
     /// "2 pssh boxes inserted, 0 replaced, 1 neutralised".
     std::string text() const;

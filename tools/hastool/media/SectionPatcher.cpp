@@ -19,7 +19,7 @@ void SectionPatcher::push(TsUnit& unit, uint64_t number) {
         if (isWaiting())
             append(data, size);
         if (takeSection())
-            clear(); // the next begins only where a pointer says so
+            clear(); // the next section begins only where a pointer field says so
         return;
     }
     const size_t begin = 1 + size_t{data[0]};

@@ -11,22 +11,21 @@
 namespace hastool {
 
 /// Follows the sections of one PID, several in one packet or one over several (ISO/IEC 13818-1,
-/// clause 2.4.4), and changes each in the packets it lies in once it is whole.
+/// clause 2.4.4). When a section is whole, it is changed in the packets that it lies in.
 class SectionPatcher {
 public:
     /// @param map  borrowed
     explicit SectionPatcher(const PidMap& map)
         : m_map(map) {}
 
-    /// @param unit    with a payload in the clear; stays where it is, and unchanged by others, for
-    /// as
-    ///                long as isWaiting() and firstPacket() says so
+    /// @param unit    with a payload in the clear. While isWaiting(), packets from firstPacket() on
+    ///                must stay in place, and be changed by nobody else.
     /// @param number  of the packet in the stream
     void push(TsUnit& unit, uint64_t number);
 
     /// Whether a section has begun that is not whole yet.
     bool isWaiting() const { return !m_bytes.empty(); }
-    /// The number of the packet it begins in.
+    /// The number of the packet that this section begins in.
     uint64_t firstPacket() const { return m_first; }
 
 private:

@@ -16,13 +16,14 @@ namespace {
 
 constexpr size_t kMaxSets = 1000; // a stream has 32 ids; more come only from damage
 
-/// Their sets begin with elements for chroma formats, which the library does not expect in them.
+/// Parameter sets of these profiles begin with elements for chroma formats, which the library does
+/// not know of.
 bool isUnsupported(int profile) {
     constexpr int kProfiles[] = {44, 83, 86, 118, 128, 134, 135, 138, 139, 244};
     return std::find(std::begin(kProfiles), std::end(kProfiles), profile) != std::end(kProfiles);
 }
 
-/// Where the library finds the parameter set in a unit behind a start code; 0 when it does not.
+/// Where the library finds the parameter set in a stream of one unit; 0 when it finds none.
 int setAt(Bytes& stream) {
     hascommon::H264HeaderParser parser;
     const int found = parser.ParseHeader(stream.data(), static_cast<int>(stream.size()));
@@ -114,8 +115,8 @@ void collectFromTs(const ByteSource& source, const TsReport& report, Collector& 
         video->units.finish();
 }
 
-/// Whether a file begins with a box. Its units stand behind their lengths, some of which look like
-/// start codes, and its parameter sets in the movie.
+/// Whether a file begins with a box: then it is MP4, and its parameter sets are in the movie. The
+/// units in it follow their lengths, some of which look like start codes.
 bool isBoxes(const unsigned char* data, size_t size) {
     constexpr size_t kEnd = 8; // of a box's size and type
     if (size < kEnd)

@@ -24,7 +24,7 @@ struct Resolution {
 /// One sequence parameter set.
 struct SpsInfo {
     Bytes unit;   ///< with its NAL header
-    int pid = -1; ///< of the packets it came in; -1 for a plain video stream and a file
+    int pid = -1; ///< of the packets it came in; -1 when not from a transport stream
     int profile = 0;
     unsigned int constraints = 0;
     int level = 0; ///< times ten
@@ -35,8 +35,8 @@ struct SpsInfo {
 };
 
 /// The parameter sets of an Annex B stream, of the H.264 in a transport stream, or of the H.264
-/// tracks of an MP4 file, each distinct one once and in the stream's order. Where no table says
-/// what is H.264, every video stream is searched.
+/// tracks of an MP4 file, in their order; equal ones come once. In a transport stream without a PMT
+/// every video stream is searched.
 std::vector<SpsInfo> findSps(const ByteSource& source);
 
 /// The size in the first parameter set that tells it.

@@ -98,7 +98,7 @@ void TsRemapper::handOut(Item& item) {
         return;
     }
     TsUnit& unit = item.unit;
-    if (item.isRepetition) { // the same again, with what has been changed in the first
+    if (item.isRepetition) { // gets the same changes as the packet that it repeats
         const TsUnit& first = m_lastTables[item.pid];
         const size_t size = std::min(unit.payloadSize(), first.payloadSize());
         std::copy_n(first.packet.end() - size, size, unit.packet.end() - size);
@@ -110,8 +110,8 @@ void TsRemapper::handOut(Item& item) {
     m_sink(unit.packet.data(), kTsPacketSize);
 }
 
-/// The first packet keeps its number. One that does not count, or is sent again, has the number of
-/// the packet before.
+/// The first packet keeps its number. A packet without payload, and one that is sent again, has the
+/// number of the packet before.
 void TsRemapper::renumber(TsUnit& unit, int newPid, Continuity::Verdict verdict) {
     const bool counts = unit.hasPayload() && verdict != Continuity::Verdict::Duplicate;
     int counter = m_streams.GetEsCounter(newPid);

@@ -19,33 +19,34 @@ namespace hastool {
 struct TsReport;
 
 /// Rewrites packets: their PIDs, their continuity counters, which then count without a gap, and the
-/// PIDs that the tables name, with the tables' checksums. What comes in goes out in its order;
-/// while a table's section is not whole, all that came since its begin waits.
+/// PIDs that the tables name, with the tables' checksums. Everything goes out in the order it came
+/// in; while a table's section is not whole, all packets since its begin wait.
 class TsRemapper {
 public:
     /// The most packets, and pieces between them, that wait for the rest of a section: 12 MB, some
     /// seconds of any stream, where tables come several times a second.
     static constexpr size_t kMaxWaiting = 65536;
 
-    /// @param report  of the whole stream. @throws ToolError when it has no room for the PIDs
+    /// @param report  of the whole stream. @throws ToolError when the map has more PIDs than the
+    ///                library can count packets of
     /// @param where   names the stream in messages
     TsRemapper(PidMap map, const TsReport& report, std::string where, PieceSink sink);
 
-    /// Takes the next packet. @throws ToolError when a section goes on for longer than may wait
+    /// Takes the next packet. @throws ToolError when more than kMaxWaiting wait for a section
     void push(const TsUnit& unit);
     /// Takes bytes between packets, which stay as they are. @throws ToolError as push()
     void keep(const unsigned char* data, size_t size);
     /// Says that there is no more.
     void finish() { handOut(m_next); }
 
-    /// Packets with another PID now.
+    /// How many packets have got another PID.
     uint64_t rewritten() const { return m_rewritten; }
 
 private:
     /// A packet, or bytes outside of packets.
     struct Item {
         TsUnit unit;
-        int pid = -1; ///< as it came; -1 for bytes
+        int pid = -1; ///< the old PID; -1 for bytes
         bool isTable = false;
         bool isRepetition = false;
         std::string bytes;
@@ -61,7 +62,7 @@ private:
     const std::string m_where;
     PieceSink m_sink;
     std::map<int, SectionPatcher> m_tables;
-    std::map<int, TsUnit> m_lastTables;     ///< the last one handed out, by old PID
+    std::map<int, TsUnit> m_lastTables;     ///< the last packet of tables that went out, by old PID
     std::map<int, Continuity> m_continuity; ///< by old PID
     hascommon::TsProcessData m_streams;     ///< by new PID
     std::deque<Item> m_waiting;

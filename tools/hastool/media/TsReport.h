@@ -32,14 +32,14 @@ struct PidReport {
 /// A program of the PAT.
 struct ProgramReport {
     int pmtPid = 0;
-    bool hasPmt = false; ///< it was seen, and the latest is this:
+    bool hasPmt = false; ///< whether a PMT has come; `pmt` is the latest
     PmtSection pmt;
 };
 
 /// What the library's broadband parser made of the stream.
 struct BroadbandReport {
-    unsigned int pmtPid = 0; ///< 0 for none
-    unsigned int ecmPid = 0; ///< 0 for none
+    unsigned int pmtPid = 0; ///< 0 when it found no PMT
+    unsigned int ecmPid = 0; ///< 0 when it found no ECMs
     Bytes privateData;
     uint64_t ecmPackets = 0;
 };
@@ -55,7 +55,7 @@ struct TsReport {
     int streamId = 0;
     std::map<int, PidReport> pids;
     std::map<int, ProgramReport> programs; ///< by number
-    int networkPid = 0;                    ///< 0 for none
+    int networkPid = 0;                    ///< of the network's own table; 0 when there is none
     std::vector<CaInfo> cat;
     BroadbandReport broadband;
 
@@ -63,7 +63,7 @@ struct TsReport {
     std::string roleOf(int pid) const;
     /// The stream with this PID; null when no PMT names it.
     const PmtStream* streamOf(int pid) const;
-    /// The clock references that a program goes by; null when there are none.
+    /// The clock references of a program; null when it has none.
     const PcrRange* clockOf(const ProgramReport& program) const;
 
 private:

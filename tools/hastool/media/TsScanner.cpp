@@ -9,7 +9,7 @@ constexpr unsigned int kPcrFlag = 0x10;
 constexpr unsigned int kPcrFieldEnd = 7; // flags and clock reference
 constexpr unsigned long long kTicksPerClock = 300;
 
-/// Whether a PMT may begin in a packet. Those that no PAT names are dropped in the end.
+/// Whether a PMT may begin in a packet. PMTs that no PAT names are dropped in the end.
 bool mayHaveTables(const TsUnit& unit, int pid) {
     if (pid == 0 || pid == 1)
         return true;

@@ -1,4 +1,4 @@
-// Takes a transport stream's measure.
+// Reports what is in a transport stream.
 #pragma once
 
 #include "Continuity.h"
@@ -14,9 +14,8 @@
 
 namespace hastool {
 
-/// Reads a transport stream from begin to end. A PMT that comes before the PAT which names it
-/// counts as well. Damaged packets are counted and not looked into; scrambled tables are left
-/// alone.
+/// Reads a transport stream from begin to end. A PMT counts even if it comes before the PAT that
+/// names it. Damaged packets are only counted; scrambled tables are not read.
 class TsScanner {
 public:
     TsScanner();
@@ -32,7 +31,7 @@ private:
     struct Pid {
         PidReport report;
         Continuity continuity;
-        std::unique_ptr<PsiAssembler> tables; ///< of a PID that may have some
+        std::unique_ptr<PsiAssembler> tables; ///< null for a PID that cannot carry tables
     };
 
     void take(const TsUnit& unit);

@@ -1,4 +1,4 @@
-// A transport stream's measure as a user reads it.
+// The report on a transport stream as a user reads it.
 #pragma once
 
 #include "TsReport.h"

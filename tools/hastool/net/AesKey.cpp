@@ -15,7 +15,7 @@ bool hasPrefix(const std::string& text) {
     return text.size() >= 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
 }
 
-/// The digits alone are looked at here; the library takes any character for one.
+/// Checked here, as the library takes any character for a digit.
 bool areDigits(const std::string& text) {
     return std::all_of(text.begin(), text.end(),
                        [](unsigned char it) { return std::isxdigit(it) != 0; });
@@ -42,14 +42,14 @@ std::optional<AesBytes> parseIvAttribute(const std::string& text) {
     const std::string digits = text.substr(2);
     if (digits.empty() || digits.size() > kDigits || !areDigits(digits))
         return std::nullopt;
-    // The library reads whole bytes only.
+    // The library reads pairs of digits, so the number is filled up to all of them.
     return bytesOf(std::string(kDigits - digits.size(), '0') + digits);
 }
 
 AesBytes ivOfSequence(uint64_t sequence) {
     AesBytes iv;
     sequenceToiv(static_cast<unsigned int>(sequence), iv.data(), iv.size());
-    // The library's numbers have 32 bits; the upper ones go before them in the same way.
+    // The library writes 32 bits at the end; the upper 32 are written in front of them.
     sequenceToiv(static_cast<unsigned int>(sequence >> 32), iv.data(), iv.size() - 4);
     return iv;
 }

@@ -7,10 +7,10 @@
 
 namespace hastool {
 
-/// Bytes from an offset on: so many, or all.
+/// Bytes from an offset on.
 struct ByteRange {
     uint64_t first = 0;
-    std::optional<uint64_t> length;
+    std::optional<uint64_t> length; ///< nothing: up to the end
 
     bool operator==(const ByteRange& other) const {
         return first == other.first && length == other.length;
@@ -28,10 +28,10 @@ struct Resource {
     bool operator!=(const Resource& other) const { return !(*this == other); }
 };
 
-/// The first and last offset joined by a hyphen, without the last where the end is open.
+/// "A-B", the first and the last offset; "A-" where the range has no length.
 std::string rangeText(const ByteRange& range);
 
-/// Reads "A-B" or "A-"; nothing when the text is neither or ends before it begins.
+/// Reads "A-B" or "A-"; nothing for other text, and where B is below A.
 std::optional<ByteRange> parseRange(const std::string& text);
 
 } // namespace hastool

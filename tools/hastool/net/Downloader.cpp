@@ -13,7 +13,7 @@
 namespace hastool {
 namespace {
 
-constexpr int kMaxParallel = 20; // the engine's units
+constexpr int kMaxParallel = 20; // the engine has no more units
 constexpr int kLoopMicroseconds = 1000;
 constexpr long kPartialContent = 206;
 constexpr std::chrono::milliseconds kMaxRetryPause{30000};
@@ -47,7 +47,7 @@ void Downloader::openEngine() {
     else
         m_curl = std::make_unique<Curl>(hascommon::CURL_THREAD_PACED, kLoopMicroseconds,
                                         m_options.cookieId);
-    m_curl->SetStrictCookies(true); // First: for the stored cookies too.
+    m_curl->SetStrictCookies(true); // Before Init(), so that it holds for the stored cookies too.
     m_curl->Init(this, m_traffic);
     m_curl->SetAgent(m_options.agent);
     m_curl->SetProxy(m_options.proxy);
@@ -82,8 +82,8 @@ bool Downloader::pump() {
     return m_running > 0 || !m_queue.empty();
 }
 
-/// A unit stays with the host that it served first. A download for which no unit is left waits;
-/// where nothing runs that could free one, it gets a fresh engine.
+/// A unit stays with the host that it served first. A download for which no unit is left waits, or
+/// gets a fresh engine when nothing runs that could free a unit.
 void Downloader::beginQueued() {
     for (size_t i = 0; i < m_queue.size() && m_running < m_parallel;) {
         Transfer& transfer = *m_transfers.at(m_queue[i]);
@@ -107,7 +107,7 @@ void Downloader::beginQueued() {
 }
 
 Downloader::Begun Downloader::begin(Transfer& transfer) {
-    // libcurl knows more than a player should follow a playlist to, local files above all.
+    // libcurl knows other schemes too, which no playlist may lead to: local files above all.
     const hascommon::GURL url(transfer.resource.url);
     if (!url.SchemeIs("http") && !url.SchemeIs("https"))
         return Begun::Failed;
@@ -266,7 +266,7 @@ int Downloader::OnDataReceived(hascommon::UnitObject* unit, int, unsigned char* 
     return 0;
 }
 
-/// Drops what comes before and behind the bytes that are wanted and hands on the rest.
+/// Hands on the bytes that are wanted; drops those before and behind them.
 void Downloader::deliver(Transfer& transfer, hascommon::UnitObject* unit, const unsigned char* data,
                          size_t size) {
     if (!transfer.answered)
@@ -285,7 +285,7 @@ void Downloader::deliver(Transfer& transfer, hascommon::UnitObject* unit, const 
     }
     transfer.delivered += size;
     transfer.complete = range.length && transfer.delivered == *range.length;
-    // The connection is of further use only where the answer ends with the range.
+    // An answer that goes on behind the range is broken off, at the cost of its connection.
     if (transfer.complete && !transfer.isPart)
         m_curl->Cancel(unit);
 }

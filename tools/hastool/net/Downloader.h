@@ -24,11 +24,11 @@ struct EngineOptions {
     std::string agent;
     std::string proxy;
     std::optional<unsigned int> engineInfo;
-    std::string caFile; ///< trusted certificates; servers are verified when there is one
+    std::string caFile; ///< trusted certificates; empty: servers are not verified
     /// A connection that breaks counts as a body cut short, which is retried.
     bool retriesBrokenConnections = false;
     int maxRetries = 20;
-    /// How long the first repetition waits; each further one twice as long, up to half a minute.
+    /// The pause before the first retry; each further pause is twice as long, up to half a minute.
     std::chrono::milliseconds retryPause{0};
 };
 
@@ -42,14 +42,14 @@ struct Outcome {
     long redirects = 0;
     std::chrono::milliseconds latency{0}; ///< to the first byte, of the last attempt
     std::chrono::milliseconds time{0};    ///< of all attempts
-    std::string url;                      ///< where it came from, behind all redirects
-    std::string failure;                  ///< why not ok
+    std::string url;                      ///< where it came from, after all redirects
+    std::string failure;                  ///< why it is not ok
 };
 
 /// Queues downloads over one engine, 20 at once at most, and repeats those that the engine counts
-/// as worth repeating: HTTP 403, 404, 500, 503, 504 and bodies cut short. What is already there is
-/// kept and the rest asked for. Each such end holds the engine, and all that runs over it, for half
-/// a second.
+/// as worth repeating: HTTP 403, 404, 500, 503, 504 and bodies cut short. Bytes that have come are
+/// kept, and only the rest is asked for. Each such failure holds up the engine, with all its other
+/// downloads, for half a second.
 ///
 /// One thread owns the object and calls all operations; sinks are written on the engine's thread.
 class Downloader : private hascommon::ICurlCB {
@@ -67,11 +67,11 @@ public:
     /// How many downloads run at once, 1 to 20.
     void setParallel(int count);
 
-    /// Sets what is told of repetitions; called by pump().
+    /// Sets the function that is told of repetitions; pump() calls it.
     void onRetry(RetryHook hook) { m_retryHook = std::move(hook); }
 
     /// Queues a download. The sink is borrowed until the download has ended.
-    /// @param whole  a range that ends early is a body cut short
+    /// @param whole  whether a range that ends early counts as a body cut short
     Id add(const Resource& resource, ByteSink& sink, bool whole = false);
 
     /// Begins what can be begun and collects what has ended; to be called again and again.
@@ -110,10 +110,10 @@ private:
         // Written on the engine's thread:
         std::atomic<uint64_t> expected{0};
         std::atomic<uint64_t> delivered{0}; ///< by all attempts
-        std::atomic<bool> refused{false};   ///< the sink has had enough
-        std::atomic<bool> complete{false};  ///< everything that was asked for is there
+        std::atomic<bool> refused{false};   ///< the sink took no more
+        std::atomic<bool> complete{false};  ///< all bytes of a range with a length are there
         bool answered = false;              ///< this attempt's status is known
-        bool isPart = false;                ///< it answers with the range
+        bool isPart = false;                ///< the server answers with the range, not with all
         uint64_t skip = 0;                  ///< bytes to drop before the first that is wanted
     };
     enum class Begun { Yes, NoUnit, Failed };
@@ -129,7 +129,7 @@ private:
     void collect();
     void conclude(Id id, Transfer& transfer, int code);
     void repeat(Id id, Transfer& transfer, const std::string& why);
-    /// What a transfer's end told.
+    /// What the engine says of a transfer that has ended.
     struct Ending {
         hascommon::Curl::UnitInfo info;
         hascommon::DownloadFailure failure;

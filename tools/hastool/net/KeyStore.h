@@ -20,11 +20,11 @@ public:
         : m_fetch(std::move(fetch)) {}
 
     /// The key at a URL. @throws ToolError when it cannot be had or is not 16 bytes long
-    /// @param wanted  what it is for, for the message: "segment 7"
+    /// @param wanted  what needs the key, for the message: "segment 7"
     const AesBytes& get(const std::string& url, const std::string& wanted);
 
-    /// The most keys that are kept. A stream that changes its key by the segment has a day's worth
-    /// of some tens of thousands, and needs none of them twice.
+    /// The most keys that are kept. A stream with a new key for each segment would bring tens of
+    /// thousands in a day, and needs each only once.
     static constexpr size_t kMaxKeys = 256;
 
 private:

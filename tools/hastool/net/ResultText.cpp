@@ -15,7 +15,7 @@ struct Meaning {
     const char* text;
 };
 
-/// libcurl's results by number, as it renames and retires the constants.
+/// libcurl's results by number, since it renames and retires their constants.
 constexpr Meaning kFailures[] = {
     {3, "not a URL that can be requested"},
     {5, "proxy not found"},
@@ -65,7 +65,7 @@ std::string connectFailure(int osError) {
     return text;
 }
 
-/// Servers and playlists have a say in libcurl's words.
+/// libcurl's messages quote servers and playlists: what they send must not control a terminal.
 std::string onOneLine(std::string text) {
     const auto isForeign = [](char c) { return c < ' ' || c > '~'; };
     std::replace_if(text.begin(), text.end(), isForeign, '?');
@@ -92,7 +92,7 @@ std::string shortFailureText(int code, const hascommon::DownloadFailure& failure
 }
 
 std::string failureText(int code, const hascommon::DownloadFailure& failure, bool viaProxy) {
-    // Without a failure of libcurl's the download's owner, not the network, has ended it.
+    // Where libcurl tells no failure, the download's owner has ended it, not the network.
     if (code == hascommon::RESULT_CANCELLED || failure.curlCode == CURLE_OK)
         return resultText(code, failure.httpStatus);
     std::string text = shortFailureText(code, failure);

@@ -32,7 +32,7 @@ bool SegmentDecryptor::write(const unsigned char* data, size_t size) {
 bool SegmentDecryptor::decrypt(const unsigned char* data, size_t size) {
     if (!m_failure.empty())
         return false;
-    // The library only reads what it is given.
+    // The library takes a pointer to non-const bytes, but only reads them.
     auto* const in = const_cast<unsigned char*>(data);
     const int plain = m_decrypt.Do(in, static_cast<unsigned int>(size), m_room.data());
     m_size += size;

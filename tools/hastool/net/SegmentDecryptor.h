@@ -1,4 +1,4 @@
-// Decryption on the way to where bytes go.
+// Decryption of a segment while it comes in.
 #pragma once
 
 #include "AesKey.h"

@@ -18,10 +18,10 @@ public:
     explicit DashAddressingReader(const std::string& url)
         : m_url(url) {}
 
-    /// Takes an element into what the levels above it say; one of another name changes nothing.
-    /// @throws ToolError for a value that cannot be used, and for more than kMaxDashRuns segments
-    /// or
-    ///         runs in all that was read
+    /// Puts what an element says in the place of what the levels above it said; an element of
+    /// another name changes nothing.
+    /// @throws ToolError for a value that cannot be used, and when all elements together list more
+    ///         than kMaxDashRuns segments and runs
     void read(const hascommon::XmlElement& element, DashAddressing& addressing);
 
 private:

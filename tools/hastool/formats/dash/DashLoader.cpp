@@ -22,7 +22,7 @@ DashLoader::DashLoader(const Document& document, FetchDocument fetch, const Time
     take(document);
 }
 
-/// Whatever has to be fetched is, before anything changes.
+/// All documents are fetched first, as a fetch may throw: until then nothing has changed.
 void DashLoader::take(const Document& document) {
     DashManifest manifest = parseDashManifest(
         document.text, document.url, [this](const std::string& url) { return fetchRemote(url); });
@@ -32,7 +32,7 @@ void DashLoader::take(const Document& document) {
     m_loadedAt = m_clock.steady();
 }
 
-/// What stands elsewhere stays as it is, however often the manifest is loaded again.
+/// Each such document is fetched once, however often the manifest is loaded again.
 std::string DashLoader::fetchRemote(const std::string& url) {
     const auto known = m_remotes.find(url);
     if (known != m_remotes.end())
@@ -43,7 +43,7 @@ std::string DashLoader::fetchRemote(const std::string& url) {
     return m_remotes[url] = std::move(text);
 }
 
-/// By the first way to the server's clock that can be gone.
+/// By the first clock of the manifest that can be read.
 std::optional<double> DashLoader::clockOffset(const DashManifest& manifest,
                                               const std::string& url) const {
     for (const DashClock& clock : manifest.clocks) {
@@ -64,7 +64,7 @@ std::optional<double> DashLoader::timeOf(const DashClock& clock, const std::stri
         const std::string place = resolveHttpUrl(url, clock.value, url);
         return parseIsoDateTime(trimmed(fetch({place, std::nullopt}).text));
     } catch (const ToolError&) {
-        return std::nullopt; // There may be another way, and there is the own clock.
+        return std::nullopt; // Another clock may answer, and else the machine's is used.
     }
 }
 

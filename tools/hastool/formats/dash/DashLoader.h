@@ -12,8 +12,8 @@
 
 namespace hastool {
 
-/// Loads the manifest, again whenever it asks for that, with what of it stands elsewhere, and keeps
-/// to the server's clock. A load that fails changes nothing.
+/// Holds the manifest, with the parts of it that are documents of their own, loads it again, and
+/// knows the time by the server's clock. A load that fails leaves the manifest as it was.
 class DashLoader {
 public:
     using Clock = TimeSource::Steady;
@@ -22,12 +22,13 @@ public:
     DashLoader(const Document& document, FetchDocument fetch, const TimeSource& time);
 
     const DashManifest& manifest() const { return m_manifest; }
-    /// Where it came from; what it names is relative to this.
+    /// Where the manifest came from; the URLs in it are relative to this one.
     const std::string& url() const { return m_url; }
 
     /// When a dynamic manifest is to be loaded again; never where it does not say.
     std::optional<Clock::time_point> reloadDue() const;
-    /// Loads it again. @throws ToolError when that fails; it is then due an interval later
+    /// Loads the manifest again. @throws ToolError when that fails; the next try is then due after
+    /// the usual interval
     void reload();
 
     /// Fetches anything beside the manifest.
@@ -48,7 +49,7 @@ private:
     DashManifest m_manifest;
     Clock::time_point m_loadedAt;
     double m_clockOffset = 0;                     ///< seconds that the server is ahead
-    std::map<std::string, std::string> m_remotes; ///< what stands elsewhere, by URL
+    std::map<std::string, std::string> m_remotes; ///< documents that hold parts of it, by URL
 };
 
 } // namespace hastool

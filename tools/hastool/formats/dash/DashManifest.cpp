@@ -24,7 +24,7 @@ XmlElement findChild(const XmlElement& parent, const std::string& name) {
     return it;
 }
 
-/// In the place of an address: there is no element.
+/// An xlink:href with this value means that the element is to be left out.
 constexpr char kResolveToZero[] = "urn:mpeg:dash:resolve-to-zero:2013";
 
 /// "video" of "video/mp4".
@@ -32,7 +32,7 @@ std::string majorType(const std::string& mimeType) {
     return lowered(mimeType.substr(0, mimeType.find('/')));
 }
 
-/// What is handed down from level to level.
+/// What an element hands down to those inside it.
 struct Level {
     std::vector<std::string> baseUrls;
     DashAddressing addressing;
@@ -131,7 +131,7 @@ void Parser::readPeriod(const XmlElement& element, const Level& above) {
         fail("more than " + std::to_string(kMaxDashPeriods) + " Periods");
     DashPeriod period;
     period.id = element.Attribute("id");
-    period.start = duration(element, "start").value_or(-1); // completeTimes() finds it
+    period.start = duration(element, "start").value_or(-1); // completeTimes() fills it in
     period.duration = duration(element, "duration");
     Level level = above;
     descend(element, level);
@@ -142,7 +142,7 @@ void Parser::readPeriod(const XmlElement& element, const Level& above) {
     m_manifest.periods.push_back(std::move(period));
 }
 
-/// A set that cannot be used does not take the others along.
+/// A set that cannot be used is left out; the others stay.
 void Parser::readSet(const XmlElement& element, const Level& above, DashPeriod& period) {
     DashAdaptationSet set;
     set.contentType = lowered(element.Attribute("contentType"));
@@ -205,7 +205,7 @@ DashRepresentation Parser::readRepresentation(const XmlElement& element, const L
     return result;
 }
 
-/// What would fail for every segment fails here.
+/// Finds faults here that would show only when each segment is asked for.
 void Parser::checkRepresentation(const DashRepresentation& representation) const {
     const DashAddressing& addressing = representation.addressing;
     if (addressing.kind == DashAddressing::Kind::List && !addressing.list)
@@ -226,16 +226,16 @@ void Parser::leaveOut(const std::string& what, const ToolError& error) {
     m_manifest.problems.push_back(prefix + what + " cannot be used: " + reason);
 }
 
-/// Of the one that is being read.
+/// The name of the period that is being read.
 std::string Parser::periodName() const {
     return "Period " + std::to_string(m_manifest.periods.size() + 1);
 }
 
-/// Reads an element, or what stands elsewhere in its place (ISO/IEC 23009-1, 5.5). Where that
-/// cannot be had, what the element itself has is read.
+/// Reads an element, or the elements that its xlink:href names in its place (ISO/IEC 23009-1, 5.5).
+/// Where these cannot be had, the element itself is read.
 template<typename Read>
 void Parser::readLinked(const XmlElement& element, const Level& level, const Read& read) {
-    // Where the prefix stands for nothing, the reader takes it for a part of the name.
+    // Where the manifest does not declare the prefix, the reader takes it for a part of the name.
     const char* const name = element.HasAttribute("href") ? "href" : "xlink:href";
     const std::string href = m_isRemote ? "" : trimmed(element.Attribute(name));
     if (href == kResolveToZero)
@@ -264,8 +264,8 @@ void Parser::readLinked(const XmlElement& element, const Level& level, const Rea
     m_isRemote = false;
 }
 
-/// What stands elsewhere may be several elements, which are no document by themselves: they are
-/// then read within one.
+/// The document may be several elements in a row, which is not well-formed: an element is then put
+/// around them.
 std::unique_ptr<XmlDocument> Parser::fetchRemote(const Level& level, const std::string& href) {
     if (++m_remotes > kMaxDashRemotes)
         fail("more than " + std::to_string(kMaxDashRemotes) + " elements that stand elsewhere");
@@ -315,7 +315,7 @@ void Parser::completeTimes() {
     }
 }
 
-/// Takes what an element itself says into the level.
+/// Adds what an element itself says to what the levels above it said.
 void Parser::descend(const XmlElement& element, Level& level) {
     bool hasBase = false;
     for (XmlElement it = element.FirstChild(); it; it = it.Next()) {

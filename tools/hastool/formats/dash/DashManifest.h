@@ -37,7 +37,7 @@ struct DashAddressing {
     std::optional<uint64_t> duration; ///< of every segment, in units of the timescale
     std::shared_ptr<const std::vector<DashRun>> timeline; ///< null where there is none
     std::string media;                                    ///< a template
-    std::string initialization; ///< a template, or a URL where it came by sourceURL
+    std::string initialization; ///< a template, or the URL of a sourceURL attribute
     bool isInitTemplate = false;
     bool hasInitialization = false;
     std::optional<ByteRange> initRange;
@@ -80,7 +80,7 @@ struct DashPeriod {
     std::vector<DashAdaptationSet> sets;
 };
 
-/// The way to the server's clock.
+/// One UTCTiming: how to read the server's clock.
 struct DashClock {
     std::string scheme;
     std::string value;
@@ -96,26 +96,26 @@ struct DashManifest {
     std::string location;                      ///< where to load it again, as written
     std::vector<DashClock> clocks;
     std::vector<DashPeriod> periods;   ///< in order, at least one
-    std::vector<std::string> problems; ///< what of it cannot be used, and why; a line each
+    std::vector<std::string> problems; ///< which parts cannot be used, and why; a line each
 };
 
 /// The most that a manifest may list.
 constexpr size_t kMaxDashPeriods = 10000;
-constexpr size_t kMaxDashRemotes = 100; ///< that stand elsewhere; each is fetched by itself
+constexpr size_t kMaxDashRemotes = 100; ///< parts in documents of their own, fetched one by one
 constexpr size_t kMaxDashRuns = 500000;
 
 /// Whether a document looks like a DASH manifest: its outermost element is an MPD.
 bool looksLikeDash(const std::string& text);
 
-/// Fetches what stands elsewhere, by the absolute URL. @throws ToolError when that fails
+/// Fetches a part of the manifest from its absolute URL. @throws ToolError when that fails
 using FetchDashRemote = std::function<std::string(const std::string& url)>;
 
-/// Parses a manifest. Of its adaptation sets and representations those that cannot be used are left
-/// out, which `problems` tells; so are periods that stand elsewhere and cannot be had.
+/// Parses a manifest. Adaptation sets and representations that cannot be used are left out, and so
+/// are periods whose own document cannot be had; `problems` tells which.
 /// @param url          where it came from; names it in messages
-/// @param fetchRemote  for periods and adaptation sets that stand elsewhere (xlink:href)
-/// @throws ToolError for what is no manifest, for a value of all its periods that cannot be used,
-///         and where nothing of it can be
+/// @param fetchRemote  for periods and adaptation sets in documents of their own (xlink:href)
+/// @throws ToolError for text that is no manifest, for a value of the MPD or of a Period that
+///         cannot be used, and where nothing is left to play
 DashManifest parseDashManifest(const std::string& text, const std::string& url,
                                const FetchDashRemote& fetchRemote = {});
 

@@ -9,7 +9,7 @@
 namespace hastool {
 namespace {
 
-/// Its place among all representations of the period.
+/// The place of a representation among all of its period.
 int numberOf(const DashPeriod& period, const DashRepresentation& representation) {
     int number = 0;
     for (const DashAdaptationSet& set : period.sets) {

@@ -10,9 +10,9 @@
 namespace hastool {
 namespace {
 
-constexpr double kLiveDistance = 3; // segments before the end, where nothing else is said
+constexpr double kLiveDistance = 3; // segments before the end, where the manifest does not say
 constexpr std::chrono::milliseconds kAskAgain{200};
-constexpr double kStartedAnew = 60; // seconds behind the end: its time starts anew
+constexpr double kStartedAnew = 60; // seconds: a track so far beyond the live end joins anew
 
 std::string labelOf(const DashRepresentation& representation) {
     if (representation.width == 0 || representation.height == 0)
@@ -72,13 +72,14 @@ NextPiece DashPresentation::next(size_t track, size_t stream) {
     return wait(reading);
 }
 
-/// Segments that are only counted come with the time, whenever the manifest is due.
+/// Asks again soon even where no new manifest is due: segments that the manifest does not list one
+/// by one become available as time passes.
 NextPiece DashPresentation::wait(DashReading& reading) const {
     const auto soon = m_loader.clock().steady() + kAskAgain;
     return reading.wait.wait(std::min(m_loader.reloadDue().value_or(soon), soon), m_loader.url());
 }
 
-/// A failure is ridden out until the live time-out.
+/// A failure ends the play only after the live time-out, see LiveWait.
 void DashPresentation::reloadWhenDue() {
     const auto due = m_loader.reloadDue();
     if (!due || m_loader.clock().steady() < *due)
@@ -97,7 +98,7 @@ void DashPresentation::reloadWhenDue() {
         reading.findIn(manifest().periods);
 }
 
-/// All tracks begin at the same time.
+/// Puts a track where all tracks begin, at the same time.
 void DashPresentation::join(DashReading& reading) {
     rejoinWhenStartedAnew(reading);
     if (reading.isJoined())

@@ -16,8 +16,8 @@ namespace hastool {
 ///
 /// One video adaptation set and one audio set beside it are played, or the only one there is. A
 /// static presentation is read from its begin. A dynamic one is joined a few segments before its
-/// end and read by time; its manifest is loaded again as it asks for. What the streams of the first
-/// period stand for in a later one is found by bitrate.
+/// end and read by time; its manifest is loaded again as it asks for. The streams are those of the
+/// first period; in a later period each stands for the representation that matches its bitrate.
 class DashPresentation : public Presentation {
 public:
     /// @param liveTimeout  how long a live presentation may stay without a new segment
@@ -44,7 +44,7 @@ private:
     DashTimeline m_timeline{m_loader};
     std::vector<TrackInfo> m_tracks;
     std::vector<DashReading> m_readings;
-    std::optional<double> m_joinTime; ///< that all tracks begin at
+    std::optional<double> m_joinTime; ///< where all tracks begin; nothing until it is known
 };
 
 } // namespace hastool

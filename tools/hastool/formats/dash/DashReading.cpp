@@ -61,7 +61,7 @@ void DashReading::findIn(const std::vector<DashPeriod>& periods) {
         m_period = static_cast<size_t>(same - periods.begin());
         return;
     }
-    // A period that went on under another name is left where it was read up to.
+    // The period is gone or has another name: the track goes on by time.
     const auto next = std::find_if(periods.begin(), periods.end(),
                                    [&](const DashPeriod& it) { return dashEndOf(it) > m_time; });
     const auto place = static_cast<size_t>(next - periods.begin());

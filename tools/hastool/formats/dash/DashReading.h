@@ -20,7 +20,7 @@ struct DashFound {
     DashSegment segment;
 };
 
-/// The place of one track: nowhere until it joins, then behind the segments that it was given.
+/// The place of one track: none until it joins, then behind the last segment that was handed out.
 class DashReading {
 public:
     explicit DashReading(LiveWait itsWait)
@@ -29,18 +29,18 @@ public:
     bool isJoined() const { return m_isJoined; }
     /// Goes to a time, to be read from there on.
     void join(double time);
-    /// Goes nowhere, to join anew.
+    /// Gives the place up, so that the track joins anew.
     void leave() { m_isJoined = false; }
 
     /// Seconds of the presentation before the next segment.
     double time() const { return m_time; }
-    /// The period that it reads, or is about to.
+    /// The period that the track reads, or will read next.
     size_t period() const { return m_period; }
 
-    /// What comes next in a period, its own or a later one: in the representation that was read
-    /// last the segment behind the last one, in another one that which follows in time. A new
-    /// period is read from its begin, however far the last segment of the one before reached into
-    /// it.
+    /// The segment that comes next in a period, which is the track's own or a later one. In the
+    /// representation that was read last it is the one behind the last segment; in another
+    /// representation the one that follows in time. A new period is read from its begin, even if
+    /// the last segment of the period before reached into it.
     std::optional<DashSegment> next(const DashPeriod& period, size_t number,
                                     const DashRepresentation& representation,
                                     const DashSegmentList& list, const DashWindow& window) const;
@@ -52,22 +52,22 @@ public:
     uint64_t lostBefore(const DashFound& found, const DashPeriod& period) const;
     /// Puts the place behind a segment.
     void moveBehind(const DashFound& found, const DashPeriod& period);
-    /// Finds the place in the manifest as it is now, which may have lost periods at its begin, or
-    /// got others between.
+    /// Finds the place in a manifest that was loaded again: it may have lost periods at its begin,
+    /// or have new ones in between.
     void findIn(const std::vector<DashPeriod>& periods);
 
-    LiveWait wait; ///< its own: what stands still is not hidden by what goes on
+    LiveWait wait; ///< one per track, so that a track that stands still is noticed
 
 private:
     double m_time = 0;
     size_t m_period = 0;
-    std::string m_periodId; ///< what that period is known by in the next state of the manifest
+    std::string m_periodId; ///< with the start, tells that period in a manifest loaded again
     double m_periodStart = 0;
-    bool m_hasBegun = false; ///< a segment of that period was given:
+    bool m_hasBegun = false; ///< a segment of that period was handed out; these two are of it:
     std::string m_representation;
     DashSegment m_last;
     bool m_isJoined = false;
-    bool m_isFirst = true; ///< nothing was given since it joined
+    bool m_isFirst = true; ///< nothing was handed out since the track joined
 };
 
 } // namespace hastool

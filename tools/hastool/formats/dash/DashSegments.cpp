@@ -56,13 +56,13 @@ double DashSegmentList::periodEnd() const {
     return m_periodStart + m_periodSeconds.value_or(std::numeric_limits<double>::infinity());
 }
 
-/// A time since the begin of the period in units of the timescale, rounded up.
+/// Seconds since the begin of the period in units of the timescale, rounded up.
 uint64_t DashSegmentList::ticksTo(double seconds) const {
     const double ticks = std::ceil((seconds - kTolerance) * m_scale);
     return ticks > 0 ? static_cast<uint64_t>(std::min(ticks, static_cast<double>(kMaxTime))) : 0;
 }
 
-/// Adds a run, but what of it does not begin behind the segment before.
+/// Adds a run without those of its segments that do not begin behind the last one.
 void DashSegmentList::addRun(const Run& run, uint64_t count) {
     Run next = run;
     next.position = m_end;
@@ -118,8 +118,8 @@ void DashSegmentList::addDurations(const std::string& where) {
     addRun({0, 0, duration, m_addressing.startNumber, true}, count);
 }
 
-/// Without times, one segment is the whole period. A list of more of them is not as it should be,
-/// but all have a share where the period's length is known.
+/// Without times, one segment is the whole period. A list of several breaks the rules; each gets an
+/// equal share of the period where its length is known.
 void DashSegmentList::addWhole(const std::string& where) {
     const uint64_t count = m_addressing.list ? m_addressing.list->size() : 1;
     if (m_addressing.kind != DashAddressing::Kind::List || count == 1) {
@@ -141,7 +141,7 @@ void DashSegmentList::addIndex(const std::string& where) {
     }
 }
 
-/// Finds which of the segments count.
+/// Leaves out what is beyond the list, the last number or the period.
 void DashSegmentList::clip(const std::string& where) {
     if (m_addressing.kind == DashAddressing::Kind::List) {
         if (!m_addressing.list)
@@ -161,7 +161,7 @@ void DashSegmentList::clip(const std::string& where) {
     });
 }
 
-/// A media time as one of the presentation; what lies before the offset comes out earlier.
+/// A media time as a time of the presentation; one before the offset lies before the period.
 double DashSegmentList::startOf(uint64_t time) const {
     if (m_index != nullptr) // the offset has the manifest's timescale
         return m_periodStart + static_cast<double>(time) / m_scale -
@@ -180,7 +180,7 @@ const DashSegmentList::Run& DashSegmentList::runOf(uint64_t position) const {
     return *(next - 1);
 }
 
-/// A segment without what it takes to fetch it: many are looked at before one is found.
+/// A segment's place in time, without its URL and range: a search looks at many of them.
 DashSegment DashSegmentList::placeAt(uint64_t position) const {
     const Run& run = runOf(position);
     const uint64_t i = position - run.position;
@@ -216,7 +216,7 @@ DashSegment DashSegmentList::segmentAt(uint64_t position) const {
     return segment;
 }
 
-/// The position of the first segment that counts and is not before.
+/// The position of the first segment that is not before; m_end when all are.
 template<typename Predicate>
 uint64_t DashSegmentList::partition(const Predicate& isBefore) const {
     uint64_t low = m_first;
@@ -237,7 +237,7 @@ bool DashSegmentList::isAvailable(uint64_t position, const DashWindow& window) c
            segment.start + segment.seconds <= window.until + kTolerance;
 }
 
-/// The first one from a position on that the window has.
+/// The first available segment from a position on.
 std::optional<DashSegment> DashSegmentList::firstFrom(uint64_t position,
                                                       const DashWindow& window) const {
     if (position < m_end && runOf(position).isClocked)
@@ -256,8 +256,8 @@ std::optional<DashSegment> DashSegmentList::at(double seconds, const DashWindow&
     return firstFrom(partition(isBefore), window);
 }
 
-/// Times stay when a live timeline loses segments at its begin, numbers need not; where there is no
-/// timeline, it is the numbers that are certain.
+/// A live timeline that loses segments at its begin keeps their times, but not always their
+/// numbers; without a timeline the numbers stay.
 std::optional<DashSegment> DashSegmentList::behind(const DashSegment& last,
                                                    const DashWindow& window) const {
     const bool byTime = m_index == nullptr && m_addressing.timeline;

@@ -1,4 +1,4 @@
-// From what a DASH manifest says to segments in time.
+// The segments that the addressing of a DASH manifest stands for.
 #pragma once
 
 #include "DashManifest.h"
@@ -34,9 +34,9 @@ struct DashWindow {
 /// the same whether it has one segment or a million.
 ///
 /// They come in order, each beginning behind the one before: what a timeline lists out of order is
-/// left out. Those that lie wholly before the period begins, or begin where it ends, do not count.
-/// A segment is in a window when it lies in it whole. What a timeline lists with a count is there
-/// whatever the window says.
+/// left out. Segments that end before the period begins, or begin where it ends or later, are left
+/// out too. A segment is available when it lies wholly in the window; those that a timeline lists
+/// with a count are always available.
 class DashSegmentList {
 public:
     /// @param addressing  borrowed
@@ -47,12 +47,12 @@ public:
     DashSegmentList(const DashAddressing& addressing, const DashPeriod& period,
                     const SegmentIndex* index, const std::string& where);
 
-    /// The first one in the window that does not lie before a time, but for a small part of it.
+    /// The first available segment of which more than a small part lies behind a time.
     std::optional<DashSegment> at(double seconds, const DashWindow& window) const;
-    /// The first one in the window behind another one, which may come from an earlier state of the
+    /// The first available segment behind another one, which may come from an earlier state of the
     /// same manifest.
     std::optional<DashSegment> behind(const DashSegment& last, const DashWindow& window) const;
-    /// The last one in the window.
+    /// The last available segment.
     std::optional<DashSegment> last(const DashWindow& window) const;
 
 private:
@@ -62,7 +62,7 @@ private:
         uint64_t time = 0;
         uint64_t duration = 0;
         uint64_t number = 0;
-        bool isClocked = true; ///< the window says which of them are there
+        bool isClocked = true; ///< the window says which of them are available
     };
 
     void addTimeline(const std::string& where);
@@ -89,11 +89,11 @@ private:
     std::optional<double> m_periodSeconds;
     double m_scale;
     std::vector<Run> m_runs;
-    uint64_t m_first = 0; ///< positions that count
+    uint64_t m_first = 0; ///< positions from here to m_end are in the period
     uint64_t m_end = 0;
 };
 
-/// The length of a segment as far as order goes: one whose length is not known has some.
+/// The length of a segment in seconds; a small one where it is not known, so that time moves on.
 double dashLength(const DashSegment& segment);
 
 /// @throws ToolError for a timeline whose times overflow

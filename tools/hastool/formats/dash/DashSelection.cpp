@@ -21,7 +21,7 @@ const DashAdaptationSet* findSet(const DashPeriod& period, const char* type) {
     return best;
 }
 
-/// The set of the main track; where no set says that it has video or audio, one of unknown content.
+/// The set of the main track: of video, else of audio, else of unknown content.
 const DashAdaptationSet* findMainSet(const DashPeriod& period) {
     for (const char* const type : {"video", "audio", ""}) {
         if (const DashAdaptationSet* const set = findSet(period, type))

@@ -10,9 +10,9 @@ namespace hastool {
 /// The representations of a period that a track chooses from, in ascending order of bitrate, one
 /// per bitrate.
 ///
-/// For video the first set of a kind that can be played, trick modes apart; for audio the first set
-/// whose role is main, or else the first. Sets of other kinds are not played. Where a period has
-/// only audio, it is what the main track plays.
+/// The main track plays video, else audio, else a set of unknown content; the track beside it plays
+/// audio. Of several such sets it is the first whose role is main, or else the first. Sets for
+/// trick modes are not played.
 /// @param isAudio  the track beside the main one
 /// @return nothing when the period has no such set
 std::vector<const DashRepresentation*> selectRepresentations(const DashPeriod& period,

@@ -1,4 +1,4 @@
-// Which segments of a DASH presentation there are at a time.
+// Which segments of a DASH presentation are available at a time.
 #pragma once
 
 #include "DashLoader.h"
@@ -11,10 +11,10 @@
 
 namespace hastool {
 
-/// The periods' segments, of the manifest as it is now.
+/// The segments of all periods, by the manifest as it is now.
 class DashTimeline {
 public:
-    /// Where a live presentation stands.
+    /// The end of what a live presentation has so far.
     struct Edge {
         double time = 0;    ///< seconds of the presentation
         double segment = 0; ///< length of the last segment, in seconds
@@ -24,14 +24,13 @@ public:
     explicit DashTimeline(const DashLoader& loader)
         : m_loader(loader) {}
 
-    /// To be called when the manifest has been loaded again: what came from it is gone.
+    /// To be called when the manifest has been loaded again: drops the lists made from the old one.
     void forget() { m_lists.clear(); }
 
-    /// What is to be had now: all of a static presentation, and of a dynamic one what its server
-    /// has and still keeps.
+    /// What can be had now: all of a static presentation; of a dynamic one what its server has by
+    /// now and still keeps.
     DashWindow window() const;
-    /// Where the last segment that is there ends, of the streams that are played for their picture;
-    /// nothing while there is none.
+    /// Where the last available segment of the main track ends; nothing while there is no segment.
     std::optional<Edge> edge();
     /// Whether nothing will be added to a period.
     /// @param time  up to which it was read, in seconds
@@ -49,7 +48,7 @@ private:
     std::map<std::string, SegmentIndex> m_indexes;                ///< by URL and range
 };
 
-/// Times of periods that differ by less are the same: ends are rounded.
+/// Times of periods that differ by less, in seconds, count as the same: manifests round them.
 constexpr double kDashTolerance = 0.001;
 
 /// When a period ends, in seconds of the presentation; never where that is not known.

@@ -46,7 +46,7 @@ std::optional<Resource> DashUrls::init() const {
                 m_manifestUrl);
         return Resource{resolveHttpUrl(m_base, url, m_manifestUrl), addressing.initRange};
     }
-    // Before the index stands what has to be known first.
+    // Where the manifest names no initialisation, it is what stands before the index.
     const auto before = index();
     if (before && before->range->first > 0)
         return Resource{m_base, ByteRange{0, before->range->first}};

@@ -20,11 +20,11 @@ public:
 
     /// @throws ToolError for a template that cannot be filled in, or a URL that is not HTTP
     Resource media(const DashSegment& segment) const;
-    /// What has to be known before the segments; nothing where they stand alone.
+    /// The initialisation; nothing where the segments need none that can be fetched.
     /// @throws ToolError as media()
     std::optional<Resource> init() const;
-    /// What has to be known before the segments, where the manifest itself has it (a data URL, RFC
-    /// 2397). @throws ToolError for one that is not base64
+    /// The bytes of an initialisation that stands in the manifest itself (a data URL, RFC 2397);
+    /// nothing where none does. @throws ToolError for a data URL that is not base64
     std::optional<std::string> inlineInit() const;
     /// Where the index of the segments is; nothing where the segments have no index.
     std::optional<Resource> index() const;

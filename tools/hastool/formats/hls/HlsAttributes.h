@@ -19,9 +19,9 @@ public:
     bool has(const std::string& name) const { return m_values.count(name) > 0; }
     /// The value without its quotation marks; empty when there is none.
     std::string get(const std::string& name) const;
-    /// Puts the values of variables in, where there may be references: in quoted strings and in
-    /// hexadecimal sequences.
-    /// @return what is wrong, as of HlsVariables::substitute(); nothing when all is well
+    /// Replaces references to variables by their values in quoted strings and in hexadecimal
+    /// sequences, the two kinds of value that may hold references.
+    /// @return the `problem` of HlsVariables::substitute(); nothing when all is well
     std::optional<std::string> substitute(HlsVariables& variables);
 
 private:

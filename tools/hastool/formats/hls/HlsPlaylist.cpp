@@ -118,7 +118,8 @@ void Parser::fail(const std::string& what) const {
     throw ToolError(m_line == 0 ? m_url : placeIn(m_url, m_line), what);
 }
 
-/// A playlist that was cut short, or is being written, ends like this.
+/// Drops a segment that has no URI: a playlist that was cut short, or is still being written, ends
+/// with one.
 void Parser::dropSegment() {
     constexpr size_t kMost = 20; // more of them say nothing new
     m_hasDuration = false;
@@ -287,7 +288,7 @@ void Parser::onStreamInf(std::string_view value) {
     m_variant = std::move(variant);
 }
 
-/// A date that cannot be read counts as not given.
+/// A date that cannot be read is ignored.
 void Parser::onDateTime(std::string_view value) {
     m_pending.dateTime = parseIsoDateTime(std::string(value));
 }

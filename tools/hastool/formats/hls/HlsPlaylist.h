@@ -33,12 +33,12 @@ struct HlsRendition {
 /// An advertisement that begins or ends before a segment (EXT-X-CUE-OUT, EXT-X-CUE-IN).
 enum class HlsCue { None, Out, In };
 
-/// The EXT-X-KEY that holds for a segment. Where several of different KEYFORMATs do, it is the one
-/// whose key is what lies at its URI.
+/// The EXT-X-KEY that holds for a segment. Where several with different KEYFORMATs hold, it is the
+/// one of the format "identity", if there is one: its key is the bytes at its URI.
 struct HlsKey {
     std::string method;
-    std::string uri; ///< as written; there for AES-128
-    std::string iv;  ///< as written; empty, or for AES-128 what parseIvAttribute() reads
+    std::string uri; ///< as written; never empty for AES-128
+    std::string iv;  ///< as written; for AES-128 empty or a text that parseIvAttribute() reads
     std::string format = "identity";
 };
 
@@ -46,7 +46,7 @@ struct HlsKey {
 struct HlsMap {
     std::string uri;
     std::optional<ByteRange> range;
-    std::shared_ptr<const HlsKey> key; ///< that holds where it is declared; null when it is clear
+    std::shared_ptr<const HlsKey> key; ///< in force where the map is declared; null when clear
 };
 
 /// One media segment.
@@ -72,22 +72,22 @@ struct HlsPlaylist {
     uint64_t mediaSequence = 0;
     bool ended = false; ///< no segment will be added
     HlsVariables variables;
-    std::vector<std::string> warnings; ///< what was left out of it, and where; a line each
+    std::vector<std::string> warnings; ///< what was left out, and where; a line each
 
     bool isMaster() const { return !variants.empty(); }
 };
 
-/// The most that a playlist may come to. A day of one-second segments is 86,400 of them.
+/// The most that a playlist may list. A day of one-second segments is 86,400 of them.
 constexpr size_t kMaxSegments = 200000;
 constexpr size_t kMaxVariants = 1000;
 constexpr double kMaxSegmentSeconds = 86400;
 
 /// Parses a playlist. Unknown tags are passed over; blank lines and comments may stand anywhere.
-/// @param url     where it came from: names the playlist in messages, and its query may be what
-///                variables are defined from
+/// @param url     where it came from: names the playlist in messages, and variables may take their
+///                values from its query
 /// @param master  the variables of the master playlist that named this one; null when there is none
-/// @throws ToolError with the URL and line for text that is no playlist, a playlist of nothing, or
-///         anything in it that cannot be used
+/// @throws ToolError with the URL and line for text that is no playlist, an empty playlist, and
+///         a line that cannot be used
 HlsPlaylist parseHlsPlaylist(std::string_view text, const std::string& url,
                              const HlsVariables* master = nullptr);
 

@@ -18,7 +18,7 @@ struct Place {
     double begin = 0; ///< seconds since the playlist's begin
 };
 
-/// Where the segment begins that goes on at a time, or the end.
+/// The place of the segment to go on with at a time, or of the playlist's end.
 Place placeAt(const HlsPlaylist& playlist, double time) {
     double begin = 0;
     for (const HlsSegment& segment : playlist.segments) {
@@ -92,7 +92,8 @@ void HlsTrack::take(Rendition& rendition, HlsPlaylist playlist, const std::strin
     rendition.loaded = true;
 }
 
-/// Loads a live playlist again once that is due. A failure is ridden out until the live time-out.
+/// Loads a live playlist again once that is due. A failure ends the play only after the live
+/// time-out, see LiveWait.
 bool HlsTrack::reload(Rendition& rendition) {
     if (m_clock.steady() - rendition.loadedAt < reloadInterval(rendition))
         return false;
@@ -175,7 +176,7 @@ MediaPart HlsTrack::mediaOf(const Rendition& rendition, const HlsSegment& segmen
     return part;
 }
 
-/// An initialisation has no number that could stand for its vector.
+/// An initialisation has no sequence number to take the vector from, so its key must give one.
 MediaPart HlsTrack::initOf(const Rendition& rendition, const HlsSegment& segment) const {
     const HlsMap& map = *segment.map;
     MediaPart part;

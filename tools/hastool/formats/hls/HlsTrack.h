@@ -16,13 +16,13 @@ namespace hastool {
 
 /// One track of an HLS presentation: its media playlists, of which one is read at a time.
 ///
-/// A stream whose playlist has an end is read from its begin; another stream goes on at the same
-/// time in the media. A live stream is joined three segments before its end and read by media
-/// sequence numbers; its playlist is loaded again after a target duration, or half of one when
-/// there was nothing new.
+/// A playlist with an end is read from its begin; when the stream changes, the new one goes on at
+/// the same time in the media. A live stream is joined three segments before its end and read by
+/// media sequence numbers; its playlist is loaded again after a target duration, or half of one
+/// when there was nothing new.
 class HlsTrack {
 public:
-    /// Takes what was left out of a playlist.
+    /// Takes a warning about what was left out of a playlist.
     using Warn = std::function<void(const std::string& what)>;
 
     /// @param liveTimeout  how long a live stream may stay without a new segment
@@ -50,7 +50,7 @@ private:
     /// The media playlist of one stream.
     struct Rendition {
         std::string url;
-        std::string base; ///< behind all redirects
+        std::string base; ///< the playlist's URL after all redirects
         bool loaded = false;
         HlsPlaylist playlist;
         Clock::time_point loadedAt;

@@ -9,20 +9,21 @@
 
 namespace hastool {
 
-/// The most bytes that variables may put into one playlist: some lines of text could stand for all
-/// memory otherwise.
+/// The most bytes that variables may put into one playlist: without a limit, a few lines of text
+/// could fill all memory.
 constexpr size_t kMaxHlsGrowth = 16u << 20;
 
 /// What EXT-X-DEFINE has defined.
 class HlsVariables {
 public:
-    /// @return false when there is such a variable, which is kept
+    /// @return false when there is a variable of that name, which keeps its value
     bool define(const std::string& name, const std::string& value);
     std::optional<std::string> find(const std::string& name) const;
 
-    /// Replaces every reference ("{$name}"), but not those in what was put in.
-    /// @param problem  receives what is wrong where the result is nothing: a name that there is no
-    ///                 variable of, or more than kMaxHlsGrowth bytes put in altogether
+    /// Replaces every reference ("{$name}") by its value; references within a value stay.
+    /// @param problem  receives what is wrong
+    /// @return nothing for a name without a variable, and when the values put in by all calls come
+    ///         to more than kMaxHlsGrowth bytes
     std::optional<std::string> substitute(std::string_view text, std::string& problem);
 
 private:

@@ -69,8 +69,8 @@ std::string makeVideoEntry(const SmoothQuality& quality) {
     return entry.bytes(configuration).box("avc1");
 }
 
-/// What an AAC decoder is told (ISO/IEC 14496-3, 1.6.2.1) where the manifest does not say it: the
-/// low complexity profile.
+/// The decoder configuration of AAC (ISO/IEC 14496-3, 1.6.2.1) where the manifest gives none: that
+/// of the low complexity profile.
 std::string makeAudioConfig(const SmoothQuality& quality) {
     static const unsigned kRates[] = {96000, 88200, 64000, 48000, 44100, 32000, 24000,
                                       22050, 16000, 12000, 11025, 8000,  7350};
@@ -100,7 +100,7 @@ std::string makeEsds(const std::string& config, int bitrate) {
 }
 
 std::string makeAudioEntry(const SmoothQuality& quality) {
-    constexpr size_t kMaxConfig = 64; // its descriptors' lengths then fit a byte
+    constexpr size_t kMaxConfig = 64; // so that the lengths of the descriptors around it fit a byte
     const std::string config =
         quality.codecPrivateData.empty() ? makeAudioConfig(quality) : quality.codecPrivateData;
     if (config.empty() || config.size() > kMaxConfig)

@@ -1,4 +1,4 @@
-// Initialisations for Smooth Streaming, which sends no initialisations.
+// Initialisations for Smooth Streaming, whose servers send none.
 #pragma once
 
 #include "SmoothManifest.h"
@@ -11,9 +11,9 @@ namespace hastool {
 
 /// Makes the moov box (ISO/IEC 14496-12) that a stream's fragments cannot be decoded without.
 ///
-/// H.264 (parameter sets in the codec's private data, ISO/IEC 14496-15) and AAC (ISO/IEC 14496-3)
-/// are known.
-/// @param track  the track id of its fragments
+/// It knows H.264 (parameter sets in the codec's private data, ISO/IEC 14496-15) and AAC (ISO/IEC
+/// 14496-3).
+/// @param track  the track id of the stream's fragments
 /// @return empty for another codec
 std::string makeSmoothInit(const SmoothStream& stream, const SmoothQuality& quality,
                            uint32_t track);

@@ -167,7 +167,7 @@ Parser::Entry Parser::readChunk(const XmlElement& element) const {
     Entry entry;
     entry.time = attributes.number("t");
     entry.duration = attributes.number("d");
-    entry.count = attributes.number("r").value_or(1); // how many there are, not how many follow
+    entry.count = attributes.number("r").value_or(1); // counts the first one too, unlike in DASH
     if (entry.count == 0)
         attributes.fail("r");
     return entry;

@@ -58,12 +58,12 @@ bool looksLikeSmooth(const std::string& text);
 
 /// Parses a manifest. A chunk without a time begins where the one before it ends, and one without a
 /// duration lasts to the next one, or to the end.
-/// @param url  names it in messages. @throws ToolError for what is no manifest, or for a value in
-/// it
-///             that cannot be used
+/// @param url  names it in messages
+/// @throws ToolError for text that is no manifest, and for a value that cannot be used
 SmoothManifest parseSmoothManifest(const std::string& text, const std::string& url);
 
-/// Fills in a template: `{bitrate}`, `{start time}` and `{CustomAttributes}` in their spellings.
+/// Fills in a template: `{bitrate}`, `{start time}` or `{start_time}`, and `{CustomAttributes}`, in
+/// upper or lower case.
 /// @throws ToolError for another name
 std::string expandSmoothTemplate(const std::string& text, const SmoothQuality& quality,
                                  uint64_t time, const std::string& where);

@@ -15,7 +15,7 @@ constexpr double kBoundaryTolerance = 0.25; // of a chunk: streams are cut nearl
 constexpr double kMinReload = 0.5;          // seconds; no server deserves more
 constexpr double kMaxReload = 10;
 constexpr double kMinLength = 0.001; // of a chunk, so that each comes once
-constexpr double kStartedAnew = 60;  // seconds behind the end: its time starts anew
+constexpr double kStartedAnew = 60;  // seconds: a track so far beyond the live end joins anew
 
 double startOf(const SmoothStream& stream, const SmoothChunk& chunk) {
     return static_cast<double>(chunk.time) / static_cast<double>(stream.timescale);
@@ -25,7 +25,7 @@ double secondsOf(const SmoothStream& stream, const SmoothChunk& chunk) {
     return static_cast<double>(chunk.duration) / static_cast<double>(stream.timescale);
 }
 
-/// The first chunk that does not lie before a time, but for a small part of it.
+/// The first chunk of which more than a small part lies behind a time.
 const SmoothChunk* findChunk(const SmoothStream& stream, double time) {
     const auto it = std::partition_point(
         stream.chunks.begin(), stream.chunks.end(), [&](const SmoothChunk& chunk) {
@@ -129,7 +129,7 @@ SmoothPresentation::reloadDue(const SmoothStream& stream) const {
     return m_loadedAt + std::chrono::milliseconds(static_cast<long long>(interval * 1000));
 }
 
-/// A failure is ridden out until the live time-out.
+/// A failure ends the play only after the live time-out, see LiveWait.
 void SmoothPresentation::reloadWhenDue(const SmoothStream& stream) {
     if (!m_manifest->isLive || m_clock.steady() < reloadDue(stream))
         return;
@@ -144,7 +144,7 @@ void SmoothPresentation::reloadWhenDue(const SmoothStream& stream) {
     }
 }
 
-/// All tracks begin at the same time.
+/// Puts a track where all tracks begin, at the same time.
 void SmoothPresentation::join(Reading& reading) {
     const SmoothStream* const stream = findStream(m_readings.front().type);
     if (stream == nullptr || stream->chunks.empty())
@@ -173,7 +173,7 @@ MediaPiece SmoothPresentation::pieceOf(const SmoothStream& stream, const SmoothQ
     piece.index = static_cast<uint64_t>(&chunk - stream.chunks.data());
     piece.start = startOf(stream, chunk);
     piece.seconds = secondsOf(stream, chunk);
-    // The manifest lives on in the function: it may be loaded again before the piece is there.
+    // The function holds the manifest, which may be replaced by a new one before the piece comes.
     piece.makeInit = [manifest = m_manifest, &stream, &quality](std::string_view media) {
         return makeSmoothInit(stream, quality, trackOfFragment(media));
     };

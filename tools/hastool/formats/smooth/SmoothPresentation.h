@@ -16,8 +16,8 @@ namespace hastool {
 /// A Smooth Streaming presentation, on demand or live.
 ///
 /// The first video stream and the first audio stream are played. A live one is joined a few chunks
-/// before its end; its manifest is loaded again after a chunk's duration. What is protected stays
-/// so: there is no handler for this format.
+/// before its end; its manifest is loaded again after a chunk's duration. Protected media is passed
+/// on as it is: there is no DRM handler for this format.
 class SmoothPresentation : public Presentation {
 public:
     /// @param liveTimeout  how long a live presentation may stay without a new chunk
@@ -33,7 +33,7 @@ private:
 
     /// How far a track is.
     struct Reading {
-        LiveWait wait; ///< its own: what stands still is not hidden by what goes on
+        LiveWait wait; ///< one per track, so that a track that stands still is noticed
         std::string type;
         double time = 0; ///< seconds before the next piece
         bool joined = false;
@@ -56,7 +56,7 @@ private:
     Clock::time_point m_loadedAt;
     std::vector<TrackInfo> m_tracks;
     std::vector<Reading> m_readings;
-    std::optional<double> m_joinTime; ///< that all tracks begin at
+    std::optional<double> m_joinTime; ///< where all tracks begin; nothing until it is known
 };
 
 } // namespace hastool
