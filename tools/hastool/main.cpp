@@ -43,7 +43,7 @@ void addVersion(CLI::App& app) {
         command->set_version_flag("--version", kVersion, "Print the version and exit");
 }
 
-/// What is wrong where a command should stand; empty for nothing.
+/// Why the first argument is no command; empty when nothing is wrong.
 std::string wrongCommand(const CLI::App& app, int argc, char** argv) {
     if (argc < 2)
         return "a command is needed";
@@ -65,7 +65,7 @@ int run(int argc, char** argv) {
     app.failure_message([](const CLI::App*, const CLI::Error& error) {
         return "hastool: " + hastool::withoutSecrets(error.what()) + "\n";
     });
-    // In the order of the help.
+    // The help lists them in this order.
     hastool::DemoCommand demo(app);
     hastool::PlayCommand play(app);
     hastool::ServeCommand serve(app);

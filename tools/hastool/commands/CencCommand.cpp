@@ -12,7 +12,7 @@
 namespace hastool {
 namespace {
 
-constexpr size_t kMaxChunk = 4u << 20; // the handlers hold back little more
+constexpr size_t kMaxChunk = 4u << 20; // the handlers keep back little more than this
 
 constexpr char kExamples[] = R"(Examples:
   hastool cenc in.mp4 out.mp4 --pssh AAAA... \
@@ -22,7 +22,7 @@ constexpr char kExamples[] = R"(Examples:
 The media stay encrypted; only pssh boxes are put in, replaced or made "free".
 )";
 
-/// What was done, as far as the file can be read again.
+/// The output's size, and what was changed in it if it is a file that can be read again.
 std::string summary(const std::string& path, const PsshBoxes& before, uint64_t size) {
     std::string text = path + ": " + std::to_string(size) + " bytes";
     if (std::filesystem::is_regular_file(path))
@@ -78,7 +78,8 @@ int CencCommand::run() {
     return kDone;
 }
 
-/// An index stands in front of what it leads to, so what that grows by has to be known before.
+/// An index stands before the boxes that it leads to, so it needs to know by how much they grow
+/// before they are written: a first pass finds that out.
 std::vector<BytePatch> CencCommand::patchesFor(const BlockSource& source, const PsshBoxes& boxes,
                                                const CencContent& content) const {
     if (!hasIndex(source))

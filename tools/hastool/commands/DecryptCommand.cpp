@@ -23,7 +23,7 @@ A key and an IV have 32 hexadecimal digits. "-" is the standard input or output.
 
 constexpr char kStandard[] = "-";
 
-/// A file that gets its name when it is whole, or the standard output.
+/// The output: a file that gets its name when it is whole, or the standard output.
 class PlainOutput : public ByteSink {
 public:
     explicit PlainOutput(const std::string& path) {
@@ -86,7 +86,7 @@ DecryptCommand::DecryptCommand(CLI::App& app)
 }
 
 int DecryptCommand::run() {
-    // What is not a key is not repeated: it may be all but one.
+    // The message does not repeat the text: with a single wrong letter it is still almost the key.
     const auto key = parseAesBytes(m_key);
     if (!key)
         return wrongUsage(noDigits("--key"));

@@ -59,7 +59,7 @@ DemoCommand::DemoCommand(CLI::App& app)
 int DemoCommand::run() {
     Terminal terminal(m_quiet);
     std::optional<Demo> demo;
-    std::deque<ReportedPlay> plays; // observed while they are played
+    std::deque<ReportedPlay> plays; // a deque: the records in it observe plays and must not move
     m_options.observerOf = [&plays](const DemoItem& item) {
         plays.emplace_back();
         plays.back().title = item.name;

@@ -10,8 +10,8 @@ namespace hastool {
 /// Adds the download engine's options to a command.
 void addEngineFlags(CLI::App& command, EngineOptions& options);
 
-/// What of the options will not do what it is there for, though the command can run; empty for
-/// nothing.
+/// A warning about an option that will have no effect, though the command can run; empty without
+/// such an option.
 std::string troubleOf(const EngineOptions& options);
 
 } // namespace hastool

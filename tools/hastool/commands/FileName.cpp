@@ -7,9 +7,9 @@
 namespace hastool {
 namespace {
 
-constexpr size_t kMaxName = 200; // file systems take 255 bytes, and ".part" comes behind
+constexpr size_t kMaxName = 200; // file systems take 255 bytes, and ".part" may follow the name
 
-/// Slashes and control characters would name something else, or mess up the terminal.
+/// Replaces slashes, which would name another folder, and characters that control a terminal.
 char harmless(char letter) {
     const auto code = static_cast<unsigned char>(letter);
     return letter == '/' || code < 0x20 || code == 0x7F ? '_' : letter;

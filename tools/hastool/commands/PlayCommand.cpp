@@ -85,7 +85,7 @@ PlayCommand::PlayCommand(CLI::App& app)
     command.footer(kExamples);
 }
 
-/// What the bitrate switcher is told.
+/// Adds the options for the bitrate switcher.
 void PlayCommand::addSwitcherOptions() {
     constexpr int kMaxInt = std::numeric_limits<int>::max();
     CLI::App& command = *m_command;
@@ -116,7 +116,7 @@ void PlayCommand::addSwitcherOptions() {
         ->type_name("SECONDS");
 }
 
-/// What CLI11 does not parse. @throws ToolError for a text that cannot be read
+/// Reads the options that CLI11 leaves as text. @throws ToolError for a text that cannot be read
 void PlayCommand::completeOptions() {
     m_options.bufferGoal = inMilliseconds(m_bufferGoal);
     m_options.liveTimeout = inMilliseconds(m_liveTimeout);
@@ -162,7 +162,8 @@ int PlayCommand::run() {
     return kDone;
 }
 
-/// Plays, and reports however it ends. That a page cannot be written is known before the play.
+/// Plays, and writes the report however the play ends. A page that cannot be written is noticed
+/// before the play.
 void PlayCommand::play(Terminal& terminal) {
     std::optional<OutputFile> page;
     if (!m_page.empty())

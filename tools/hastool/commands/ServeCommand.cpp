@@ -78,7 +78,7 @@ int ServeCommand::run() {
         options.root = rootOf(m_root);
         if (!m_profile.empty())
             options.profile = RateProfile::load(m_profile);
-        const FaultRules rules(m_faults); // says what is wrong with them
+        const FaultRules rules(m_faults); // only to throw what is wrong with them
     } catch (const ToolError& error) {
         terminal.trouble(error.what());
         return kWrongUsage;

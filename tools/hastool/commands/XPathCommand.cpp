@@ -31,9 +31,9 @@ text by text(), an attribute by its element and --attr.
 Without a match the answer is empty: a blank line, 0, 0.0 or false.
 )help";
 
-/// The shortest text that reads as the same number, with a point.
+/// The shortest text that reads as the same number, in every locale with a point.
 std::string numberText(double value) {
-    char text[1100]; // the smallest numbers have so many digits behind their point
+    char text[1100]; // enough for the smallest numbers, which have over a thousand digits
     const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed).ptr;
     const std::string result(text, end);
     return result.find_first_not_of("-0123456789") == std::string::npos ? result + ".0" : result;

@@ -19,10 +19,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A small buffer, so that what the line does is soon felt.
+// A small buffer, so that changes of the line's rate soon have effects.
 constexpr std::chrono::milliseconds kBufferGoal{10000};
 
-/// A folder that is gone with the object.
+/// A temporary folder, removed with the object.
 class ScratchFolder {
 public:
     ScratchFolder() {
@@ -94,7 +94,7 @@ std::vector<DemoResult> Demo::run(Terminal& terminal) {
     return results;
 }
 
-/// Runs on a thread of its own: whatever goes wrong is part of the result.
+/// Runs on a thread of its own, which no exception may leave: a failure becomes part of the result.
 DemoResult Demo::play(const DemoItem& item, const fs::path& folder, DemoObserver& observer) const {
     DemoResult result;
     result.name = item.name;

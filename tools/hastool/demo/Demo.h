@@ -18,8 +18,8 @@ struct DemoOptions {
     std::filesystem::path media;   ///< the folder of the presentations
     std::vector<std::string> only; ///< names; empty for all
     double duration = 0;           ///< stop after so many seconds of media; 0 for all
-    /// Gives an observer for a play before it begins, borrowed until run() returns; may be null,
-    /// and give null. Called on the thread that calls run().
+    /// Gives an observer for a play before it begins, borrowed until run() returns. The function
+    /// and what it gives may be null. Called on the thread that calls run().
     std::function<PlayObserver*(const DemoItem& item)> observerOf;
 };
 
@@ -34,7 +34,7 @@ struct DemoResult {
 /// time, and checks what comes out.
 class Demo {
 public:
-    /// @throws ToolError for a name that there is not
+    /// @throws ToolError for a name that no presentation has
     explicit Demo(DemoOptions options);
 
     /// What will be played.

@@ -1,4 +1,4 @@
-// What the demo shows.
+// Which presentations the demo plays, and over which line.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 
 namespace hastool {
 
-/// What has to come out of a play.
+/// What the output of a play has to be.
 enum class DemoMedia {
     ClearBytes,      ///< the bytes of the clear segments
     Boxes,           ///< whole boxes, a fragment per segment, nothing of protection
@@ -19,10 +19,10 @@ struct DemoItem {
     std::string name;
     std::string manifest; ///< in its folder
     DemoMedia media;
-    std::string clear; ///< the name of the one with the segments to compare with
+    std::string clear; ///< name of the presentation whose segments the output is compared with
 };
 
-/// All of them, in the order that they are shown in.
+/// All presentations of the demo, in the order that they are shown in.
 const std::vector<DemoItem>& demoItems();
 
 /// How the line behaves while they are played: it rises, collapses, recovers, and once is cut.

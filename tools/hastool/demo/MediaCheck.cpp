@@ -50,7 +50,7 @@ struct Head {
     bool isLast = false; ///< one of them is its last child
 };
 
-/// The heads of a file, and what is wrong with its boxes.
+/// The movies and fragments of a file, and what is wrong with its boxes.
 struct Boxes {
     std::vector<Head> heads;
     size_t strayPssh = 0; ///< elsewhere, or of another system
@@ -81,7 +81,7 @@ Boxes readBoxes(const std::string& bytes) {
     return result;
 }
 
-/// The number of heads of a type, and whether each has just so many PSSH boxes.
+/// Checks the number of movies or fragments, and that each has exactly so many PSSH boxes.
 struct HeadCount {
     size_t count = 0;
     bool isRight = true;

@@ -1,4 +1,4 @@
-// Whether what came out of a play is right.
+// Whether the media that a play has written is right.
 #pragma once
 
 #include "DemoPlan.h"
@@ -10,10 +10,10 @@
 namespace hastool {
 
 /// Checks the output of one track.
-/// @param media     what it has to be
+/// @param media     what the output has to be
 /// @param output    the file
-/// @param segments  the bytes that it was made from, without initialisations
-/// @return what is wrong with it; empty when nothing is
+/// @param segments  the segments that it was made from, without initialisations
+/// @return what is wrong with the output; empty when it is right
 std::string checkMedia(DemoMedia media, const std::string& output,
                        const std::vector<std::string>& segments);
 

@@ -13,7 +13,7 @@
 namespace hastool {
 namespace {
 
-constexpr char kBase[] = "http://folder"; // files, but URLs are what presentations are made of
+constexpr char kBase[] = "http://folder"; // stands for the folder, as presentations need URLs
 
 std::string part(const std::string& bytes, const std::optional<ByteRange>& range,
                  const std::string& name) {

@@ -1,4 +1,4 @@
-// What a play was made of, from the disk.
+// The segments that a play has fetched, read from the disk.
 #pragma once
 
 #include <hastool/formats/Presentation.h>
@@ -11,16 +11,15 @@
 
 namespace hastool {
 
-/// Reads a presentation's files as they were before they went over any line.
+/// Reads a presentation's files as they are on the disk, to compare a play's output with them.
 class SourceMedia {
 public:
     /// @param manifest  its name in the folder. @throws ToolError
     SourceMedia(const std::filesystem::path& folder, const std::string& manifest);
 
     /// The segments of a track that a play has taken, without initialisations.
-    /// @param rows  of the play, in their order. @throws ToolError when there are fewer segments,
-    /// or
-    ///              one cannot be read
+    /// @param rows  of the play, in their order
+    /// @throws ToolError when the files have fewer segments, or one cannot be read
     std::vector<std::string> segments(const std::vector<TraceRow>& rows, bool isAudio) const;
 
 private:

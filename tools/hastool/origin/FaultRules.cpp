@@ -10,7 +10,7 @@ namespace {
 
 constexpr double kMaxStall = 86400; // seconds
 
-/// The text behind a beginning; nothing when it begins otherwise.
+/// The rest of a text that begins with `begin`; nothing for another text.
 std::optional<std::string> behind(const std::string& text, const std::string& begin) {
     if (text.compare(0, begin.size(), begin) != 0)
         return std::nullopt;
@@ -55,7 +55,7 @@ FaultRules::FaultRules(const std::vector<std::string>& rules) {
 }
 
 FaultRules::Rule FaultRules::parse(const std::string& text) {
-    const size_t colon = text.rfind(':'); // paths may hold one
+    const size_t colon = text.rfind(':'); // the last one, as a path may hold colons
     if (colon == std::string::npos)
         fail(text, "not WHICH:WHAT");
     const std::string which = text.substr(0, colon);
@@ -82,7 +82,7 @@ FaultRules::Rule FaultRules::parse(const std::string& text) {
 
 std::optional<Fault> FaultRules::take(const std::string& path,
                                       const std::function<std::optional<uint64_t>()>& segment) {
-    std::optional<std::optional<uint64_t>> number; // not asked for yet, or: it is no segment
+    std::optional<std::optional<uint64_t>> number; // outer: asked for already; inner: is a segment
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (Rule& rule : m_rules) {
         if (rule.left == uint64_t{0})

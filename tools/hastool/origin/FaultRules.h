@@ -13,10 +13,10 @@ namespace hastool {
 /// What goes wrong with an answer.
 struct Fault {
     enum class Kind {
-        Status,   ///< it is nothing but an HTTP status
-        Reset,    ///< the connection is reset in the middle of it
-        Stall,    ///< nothing comes for a while in the middle of it
-        Truncate, ///< the connection is closed behind so many bytes of it
+        Status,   ///< the answer is an error with this HTTP status
+        Reset,    ///< the connection is reset in the middle of the body
+        Stall,    ///< nothing comes for a while in the middle of the body
+        Truncate, ///< the connection is closed after so many bytes of the body
     };
     Kind kind = Kind::Status;
     int status = 0;     ///< 400 to 599
@@ -28,8 +28,8 @@ struct Fault {
 ///
 /// | WHICH | requests |
 /// |---|---|
-/// | `seg=N` | of the Nth media segment of every stream, from 1 |
-/// | `path=TEXT` | whose path holds the text |
+/// | `seg=N` | those for the Nth media segment of every stream, from 1 |
+/// | `path=TEXT` | those whose path holds the text |
 ///
 /// | WHAT | |
 /// |---|---|
@@ -37,7 +37,7 @@ struct Fault {
 /// | `reset` | see Fault |
 /// | `stall=SECONDS`, `truncate=BYTES` | see Fault |
 ///
-/// A rule with "*N" is over after N requests. The first rule that fits counts.
+/// A rule with "*N" holds for the first N requests that it fits. The first rule that fits counts.
 ///
 /// Any thread may call take().
 class FaultRules {
@@ -48,17 +48,17 @@ public:
 
     /// The fault that a request meets.
     /// @param path     decoded
-    /// @param segment  tells its number among the segments of its stream; is asked only where a
-    ///                 rule wants to know
+    /// @param segment  gives the request's segment number in its stream, or nothing when it is for
+    ///                 no segment; called only when a rule needs the number
     std::optional<Fault> take(const std::string& path,
                               const std::function<std::optional<uint64_t>()>& segment);
 
 private:
     struct Rule {
         std::optional<uint64_t> segment;
-        std::string path; ///< where there is no segment
+        std::string path; ///< for a rule with `path=`
         Fault fault;
-        std::optional<uint64_t> left; ///< how often still; for ever where there is none
+        std::optional<uint64_t> left; ///< for how many more requests; nothing: for all
     };
 
     static Rule parse(const std::string& text);

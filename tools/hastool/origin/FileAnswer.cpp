@@ -34,7 +34,7 @@ uint64_t FileAnswer::untilFault(uint64_t offset) const {
     return m_fault ? std::max<uint64_t>(m_faultAt - offset, 1) : m_length;
 }
 
-/// @return whether the answer goes on behind it
+/// @return whether the answer goes on behind the fault
 bool FileAnswer::meetFault() {
     const Fault fault = *m_fault;
     m_fault.reset();

@@ -13,7 +13,7 @@
 
 namespace hastool {
 
-/// Hands a part of a file over piece by piece, with the fault that it meets in its middle.
+/// Hands a part of a file over piece by piece, with a fault within it if there is to be one.
 class FileAnswer {
 public:
     /// @param limiter  borrowed
@@ -22,10 +22,10 @@ public:
 
     /// Whether the file can be read.
     bool isOpen() const { return m_file.is_open(); }
-    /// Some bytes from a place in the answer on, valid until the next call; empty when the answer
-    /// ends here.
+    /// The next bytes from a place in the answer on, valid until the next call; empty when the
+    /// answer ends here, as its fault says or because the file cannot be read.
     std::string_view read(uint64_t offset);
-    /// Whether it ended because the connection is to be reset.
+    /// Whether the answer ended because the connection is to be reset.
     bool isReset() const { return m_isReset; }
 
 private:

@@ -5,10 +5,10 @@
 namespace hastool {
 namespace {
 
-// A sender that comes back no later was busy all the time, and merely woke up late.
+// Seconds. A sender that comes back within this time woke up late, but the line was never unused.
 constexpr double kLateness = 0.03;
 constexpr double kPieceSeconds = 0.01;
-constexpr double kMinPiece = 256; // smaller ones cost more than they smooth
+constexpr double kMinPiece = 256; // smaller pieces cost more than they make the rate even
 constexpr double kMaxPiece = 16384;
 
 } // namespace

@@ -12,8 +12,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// What lies in it is not held back when a line is cut. Without a line it would only slow the
-/// sender.
+/// Small, as bytes in the system's buffer still arrive when the profile stops the line. Without a
+/// profile a small buffer would only slow the sender.
 constexpr int kLineSendBuffer = 16384;
 
 OriginAnswer plainAnswer(int status, const std::string& text) {
@@ -23,7 +23,7 @@ OriginAnswer plainAnswer(int status, const std::string& text) {
     return answer;
 }
 
-/// A page of another origin asks first.
+/// The answer to OPTIONS: a browser asks so before a page from another server may read from here.
 OriginAnswer permission() {
     OriginAnswer answer;
     answer.status = 204;
@@ -87,7 +87,8 @@ std::optional<Fault> Origin::faultOf(const WebRequest& request, const std::strin
     });
 }
 
-/// Lists a folder. Links in the page count from its path, so that has to end with a slash.
+/// Lists a folder. Links in the page are relative to the folder's path, which therefore has to end
+/// with a slash.
 OriginAnswer Origin::folder(const std::string& path) const {
     const auto folder = m_folder.findFolder(path);
     if (!folder)
@@ -102,7 +103,8 @@ OriginAnswer Origin::folder(const std::string& path) const {
     return answer;
 }
 
-/// Tells the file's validators. @return whether the request's conditions let it go on
+/// Adds the file's validators to the answer. @return whether the request's conditions hold, so that
+/// the file is sent
 bool Origin::judge(const WebRequest& request, const Validators& validators, OriginAnswer& answer) {
     if (validators.etag().empty())
         return true;
@@ -141,7 +143,7 @@ OriginAnswer Origin::file(const WebRequest& request, const fs::path& file,
     return answer;
 }
 
-/// @return whether the connection may go on
+/// @return whether the connection can be used for another request
 bool Origin::send(WebConnection& connection, const WebRequest& request, OriginAnswer& answer) {
     if (!m_limiter.beginAnswer() || !sendAtRate(connection, answer.head(request)))
         return false;

@@ -25,7 +25,7 @@ struct OriginOptions {
     uint16_t port = 0; ///< 0 for a free one
     std::optional<RateProfile> profile;
     std::vector<std::string> faults; ///< see FaultRules
-    /// Is told of every fault that a request met, on the connection's thread.
+    /// Called for every fault that a request meets, on the connection's thread.
     std::function<void(const std::string& path, const Fault& fault)> onFault;
 };
 
@@ -34,8 +34,8 @@ struct OriginOptions {
 /// The profile holds for all of them together and begins with the first answer.
 class Origin {
 public:
-    /// @throws ToolError for a root that is no folder, a text that is no rule, and a port that is
-    /// taken
+    /// @throws ToolError for a root that is no folder, a fault that is no rule, and a port that is
+    ///         taken
     explicit Origin(OriginOptions options);
     ~Origin() { stop(); }
     Origin(const Origin&) = delete;
@@ -44,10 +44,10 @@ public:
     uint16_t port() const { return m_server.port(); }
     /// @param path  decoded, from the root: "/hls/master.m3u8"
     std::string url(const std::string& path) const;
-    /// URLs of the presentations that are there.
+    /// URLs of the presentations in the folder.
     std::vector<std::string> presentations() const;
 
-    /// Ends all connections, whatever they wait for.
+    /// Ends all connections, also those that wait for something.
     void stop();
 
 private:

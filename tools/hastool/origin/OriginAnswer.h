@@ -16,11 +16,11 @@ namespace hastool {
 struct OriginAnswer {
     int status = 200;
     std::vector<std::pair<std::string, std::string>> headers;
-    std::string body;               ///< where there is no file
-    std::optional<FileAnswer> file; ///< of that many bytes:
-    uint64_t length = 0;
+    std::string body;               ///< used only when there is no file
+    std::optional<FileAnswer> file; ///< the body, when it comes from a file
+    uint64_t length = 0;            ///< of the file's part that is sent, in bytes
 
-    /// A body and what it is.
+    /// Sets a body. @param type  its MIME type
     void setBody(const std::string& text, const std::string& type);
 
     /// The head as it is sent (RFC 9112, section 4), with the headers that all answers have.

@@ -6,7 +6,7 @@
 
 namespace hastool {
 
-/// What a Range header (RFC 9110, 14.2) comes to for a file.
+/// What a Range header (RFC 9110, 14.2) means for a file.
 struct RangeAnswer {
     enum class Kind { Whole, Part, Unsatisfiable };
     Kind kind = Kind::Whole;
@@ -14,8 +14,8 @@ struct RangeAnswer {
     uint64_t length = 0;
 };
 
-/// Several ranges, other units and what cannot be read are answered with the whole file.
-/// @param header  "bytes=0-99", "bytes=100-", "bytes=-5"; empty for none
+/// The answer to several ranges, to other units and to text that cannot be read is the whole file.
+/// @param header  "bytes=0-99", "bytes=100-", "bytes=-5"; empty without such a header
 RangeAnswer answerRange(const std::string& header, uint64_t fileSize);
 
 } // namespace hastool

@@ -1,4 +1,4 @@
-// Waits of a server.
+// The waits of a server, which keep to a rate.
 #pragma once
 
 #include "LineSchedule.h"
@@ -11,10 +11,10 @@
 
 namespace hastool {
 
-/// Lets bytes through at the rate of a profile, which begins with the first answer; without one at
-/// once. All connections of a server share one.
+/// Lets bytes through at the rate of a profile, which begins with the first answer; without a
+/// profile at once. All connections of a server share one limiter.
 ///
-/// Any thread may call anything. Everything that waits ends with stop(), and then returns false.
+/// Any thread may call anything. stop() ends all waits, which then return false.
 class RateLimiter {
 public:
     explicit RateLimiter(const std::optional<RateProfile>& profile);
@@ -23,7 +23,7 @@ public:
     bool beginAnswer();
     /// How many bytes to hand to pass() at once.
     size_t pieceSize();
-    /// Waits until so many bytes are over the line.
+    /// Waits until so many bytes have gone over the line.
     bool pass(size_t bytes);
     /// Waits so many seconds.
     bool wait(double seconds);

@@ -31,7 +31,7 @@ std::string trimmedLine(const std::string& line) {
 /// One line of a CSV profile.
 struct Line {
     double time = 0;
-    std::optional<double> kbps; ///< none where the profile ends
+    std::optional<double> kbps; ///< nothing in the line that ends the profile
 };
 
 std::optional<Line> parseLine(const std::string& text) {
@@ -79,7 +79,7 @@ std::vector<Step> parseCsv(const std::string& text, const std::string& where) {
     const std::vector<Line> lines = readLines(text, where);
     std::vector<Step> steps;
     for (size_t i = 0; i < lines.size() && lines[i].kbps; ++i) {
-        double seconds = 1; // a rate for ever
+        double seconds = 1; // any length will do for a single rate: it repeats for ever
         if (i + 1 < lines.size())
             seconds = lines[i + 1].time - lines[i].time;
         else if (i > 0)
@@ -173,7 +173,7 @@ double RateProfile::bytesUntil(double time) const {
 double RateProfile::timeOf(double bytes) const {
     const double rounds = std::floor(bytes / m_ends.back().bytes);
     const double rest = bytes - rounds * m_ends.back().bytes;
-    // The first step that goes so far; one without a rate does not go further than the last.
+    // The first step at whose end so many bytes are over; steps of rate 0 are passed over by this.
     const auto it = std::lower_bound(m_ends.begin(), m_ends.end(), rest,
                                      [](const End& end, double at) { return end.bytes < at; });
     const size_t step = std::min(static_cast<size_t>(it - m_ends.begin()), m_ends.size() - 1);

@@ -7,24 +7,26 @@
 
 namespace hastool {
 
-/// A rate that changes in steps and begins anew when the last one is over. Does not change.
+/// A rate that changes in steps, and begins again with the first when the last one is over. The
+/// object never changes.
 class RateProfile {
 public:
-    /// A time of one rate.
+    /// A stretch of time with one rate.
     struct Step {
         double seconds = 0; ///< how long
         double kbps = 0;    ///< thousands of bits per second; 0 while nothing gets through
         double latency = 0; ///< seconds from a request to the first byte of its answer
     };
 
-    /// @throws ToolError, with `where`, for no steps, for too many, for one that is negative or not
-    ///         finite, and for a profile that takes no time or never lets anything through
+    /// @throws ToolError, with `where`, without steps or with too many; for a number that is
+    ///         negative, not finite or too large; and for a profile that takes no time or never
+    ///         lets anything through
     RateProfile(std::vector<Step> steps, const std::string& where);
 
     /// Reads either of:
     /// - CSV lines "time_s,kbps" with the rate from that time on, the first time 0. The first line
-    ///   may name the columns. A last line without a rate, and perhaps without the comma, is the
-    ///   end; else the last rate lasts as long as the one before it.
+    ///   may name the columns. A last line with only a time is the end; without one the last rate
+    ///   lasts as long as the one before it.
     /// - a JSON list of objects with `duration_ms`, `bandwidth_kbps` and perhaps `latency_ms`.
     /// @param where  names the text in messages. @throws ToolError
     static RateProfile parse(const std::string& text, const std::string& where);
@@ -40,7 +42,7 @@ public:
     const Step& at(double time) const;
     /// How many bytes can go over the line until a time.
     double bytesUntil(double time) const;
-    /// When so many bytes are over the line: the inverse of bytesUntil().
+    /// When so many bytes have gone over the line: the inverse of bytesUntil().
     double timeOf(double bytes) const;
 
     static constexpr double kBytesPerKbps = 1000.0 / 8;

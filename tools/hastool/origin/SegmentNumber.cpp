@@ -40,7 +40,7 @@ std::vector<uint64_t> findFragments(const fs::path& path) {
     return result;
 }
 
-/// A name around its last group of digits.
+/// A file's name, cut around its last group of digits.
 struct NumberedName {
     std::string before;
     std::string digits; ///< without zeros in front
@@ -52,7 +52,7 @@ bool isDigit(char letter) {
 }
 
 std::optional<NumberedName> split(const fs::path& path) {
-    // Digits of an extension, as in "mp4", count nothing.
+    // Digits of the extension, as in "mp4", do not count.
     const std::string extension = path.extension().string();
     const std::string stem = path.stem().string();
     const auto end = std::find_if(stem.rbegin(), stem.rend(), isDigit).base();
@@ -65,7 +65,7 @@ std::optional<NumberedName> split(const fs::path& path) {
     return NumberedName{{stem.begin(), begin}, digits, std::string(end, stem.end()) + extension};
 }
 
-/// Whether digits are a smaller number than others.
+/// Whether the number of a name is smaller than that of another.
 bool isBefore(const NumberedName& left, const NumberedName& right) {
     if (left.digits.size() != right.digits.size())
         return left.digits.size() < right.digits.size();
@@ -87,7 +87,7 @@ std::optional<uint64_t> numberInFolder(const fs::path& path) {
     return number;
 }
 
-/// Media that shows by nothing but its name what it is: what is encrypted above all.
+/// Whether a file is media by its name: encrypted segments do not show it by their bytes.
 bool hasMediaName(const fs::path& path) {
     const std::string extension = path.extension().string();
     return extension == ".ts" || extension == ".aac";

@@ -11,9 +11,9 @@ namespace hastool {
 /// as a manifest, a key or an initialisation.
 ///
 /// A file with several fragments is a stream: the number is that of the fragment at `offset`. Any
-/// other file counts among those of its folder whose names differ from its own in the last group of
-/// digits alone, whatever number the first of them has: "12.ts", "chunk-stream0-00012.m4s",
-/// "Fragments(video=240000000)".
+/// other segment is a file. Its stream are the files of its folder whose names differ from its own
+/// only in the last group of digits, and the lowest of these is number 1: "12.ts",
+/// "chunk-stream0-00012.m4s", "Fragments(video=240000000)".
 /// @param offset  where the request begins in the file
 std::optional<uint64_t> segmentNumber(const std::filesystem::path& file, uint64_t offset);
 

@@ -16,7 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr size_t kMaxEntries = 200000; // looked at for presentations
+constexpr size_t kMaxEntries = 200000; // files and folders that are searched for presentations
 constexpr int kMaxDepth = 4;
 constexpr char kSmooth[] = "application/vnd.ms-sstr+xml";
 constexpr size_t kBeginning = 4096; // of a file, enough to see what it is
@@ -96,7 +96,7 @@ ServedFolder::ServedFolder(fs::path root)
     m_root = fs::canonical(m_root);
 }
 
-/// Where a path leads, whether there is anything or not.
+/// Where a URL's path leads, whether there is a file or not; nothing for one that leads out.
 std::optional<fs::path> ServedFolder::place(const std::string& path) const {
     if (path.empty() || path[0] != '/' || path.find('\0') != std::string::npos)
         return std::nullopt;

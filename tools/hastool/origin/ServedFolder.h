@@ -19,12 +19,12 @@ public:
     /// leads out of the folder.
     std::optional<std::filesystem::path> find(const std::string& path) const;
 
-    /// The folder that such a path names, the root among them.
+    /// The folder that the decoded path of a URL names, which may be the root; nothing likewise.
     std::optional<std::filesystem::path> findFolder(const std::string& path) const;
 
     /// Paths, as find() takes them, of the presentations in the folder and its subfolders: DASH and
-    /// Smooth manifests and HLS playlists, without the playlists that others name. In order of
-    /// their paths.
+    /// Smooth manifests and HLS playlists, without media playlists below a master playlist. In
+    /// order of their paths.
     std::vector<std::string> presentations() const;
 
 private:
@@ -35,7 +35,7 @@ private:
 
 /// The MIME type for a file's name.
 std::string contentType(const std::filesystem::path& file);
-/// Text with everything encoded that does not stand for itself in the path of a URL.
+/// A path as it is written in a URL, percent-encoded where needed.
 std::string encodedPath(const std::string& path);
 /// Where the built-in presentations are, beside the running program; nothing when they have not
 /// been made.

@@ -53,7 +53,7 @@ std::string Validators::lastModified() const {
     return {text.data(), size};
 }
 
-/// @param isWeak  whether a tag marked as weak may be the same
+/// @param isWeak  whether a tag marked as weak may match
 bool Validators::isListed(const std::string& list, bool isWeak) const {
     if (list == "*")
         return true;
@@ -88,7 +88,7 @@ bool Validators::allowsRange(const Header& header) const {
     if (condition.empty() || m_etag.empty())
         return true;
     if (condition.find('"') != std::string::npos)
-        return condition == m_etag; // one tag, and no weak one
+        return condition == m_etag; // exactly one tag, which must not be weak
     const auto date = parseDate(condition);
     return date && *date == m_modified;
 }

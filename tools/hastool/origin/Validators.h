@@ -8,7 +8,7 @@
 
 namespace hastool {
 
-/// The validators of a file (RFC 9110, 8.8) and what a request's conditions come to with them.
+/// The validators of a file (RFC 9110, 8.8), and whether a request's conditions hold with them.
 class Validators {
 public:
     /// How a request goes on.
@@ -16,7 +16,7 @@ public:
     /// A header of the request by its name; empty where there is none.
     using Header = std::function<std::string(const std::string& name)>;
 
-    /// Of a file that is there; of one that is not, nothing is known and every request goes on.
+    /// Takes them from a file. When the file is not there they stay empty, and all conditions hold.
     explicit Validators(const std::filesystem::path& file);
     /// @param modified  seconds since 1970
     Validators(std::string etag, int64_t modified);

@@ -22,7 +22,7 @@ namespace http = boost::beast::http;
 using Parser = http::request_parser<http::string_body>;
 
 constexpr time_t kIdleSeconds = 120;
-constexpr uint32_t kMaxHeader = 1U << 20; // an engine's cookies are long
+constexpr uint32_t kMaxHeader = 1U << 20; // the download engine may send many long cookies
 constexpr uint64_t kMaxBody = 1U << 20;
 constexpr size_t kReceived = 8192;
 constexpr auto kArrivalInterval = std::chrono::milliseconds(1);
@@ -30,7 +30,7 @@ constexpr int kArrivalIntervals = 1000;
 constexpr std::string_view kBadRequest =
     "HTTP/1.1 400 Bad Request\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
 
-/// Gives the parser what has come. @return false for what is no request
+/// Gives the bytes that have come to the parser. @return false when they are no request
 bool parse(Parser& parser, std::string& input) {
     boost::beast::error_code error;
     const size_t used = parser.put(boost::asio::buffer(input), error);
@@ -81,7 +81,7 @@ std::optional<WebRequest> WebConnection::read() {
         }
         if (parser.is_done())
             return requestOf(parser);
-        // What is left is the begin of a line, whose rest has to come.
+        // The parser took nothing: the bytes are the begin of a line, and the rest has to come.
         if (m_input.size() == before && !receive())
             return std::nullopt;
     }
@@ -124,7 +124,7 @@ void WebConnection::abort() const {
     shutdown(fd(), SHUT_RDWR);
 }
 
-/// A reset takes back what has not.
+/// A reset would discard the bytes that have not arrived.
 void WebConnection::waitUntilArrived() const {
     int unsent = 0;
     for (int i = 0; i < kArrivalIntervals; ++i) {

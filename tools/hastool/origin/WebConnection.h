@@ -10,28 +10,28 @@
 
 namespace hastool {
 
-/// Reads requests (HTTP/1.1, RFC 9112) and sends bytes. What an answer is made of, when its bytes
-/// go and how it ends is its user's. Used by one thread, but for abort().
+/// Reads requests (HTTP/1.1, RFC 9112) and sends bytes. Its user makes the answers, and decides
+/// when their bytes go and how they end. Used by one thread, but for abort().
 class WebConnection {
 public:
-    /// @param number  the how manieth connection of its server it is, from 1
+    /// @param number  of the connection among those of its server, from 1
     WebConnection(Descriptor socket, std::string peer, int number);
-    /// Closes the connection, so that everything sent arrives; but see reset().
+    /// Closes the connection so that everything sent arrives, unless reset() was called.
     ~WebConnection();
     WebConnection(const WebConnection&) = delete;
     WebConnection& operator=(const WebConnection&) = delete;
 
     /// Waits for a request.
     /// @return nothing when the client has closed the connection or is silent for two minutes, and
-    ///         for bytes that are no request, which are answered with status 400
+    ///         for bytes that are no request, after answering them with status 400
     std::optional<WebRequest> read();
-    /// Sends bytes, or waits until they can be. @return false when the connection is gone
-    /// @param more  others follow at once: they may share a packet
+    /// Sends bytes; waits while the connection takes no more. @return false when it is gone
+    /// @param more  whether other bytes follow at once, which may then share a packet with these
     bool send(std::string_view bytes, bool more = false);
-    /// Lets the end of the connection look like a broken one, behind what has arrived by now. The
-    /// last that is called.
+    /// Waits until the bytes sent so far have arrived, for a second at most; the destructor then
+    /// breaks the connection off (TCP reset). Nothing else may be called afterwards.
     void reset();
-    /// Ends whatever waits for the other side. Any thread.
+    /// Ends read() and send() if they wait for the client. Any thread.
     void abort() const;
 
     int fd() const { return m_socket.get(); }
@@ -46,7 +46,7 @@ private:
     Descriptor m_socket;
     const std::string m_peer;
     const int m_number;
-    std::string m_input; ///< received, and not yet of a request
+    std::string m_input; ///< received bytes that no request has taken yet
     bool m_isReset = false;
 };
 

@@ -20,7 +20,7 @@ Descriptor listenOnLoopback(const WebServer::Options& options, uint16_t& port) {
     Descriptor listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     const int yes = 1;
     setsockopt(listener.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    // The connections inherit it.
+    // Set on the listener, as connections inherit it.
     if (options.sendBuffer > 0)
         setsockopt(listener.get(), SOL_SOCKET, SO_SNDBUF, &options.sendBuffer,
                    sizeof options.sendBuffer);

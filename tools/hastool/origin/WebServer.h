@@ -14,8 +14,8 @@
 
 namespace hastool {
 
-/// Takes connections on 127.0.0.1 from construction to stop(), each on a thread of its own, so that
-/// an answer may wait for as long as it likes.
+/// Takes connections on 127.0.0.1 from construction to stop(), each on a thread of its own: an
+/// answer may take its time without holding up others.
 class WebServer {
 public:
     struct Options {
@@ -36,13 +36,13 @@ public:
     int accepted() const { return m_accepted; }
     int open() const { return m_open; }
 
-    /// Ends all connections, and waits for their threads: what else they wait for is their user's
-    /// to end before.
+    /// Ends all connections and waits for their threads. If these wait for anything but their
+    /// client, the caller has to end that wait before.
     void stop();
 
 private:
     struct Worker {
-        std::unique_ptr<WebConnection> connection; ///< until it is done
+        std::unique_ptr<WebConnection> connection; ///< null once it has been served
         std::thread thread;
         std::atomic<bool> isDone{false};
     };
@@ -58,7 +58,7 @@ private:
     Gate m_stopped;
     std::atomic<int> m_accepted{0};
     std::atomic<int> m_open{0};
-    std::mutex m_mutex; // guards the connections, but for their own threads
+    std::mutex m_mutex; // guards the pointers to connections, as stop() looks at them too
     std::list<Worker> m_workers;
     std::thread m_acceptor;
 };

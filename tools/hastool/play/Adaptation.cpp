@@ -30,7 +30,7 @@ void Adaptation::start(long long now) {
     m_lastPoll = now;
 }
 
-/// The checker takes a poll as due only when more than its interval has passed.
+/// One millisecond more than the interval: the checker ignores a poll before that.
 std::chrono::milliseconds Adaptation::untilPoll(long long now) {
     const long long due = m_lastPoll + static_cast<long long>(m_checker.GetMonitorInterval()) + 1;
     return std::chrono::milliseconds(std::max(due - now, 0LL));
@@ -56,7 +56,7 @@ void Adaptation::configure(const PlayOptions& options, std::deque<PlayTrack>& tr
     m_switcher.SetBitrateLimit(options.groups, options.limits);
     m_switcher.ResetData(bitrates, false);
     main.startAt(options.startBitrate);
-    int audio = options.audioBitrate; // also of audio that comes in the main track
+    int audio = options.audioBitrate; // where audio comes with the video, the user's figure holds
     for (size_t i = 1; i < tracks.size(); ++i) {
         tracks[i].startAt(options.audioBitrate);
         audio = tracks[i].bitrate();
@@ -71,7 +71,7 @@ StreamChoice Adaptation::choose(const PlayTrack& main, const PlaybackBuffer& buf
     choice.buffer = buffer.level().count();
     choice.mean = m_checker.GetCurrentAvgBandwidth();
     choice.first = m_checker.GetBeginingBandwidth();
-    // The switcher counts the streams that are allowed.
+    // The switcher's numbers count only the streams that are allowed.
     const auto present = std::find(main.ladder.begin(), main.ladder.end(), main.stream);
     choice.answer = m_switcher.ProcessAdaptiveSeg(static_cast<int>(present - main.ladder.begin()),
                                                   inMs32(buffer.level()));

@@ -14,20 +14,20 @@
 
 namespace hastool {
 
-/// Measures what comes in and lets the library's switcher choose among the streams that are
+/// Measures the bandwidth and lets the library's switcher choose among the streams that are
 /// allowed.
 class Adaptation {
 public:
-    /// Takes what comes in.
+    /// The observer to tell of all bytes that come in.
     hascommon::IDownloadEvent& traffic() { return m_checker; }
     /// Begins to measure. @param now  milliseconds since the epoch, here and below
     void start(long long now);
-    /// Measures anew when that is due. @return whether it was
+    /// Takes a new measurement when one is due. @return whether it was
     bool poll(long long now);
-    /// How long it is until then.
+    /// How long it is until the next measurement is due.
     std::chrono::milliseconds untilPoll(long long now);
-    /// Tells the switcher the tracks, the first of which it chooses for, and puts all of them at
-    /// the streams to begin with. @throws ToolError when the limits allow none
+    /// Sets the switcher up for the first track, and puts all tracks at the streams that they begin
+    /// with. @throws ToolError when the limits allow no stream
     void configure(const PlayOptions& options, std::deque<PlayTrack>& tracks);
 
     /// Which stream the main track's next piece should be of.

@@ -12,7 +12,7 @@
 namespace hastool {
 
 /// Reads lines of "bitrate,group,class"; blank lines and those that begin with "#" are passed over.
-/// @param where  names the text in messages. @throws ToolError with the line that is none
+/// @param where  names the text in messages. @throws ToolError with the first other line
 std::vector<hascommon::bitrateParam_t> parseBitrateGroups(std::string_view text,
                                                           const std::string& where);
 

@@ -7,7 +7,7 @@
 
 namespace hastool {
 
-/// Tells a play the time: the machine's, or one that passes as quickly as it is computed.
+/// Tells a play the time: the machine's, or a virtual one that jumps to the next event.
 class Clock {
 public:
     using TimePoint = std::chrono::steady_clock::time_point;
@@ -15,10 +15,10 @@ public:
     virtual ~Clock() = default;
     /// For intervals; never set back.
     virtual TimePoint steady() const = 0;
-    /// Since the epoch, as the bandwidth checker counts.
+    /// Milliseconds since the epoch, as the bandwidth checker counts.
     virtual long long milliseconds() const = 0;
 
-    /// The same time for a presentation; the clock is borrowed.
+    /// The same time as a TimeSource, which borrows this clock.
     TimeSource source() const {
         TimeSource source;
         source.steady = [this] { return steady(); };

@@ -1,4 +1,4 @@
-// Documents that are read on the way to a piece.
+// Documents that have to be fetched on the way to a piece.
 #pragma once
 
 #include "TransferSlot.h"
@@ -11,25 +11,26 @@
 
 namespace hastool {
 
-/// Lays out what a presentation, or a key store, asks for. What is not at hand makes the call that
-/// asks fail with DocumentWanted; it is then fetched, and the call made again. Each reader has a
-/// slot for its transfer, by which it is known. A document that one reader waits for is not fetched
-/// for another one beside it.
+/// Holds the documents that a presentation, or a key store, asks for. A call for a document that is
+/// not there yet throws DocumentWanted; the reader that made the call then has it fetched, and
+/// calls again. A reader is known by its transfer slot. A document that is on its way for one
+/// reader is not fetched a second time for another.
 class DocumentDesk {
 public:
-    /// @throws DocumentWanted when it is not at hand, ToolError when it cannot be had
+    /// @throws DocumentWanted when the document is not there yet, ToolError when fetching it failed
     Document document(const Resource& resource);
-    /// Likewise for bytes, with what came of fetching them. @param limit  of their size
+    /// Likewise for bytes, but a failure is told by the outcome. @param limit  of their size
+    /// @return how the transfer ended
     Outcome bytes(const std::string& url, size_t limit, std::string& bytes);
 
     /// Begins to fetch a document for a reader, unless it is on its way.
     void fetch(const DocumentWanted& wanted, TransferSlot& reader);
     bool isUnderWay(const Resource& resource) const;
-    /// A reader's call is over: what was fetched for it is no longer needed.
+    /// Drops what was fetched for a reader: its call has returned.
     void release(const TransferSlot& reader);
 
 private:
-    /// One document, on its way or at hand.
+    /// One document, on its way or there.
     struct Entry {
         Entry(const DocumentWanted& wanted, TransferSlot& itsReader)
             : resource(wanted.resource)
@@ -45,7 +46,7 @@ private:
     Entry& take(const DocumentWanted& wanted);
     const Entry* find(const Resource& resource) const;
 
-    std::vector<std::unique_ptr<Entry>> m_entries; ///< few, and sinks stay where they are
+    std::vector<std::unique_ptr<Entry>> m_entries; ///< pointers, as transfers write into the sinks
 };
 
 } // namespace hastool

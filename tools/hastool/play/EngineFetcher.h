@@ -27,7 +27,7 @@ private:
     bool pump();
 
     Downloader m_downloader;
-    std::map<Id, std::string> m_names; ///< of what has not ended, as retries are told
+    std::map<Id, std::string> m_names; ///< of transfers under way, for the messages about retries
 };
 
 } // namespace hastool

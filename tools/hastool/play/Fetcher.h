@@ -12,7 +12,7 @@
 
 namespace hastool {
 
-/// Runs transfers. Nothing but wait() takes time.
+/// Runs transfers. Only wait() blocks.
 class Fetcher {
 public:
     using Id = int;
@@ -34,7 +34,7 @@ public:
     virtual bool isHeld() const = 0;
     /// Ends everything that has not ended; no sink is written to afterwards.
     virtual void cancelAll() = 0;
-    /// Lets time pass, until a transfer ends but not beyond a moment.
+    /// Lets time pass until a transfer ends, or until a moment if none ends before.
     virtual void wait(Clock::TimePoint until) = 0;
 
 protected:

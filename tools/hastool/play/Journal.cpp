@@ -145,7 +145,7 @@ void Journal::commit() {
         m_trace->commit();
 }
 
-/// The end of what was fetched, as the player counts.
+/// The end of the media that was fetched, as a time stamp for the hub.
 unsigned long long Journal::pts() const {
     return static_cast<unsigned long long>(m_main->seconds * 1000) *
            PlayerCallbacks::kTimestampsPerMs;

@@ -1,4 +1,4 @@
-// What is told and kept of a play.
+// What a play tells its observer, its trace and its summary.
 #pragma once
 
 #include "Clock.h"
@@ -24,13 +24,13 @@ public:
 
     /// Names the track with the video, borrowed.
     void follow(const PlayTrack& main) { m_main = &main; }
-    /// Since the play began.
+    /// Seconds since the play began.
     double seconds() const;
 
     void event(const std::string& kind, const std::string& what);
     void trouble(const std::string& what) { m_observer.onTrouble(what); }
     void troubles(const std::vector<std::string>& all);
-    /// The main track, or another, goes on with another stream.
+    /// A track goes on with another stream. @param from, to  bits per second
     void changed(int from, int to, bool isUp);
     /// The player comes to a piece of the main track.
     void reached(const MediaPiece& piece);
@@ -39,7 +39,7 @@ public:
     void shown(const std::string& resolution);
     void transferred(const Outcome& outcome);
     void taken(uint64_t bytes);
-    /// So much of the main track was taken in.
+    /// Counts media of the main track for the mean bitrate.
     void chosen(double seconds, int bitrate);
     void skipped(uint64_t pieces) { m_summary.skipped += pieces; }
     void row(const TraceRow& row);
@@ -47,7 +47,7 @@ public:
     /// Records what has begun or ended since the last sample; does nothing while all is the same.
     void watch(const PlaySample& now);
     void sample(const PlaySample& now);
-    /// Tells how the play stands when that is due again.
+    /// Tells the observer the status, a few times a second at most.
     void show(const PlaySample& now);
 
     /// Segments that were taken in.
@@ -68,12 +68,12 @@ private:
     const PlayTrack* m_main = nullptr;
     Summary m_summary;
     double m_bitSeconds = 0;  ///< bitrates of the main track's pieces times their durations
-    double m_mainSeconds = 0; ///< of these pieces
+    double m_mainSeconds = 0; ///< durations of these pieces
     PlaySample m_lastSample;
-    bool m_isStallTold = false; ///< its begin, and not its end
+    bool m_isStallTold = false; ///< a stall's begin was told, and its end not yet
     double m_stallBegun = 0;
-    bool m_hasDateTime = false;      ///< the first one was told
-    size_t m_shownStream = SIZE_MAX; ///< whose resolution was told last
+    bool m_hasDateTime = false;      ///< the first date of the media was told
+    size_t m_shownStream = SIZE_MAX; ///< the stream whose resolution was told last
     Clock::TimePoint m_begun;
     Clock::TimePoint m_lastStatus;
 };

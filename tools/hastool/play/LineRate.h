@@ -9,7 +9,7 @@ namespace hastool {
 
 /// A rate that holds from a moment on.
 struct LineRate {
-    std::chrono::milliseconds begin{0}; ///< since the line's begin
+    std::chrono::milliseconds begin{0}; ///< when the rate begins, from the begin of the line
     uint64_t bitsPerSecond = 0;
 };
 

@@ -11,17 +11,16 @@ namespace hastool {
 
 /// Writes the pieces of one play into one file that can be played: transport streams one behind the
 /// other, fragmented MP4 behind its initialisation, which is written again when it changes.
-/// An index that leads out of its piece becomes "free": what follows here is not what followed
-/// there.
+/// An index that leads out of its piece becomes "free": in this file something else follows.
 ///
-/// It is written beside its name, FILE.part, and takes it with commit(): a play that comes to
-/// nothing leaves a file of that name as it was.
+/// The file is written as FILE.part until commit() renames it, so that a play without any media
+/// leaves an older file of that name as it was.
 class MediaWriter {
 public:
     /// @param path  empty to write nothing. @throws ToolError when it cannot be written
     explicit MediaWriter(const std::string& path);
 
-    /// Says what the following pieces cannot be decoded without; empty for nothing.
+    /// Sets the initialisation of the pieces that follow; empty when they need none.
     void setInit(const std::string& init);
     /// Writes a piece, whole. @throws ToolError when it cannot be written
     void write(const std::string& media);

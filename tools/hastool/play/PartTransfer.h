@@ -24,10 +24,10 @@ public:
     /// Begins to fetch a part.
     /// @param index  the segment's number, for messages
     /// @throws DocumentWanted for its key, which has to come first; ToolError for a key that cannot
-    ///         be had: the segments behind it would not fare better
+    ///         be had, as the segments that follow need it too
     void begin(const MediaPart& part, uint64_t index, size_t limit);
-    /// Takes what has come, once the slot's transfer has ended.
-    /// @throws ToolError for what was fetched and cannot be decrypted
+    /// Takes the bytes, once the slot's transfer has ended.
+    /// @throws ToolError for a part that was fetched but cannot be decrypted
     Outcome finish(std::string& bytes);
 
 private:

@@ -9,9 +9,10 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// A fast play keeps what the switcher's rules ask for: over 5 s it may go up, below 8 s down.
+// The buffer of a fast play: a level at which the switcher may go both up, which it does above 5 s,
+// and down, which it does below 8 s.
 constexpr milliseconds kFastLevel{6000};
-constexpr int kMaxFailuresInARow = 3; // then it is not the segments
+constexpr int kMaxFailuresInARow = 3; // after so many the fault is not in single segments
 
 milliseconds inMilliseconds(double seconds) {
     return milliseconds(std::llround(seconds * 1000));
@@ -66,7 +67,7 @@ void PieceIntake::buffered(PlayTrack& track, const MediaPiece& piece, uint64_t b
 void PieceIntake::skip(PlayTrack& track, const PieceOrder& order, const Outcome& outcome) {
     const MediaPiece& piece = order.piece;
     m_journal.skipped(1);
-    track.seconds += piece.seconds; // the place goes on
+    track.seconds += piece.seconds; // the track goes on behind the piece
     m_lastFailure = outcome.failure;
     if (!piece.missing) {
         const std::string& url = piece.media.resource.url;

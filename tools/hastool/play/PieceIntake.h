@@ -31,14 +31,14 @@ public:
         , m_buffer(buffer)
         , m_journal(journal) {}
 
-    /// Passes what is protected through its DRM handler; what is not stays as it is.
+    /// Passes a protected part through its DRM handler; a clear one stays as it is.
     /// @throws ToolError when there is no handler, or it refuses the bytes
     void protect(const MediaPiece& piece, const MediaPart& part, std::string& bytes);
     void accept(PlayTrack& track, const PieceOrder& order, const Outcome& outcome,
                 const std::string& media);
     /// Goes on behind a piece that could not be had. @throws ToolError when too many in a row
     void skip(PlayTrack& track, const PieceOrder& order, const Outcome& outcome);
-    /// Pieces were gone before they could be asked for.
+    /// Counts pieces that the server had dropped before they could be asked for.
     void lose(uint64_t pieces);
 
     /// Why the last piece could not be had; empty when all could.

@@ -19,18 +19,18 @@ struct PlayStatus {
     bool paused = false; ///< by the viewer
 };
 
-/// One measurement, taken whenever the engine's bandwidth is polled, whenever play or transfers
-/// begin or cease to stand still, and at the end.
+/// One measurement. They are taken whenever the bandwidth is polled; when a stall, a pause or the
+/// holding of transfers begins or ends; and at the end.
 struct PlaySample {
     double time = 0;        ///< seconds since the play began
-    unsigned bandwidth = 0; ///< the newest of the window's measure, bits per second
+    unsigned bandwidth = 0; ///< the best sample of the checker's window, bits per second
     unsigned mean = 0;      ///< the window's mean
     double buffer = 0;      ///< seconds
     double position = 0;    ///< seconds
     int bitrate = 0;        ///< of the chosen stream
     bool playing = false;
     bool transferHeld = false; ///< the buffer is full, or the viewer pauses
-    bool stalled = false;      ///< play had begun and waits for media
+    bool stalled = false;      ///< play has begun before and now waits for media
     bool paused = false;       ///< by the viewer
 };
 
@@ -41,14 +41,14 @@ public:
     virtual void onStatus(const PlayStatus& status) = 0;
     virtual void onSegment(const TraceRow& row) = 0;
     virtual void onSample(const PlaySample& sample) = 0;
-    /// The player was told something, or the viewer did something.
-    /// @param kind  "bitrate", "discontinuity", "event", "drm-error", "pause", "retry", "stall",
-    /// ...
+    /// A callback of the player was called, or something happened that is worth a line.
+    /// @param kind  "discontinuity", "event", "drm-error", "pause", "retry", "stall" and others
     virtual void onEvent(double time, const std::string& kind, const std::string& what) = 0;
-    /// @param time  seconds since the play began
+    /// @param time      seconds since the play began
+    /// @param from, to  bits per second
     virtual void onSwitch(double time, int from, int to) = 0;
-    /// The first segment since the begin or a switch is there.
-    /// @param resolution  "640x360"
+    /// The first segment of a stream has come, after the begin or a switch, and its resolution is
+    /// known. @param resolution  "640x360"
     virtual void onRendition(double time, int bitrate, const std::string& resolution) = 0;
     /// Something went wrong that does not end the play.
     virtual void onTrouble(const std::string& what) = 0;

@@ -53,7 +53,7 @@ std::optional<size_t> PlayTrack::fallback() const {
     if (hasGoodStream)
         return lastGoodStream == stream || isBroken[lastGoodStream] ? std::nullopt
                                                                     : std::optional(lastGoodStream);
-    std::optional<size_t> best; // below, else above
+    std::optional<size_t> best; // the nearest one below, else the nearest above
     for (const size_t index : ladder) {
         const bool isNearer = index < stream || !best;
         if (!isBroken[index] && isNearer)

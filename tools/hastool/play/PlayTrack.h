@@ -22,32 +22,34 @@ struct PlayTrack {
 
     PlayTrack(size_t number, const TrackInfo& info, std::unique_ptr<MediaWriter> writer);
 
-    /// Leaves only the streams within one of the ranges of bitrates; without ranges, and where a
-    /// bitrate is not known, all. @return whether there are any
+    /// Allows only the streams whose bitrate is in one of the ranges or not known; without ranges
+    /// all. @return whether any stream is allowed
     bool allow(const std::vector<std::pair<int, int>>& ranges);
     /// Goes to the best stream up to a bitrate, or the lowest.
     void startAt(int maxBitrate);
-    /// The stream to go on with when this one's manifest cannot be had: the one before it; before
-    /// anything has come the nearest that has not failed, a lower one first.
+    /// The stream to go on with when this one's manifest cannot be had: the last one whose manifest
+    /// could be read; if there was none, the nearest that has not failed, rather a lower one.
+    /// @return nothing when there is no such stream
     std::optional<size_t> fallback() const;
-    /// Of its stream in bits per second; measured where the manifest tells none, 0 until then.
+    /// The bitrate of its stream in bits per second. Where the manifest does not give it, it is
+    /// that of the media so far, and 0 before any has come.
     int bitrate() const;
 
     size_t number; ///< in the presentation
     TrackInfo info;
     size_t stream = 0;
-    size_t lastGoodStream = 0;  ///< that a piece came from
-    bool hasGoodStream = false; ///< there was one
+    size_t lastGoodStream = 0;  ///< the last stream whose manifest could be read
+    bool hasGoodStream = false; ///< there was such a stream
     std::vector<bool> isBroken; ///< streams whose manifest cannot be had
     std::vector<size_t> ladder; ///< streams that are allowed, ascending
     Renditions renditions;
     std::unique_ptr<MediaWriter> writer;
-    MediaPart init; ///< that initBytes came from
+    MediaPart init; ///< where initBytes came from
     std::string initBytes;
-    double seconds = 0;      ///< fetched
+    double seconds = 0;      ///< how far it has been read, skipped segments included
     uint64_t bytes = 0;      ///< of the media that came in
-    double mediaSeconds = 0; ///< that these bytes are
-    int failuresInARow = 0;  ///< of its segments
+    double mediaSeconds = 0; ///< duration of that media
+    int failuresInARow = 0;  ///< segments that could not be had, since the last that could
     bool ended = false;
     Clock::time_point askAt; ///< when there may be something new
     const char* change = ""; ///< "up" or "down" when the stream changed before the next piece

@@ -1,4 +1,4 @@
-// Where a play takes place.
+// The clock and the network of a play.
 #pragma once
 
 #include "Clock.h"
@@ -13,7 +13,7 @@ namespace hastool {
 
 /// A play's time and its network.
 struct PlayWorld {
-    /// Makes what fetches. @param traffic  is told of what comes in, borrowed
+    /// Makes the fetcher. @param traffic  is told of all bytes that come in, borrowed
     using Connect = std::function<std::unique_ptr<Fetcher>(const EngineOptions& options,
                                                            hascommon::IDownloadEvent& traffic)>;
 

@@ -9,9 +9,10 @@
 
 namespace hastool {
 
-/// Media that was fetched and not yet played, drained as time passes; tracks are played together.
+/// Media that was fetched and not yet played. It drains as time passes, all tracks together.
 ///
-/// Play begins, and goes on after the buffer ran empty, when every track has enough, or all.
+/// Play begins, and goes on after the buffer ran empty, when every track has enough media or has
+/// all that there will be.
 class PlaybackBuffer {
 public:
     using Milliseconds = std::chrono::milliseconds;
@@ -25,14 +26,14 @@ public:
     void finishAll();
     /// Lets time pass.
     void drain(Milliseconds time);
-    /// Plays down to a level in no time.
+    /// Plays at once all that is above a level.
     void drainTo(Milliseconds level);
 
-    /// How long can be played: what the shortest track has that is not finished, or the longest
-    /// one when all are.
+    /// For how long play can go on: the level of the shortest track that is not finished; when all
+    /// are finished, that of the longest.
     Milliseconds level() const;
     Milliseconds trackLevel(size_t track) const { return m_tracks[track].level; }
-    /// Bytes of the media that is there, a piece that is being played in proportion.
+    /// Bytes of the media in the buffer; of a piece that is being played the part that is left.
     uint64_t bytes() const;
     /// How much was played.
     Milliseconds position() const { return m_position; }

@@ -14,8 +14,8 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kEnoughToBegin{2000};
-constexpr milliseconds kTick{10};         // how finely time is seen while no transfer ends
-constexpr size_t kMaxKeyBytes = 1u << 20; // to be able to say that it is none
+constexpr milliseconds kTick{10};         // the longest wait while no transfer ends
+constexpr size_t kMaxKeyBytes = 1u << 20; // far above a key's 16, so that the message tells a size
 
 milliseconds inMilliseconds(double seconds) {
     return milliseconds(std::llround(seconds * 1000));
@@ -25,7 +25,7 @@ double inSeconds(milliseconds time) {
     return static_cast<double>(time.count()) / 1000;
 }
 
-/// Whether the track's bitrate is what came in, not what a manifest says.
+/// Whether the track's bitrate is measured, as no manifest gives it.
 bool isMeasured(const PlayTrack& track) {
     return track.info.streams.size() == 1 && track.info.streams[0].bitrate == 0;
 }
@@ -57,7 +57,7 @@ Player::Player(PlayOptions options, PlayObserver& observer, const PlayWorld& wor
         m_viewer = {inMilliseconds(m_options.pauseAt), inMilliseconds(m_options.pauseFor)};
 }
 
-/// What is still under way writes into what goes away here.
+/// Transfers under way write into members that are destroyed here.
 Player::~Player() {
     m_fetcher->cancelAll();
 }
@@ -126,7 +126,8 @@ std::unique_ptr<Presentation> Player::openWithDocuments() {
     }
 }
 
-/// The main output is there from the start, so that nothing is fetched in vain.
+/// The main track's file was opened before anything was fetched, so that a play whose output cannot
+/// be written fails at once.
 std::unique_ptr<MediaWriter> Player::writerOf(const TrackInfo& track) {
     if (m_mainWriter)
         return std::move(m_mainWriter);
@@ -144,7 +145,7 @@ void Player::playOut() {
     m_journal.sample(sample());
 }
 
-/// Lets time pass until something ends, or a little of it.
+/// Lets time pass until a transfer ends, or a short time if none does.
 void Player::pass() {
     const milliseconds time = std::min(kTick, m_adaptation.untilPoll(m_clock.milliseconds()));
     m_fetcher->wait(m_clock.steady() + time);
@@ -164,7 +165,7 @@ void Player::passTime() {
         m_buffer.drain(passed);
 }
 
-/// After something has changed: sees what follows from it.
+/// To be called after every change: holds transfers or lets them go, and tells the journal.
 void Player::settle() {
     holdTransfers();
     m_journal.watch(sample());

@@ -26,7 +26,8 @@ namespace hastool {
 /// switcher choose, drains the buffer as time passes, writes the media and the trace. While the
 /// buffer is full, or the viewer pauses, transfers are held.
 ///
-/// It is a loop that does what can be done and then waits for a transfer's end or a little time.
+/// It is a loop: it does everything that needs no waiting, then waits until a transfer ends or a
+/// short time has passed.
 class Player {
 public:
     /// @param observer  borrowed
@@ -36,8 +37,8 @@ public:
     Player(const Player&) = delete;
     Player& operator=(const Player&) = delete;
 
-    /// Plays. Ends early, and quietly, when the user interrupts.
-    /// @throws ToolError when it cannot go on; summary() then tells how far it came
+    /// Plays. Ends early, without an error, when the user interrupts.
+    /// @throws ToolError when the play cannot go on; summary() then tells how far it came
     void play();
 
     Summary summary();
@@ -69,7 +70,7 @@ private:
     PlaybackBuffer m_buffer;
     ViewerPause m_viewer;
     PieceIntake m_intake;
-    TransferSlot m_opening; ///< fetches what it takes to open the presentation
+    TransferSlot m_opening; ///< for the documents that opening the presentation needs
     std::optional<Schedule> m_schedule;
     Clock::TimePoint m_lastTick;
 };

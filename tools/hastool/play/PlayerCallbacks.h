@@ -1,4 +1,4 @@
-// What a player would be told.
+// The callbacks that a player gets from the library.
 #pragma once
 
 #include <Hasutil/CPlayerSupport.h>
@@ -8,11 +8,11 @@
 
 namespace hastool {
 
-/// Registers with the hub and puts whatever the player would be told into words.
+/// Registers with the library's hub of player callbacks, and puts each callback into words.
 class PlayerCallbacks {
 public:
-    /// @param kind  "discontinuity", "ad-start", "ad-end", "event", "drm-error",
-    /// "output-protection"
+    /// @param kind  "discontinuity", "ad-start", "ad-end", "event", "drm-error" or
+    ///              "output-protection"
     using Tell = std::function<void(const std::string& kind, const std::string& what)>;
     /// @param from, to  bits per second
     using Switched = std::function<void(int from, int to)>;
@@ -24,7 +24,7 @@ public:
     /// The hub to notify.
     hascommon::CPlayerSupport& hub() { return m_hub; }
 
-    /// Time stamps of transport streams (ISO/IEC 13818-1), in a millisecond.
+    /// How many units of a time stamp (ISO/IEC 13818-1) make a millisecond.
     static constexpr unsigned long long kTimestampsPerMs = 90;
 
 private:

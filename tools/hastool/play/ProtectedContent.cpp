@@ -16,7 +16,7 @@ using hascommon::IDRMHandler;
 
 constexpr size_t kChunk = 16384;
 constexpr size_t kPsshHeader = 32;
-constexpr size_t kMaxRoom = 512u << 20; // for one segment with everything that is put in
+constexpr size_t kMaxRoom = 512u << 20; // for one segment with all PSSH data that is inserted
 
 hascommon::MediaType mediaTypeOf(const Protection& protection) {
     return protection.isAudio ? hascommon::MEDIA_TYPE_AUDIO : hascommon::MEDIA_TYPE_VIDEO;
@@ -43,7 +43,7 @@ size_t occurrences(const std::string& bytes, const char* type) {
     return count;
 }
 
-/// The most that a piece can come to: each moov and moof may get a box with PSSH data.
+/// The largest size that a piece can grow to: each moov and moof may get a box with PSSH data.
 size_t roomFor(const std::string& bytes, size_t psshSize) {
     const size_t boxes = occurrences(bytes, "moov") + occurrences(bytes, "moof");
     if (boxes > 0 && psshSize + kPsshHeader > kMaxRoom / boxes)
@@ -51,7 +51,7 @@ size_t roomFor(const std::string& bytes, size_t psshSize) {
     return bytes.size() + boxes * (psshSize + kPsshHeader);
 }
 
-/// One segment in the order of calls that a handler is made for.
+/// Passes one segment through a handler, with the calls in the order that handlers expect.
 class Rewriting {
 public:
     Rewriting(IDRMHandler& handler, const Protection& protection, const std::string& name)
@@ -60,7 +60,7 @@ public:
         , m_representation(protection.representation)
         , m_name(name) {}
 
-    /// @param room  that anything written at once fits in
+    /// @param room  the largest size that the handler may write in one call
     std::string run(const std::string& bytes, size_t room) {
         m_room.resize(room);
         check(m_handler.OnSegmentStart(m_period, m_representation, 0, nullptr, false));
@@ -118,7 +118,7 @@ std::string ProtectedContent::rewrite(const Protection& protection, const std::s
     for (const ProtectionDescriptor& it : protection.descriptors)
         m_psshSize = std::max(m_psshSize, it.pssh.size());
     if (bytes.find("pssh") != std::string::npos)
-        m_psshSize = std::max(m_psshSize, bytes.size()); // the handler keeps what it finds
+        m_psshSize = std::max(m_psshSize, bytes.size()); // the handler keeps it for later pieces
     const size_t room = roomFor(bytes, m_psshSize);
     if (room > kMaxRoom)
         throw ToolError(name, "too much PSSH data for its fragments");
@@ -136,7 +136,7 @@ ProtectedContent::Session& ProtectedContent::sessionOf(const Protection& protect
     session.handler = handler;
     if (session.known.emplace(protection.period, protection.representation).second)
         introduce(session, protection);
-    // The one handler that reads something takes this for the system that rewrites boxes.
+    // Only the Marlin handler reads this: it names the kind of Marlin that uses Common Encryption.
     std::string drmInfo = "TYPE=MARLIN-MS3";
     if (isNew && handler->OnContentStart(&drmInfo) != 1)
         throw ToolError(name, "the DRM handler refuses the content");

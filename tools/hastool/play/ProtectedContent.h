@@ -18,14 +18,14 @@ namespace hastool {
 class ProtectedContent {
 public:
     ProtectedContent() = default;
-    /// Ends the content.
+    /// Tells all handlers that the content has ended.
     ~ProtectedContent();
     ProtectedContent(const ProtectedContent&) = delete;
     ProtectedContent& operator=(const ProtectedContent&) = delete;
 
-    /// Rewrites one initialisation or one segment; what an index in it says holds for the result.
-    /// @param name  of the piece, for messages. @throws ToolError when no handler takes one of the
-    ///              descriptors, or the handler refuses the piece
+    /// Rewrites one initialisation or one segment; an index in it is mended for the new sizes.
+    /// @param name  of the piece, for messages. @throws ToolError when none of the descriptors has
+    ///              a handler, or the handler refuses the piece
     std::string rewrite(const Protection& protection, const std::string& bytes,
                         const std::string& name);
 
@@ -34,8 +34,8 @@ private:
 
     /// A handler and what it was told.
     struct Session {
-        hascommon::IDRMHandler* handler = nullptr; ///< the manager's
-        std::set<Place> known;                     ///< whose descriptors it has
+        hascommon::IDRMHandler* handler = nullptr; ///< owned by the manager
+        std::set<Place> known;                     ///< the places whose descriptors it has
         Place last{-1, -1};
     };
 

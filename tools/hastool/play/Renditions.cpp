@@ -7,7 +7,7 @@
 namespace hastool {
 namespace {
 
-/// Manifests may say anything, and it goes to terminals and traces.
+/// A manifest's text is shown on terminals and in traces, so it is checked.
 bool isResolution(const std::string& text) {
     constexpr char kDigits[] = "0123456789";
     constexpr size_t kMaxSize = 20;

@@ -15,8 +15,8 @@ struct PlayedRendition {
     std::string resolution; ///< "640x360"; empty when not known
 };
 
-/// Learns the picture size of each quality: from the parameter set of its first segment where that
-/// is a transport stream or an Annex B stream with one, else from what the manifest says.
+/// Learns the picture size of each quality: from the H.264 parameter set in its first segment where
+/// there is one, else from the manifest.
 class Renditions {
 public:
     Renditions() = default;
@@ -24,7 +24,7 @@ public:
 
     /// Looks into a stream's segment, unless one was looked into before. @return the resolution
     const std::string& learn(size_t stream, const std::string& media);
-    /// "640x360"; until the first segment what the manifest says, empty when nothing does.
+    /// "640x360"; before the first segment that of the manifest; empty when not known.
     std::string resolution(size_t stream) const;
     /// In the order of their first segments.
     std::vector<PlayedRendition> played() const;

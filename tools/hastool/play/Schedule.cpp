@@ -42,7 +42,8 @@ TrackFeed* Schedule::findReady() {
     return found == m_feeds.end() ? nullptr : &*found;
 }
 
-/// The idle track with the least media, of those that may have something; null when there is none.
+/// Of the idle tracks that may be asked now, the one that was read least far; null when there is
+/// no such track.
 TrackFeed* Schedule::pick() {
     if (!wantsMore() || (m_options.maxSegments > 0 && begun() >= m_options.maxSegments))
         return nullptr;
@@ -57,7 +58,7 @@ TrackFeed* Schedule::pick() {
     return best;
 }
 
-/// Segments that were taken in, and those that may come of what is under way.
+/// The number of segments taken in, and of those that may still come from busy tracks.
 uint64_t Schedule::begun() const {
     const auto busy = std::count_if(m_feeds.begin(), m_feeds.end(),
                                     [](const TrackFeed& feed) { return !feed.isIdle(); });

@@ -8,9 +8,9 @@
 
 namespace hastool {
 
-/// Keeps the tracks going beside each other, each with one transfer at most, until they have ended
-/// or enough was fetched. A track with a full buffer does not run further ahead of one that lags;
-/// when all are full each begins one more piece, whose transfer is held.
+/// Fetches all tracks at the same time, each with one transfer at most, until they have ended or
+/// enough was fetched. A track whose buffer is full begins no piece while another's is not; when
+/// all are full each begins one more, whose transfer is held.
 class Schedule {
 public:
     /// All are borrowed.
@@ -35,7 +35,7 @@ private:
     const Clock& m_clock;
     const Journal& m_journal;
     const PlaybackBuffer& m_buffer;
-    std::deque<TrackFeed> m_feeds; ///< where they are, transfers write
+    std::deque<TrackFeed> m_feeds; ///< a deque, as transfers write into feeds, which must not move
 };
 
 } // namespace hastool

@@ -42,7 +42,7 @@ nlohmann::ordered_json toJson(const std::vector<PlayedRendition>& renditions) {
     return list;
 }
 
-/// A bandwidth that was never measured is none, not one of 0.
+/// Null for 0, which stands for a bandwidth that was never measured.
 nlohmann::ordered_json measured(unsigned bandwidth) {
     return bandwidth == 0 ? nlohmann::ordered_json() : nlohmann::ordered_json(bandwidth);
 }

@@ -16,7 +16,7 @@ struct Summary {
     std::string url;
     bool live = false;
     size_t streams = 0;
-    std::vector<int> ladder; ///< their bitrates in bits per second, ascending
+    std::vector<int> ladder; ///< bitrates of the streams in bits per second, ascending
     double played = 0;
     double wallTime = 0;
     double startupTime = 0;

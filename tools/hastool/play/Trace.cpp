@@ -14,7 +14,7 @@ bool endsWith(const std::string& text, const std::string& end) {
     return text.size() > end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-/// The columns of the file, of those that there are.
+/// Those of all columns that a trace has.
 const std::vector<TraceColumn>& columns() {
     static const auto written = [] {
         std::vector<TraceColumn> result;

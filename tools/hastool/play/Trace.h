@@ -8,9 +8,8 @@
 
 namespace hastool {
 
-/// Writes rows to a file, as CSV or as a JSON list by the file's extension; which columns they have
-/// stands in TraceColumn.h. Every row is in the
-/// file at once, which is FILE.part until commit() gives it its name.
+/// Writes rows to a file, as CSV or as a JSON list by the file's extension; TraceColumn.h has the
+/// columns. Each row is written at once, without buffering. The file is FILE.part until commit().
 class Trace {
 public:
     /// @param path  ends in .csv or .json, see isTraceName(). @throws ToolError when it cannot be
@@ -19,8 +18,8 @@ public:
 
     /// @throws ToolError when it cannot be written
     void add(const TraceRow& row);
-    /// Ends the list and gives the file its name if there are any rows; else a file of that name
-    /// stays as it was. @throws ToolError when that fails
+    /// Ends the list and gives the file its name. Without any rows it does nothing, and an older
+    /// file of that name stays. @throws ToolError when that fails
     void commit();
 
     static bool isTraceName(const std::string& path);

@@ -32,7 +32,7 @@ UnitText unitText(TraceUnit unit) {
     return {"", ""};
 }
 
-/// Which segment, and how it was had.
+/// Which segment it is, and how its download went.
 const std::vector<TraceColumn> kSegmentColumns = {
     {"time", Unit::Seconds, [](Row row) { return Value(row.time); },
      "since the start, when the segment was there", "there", 4, "time"},
@@ -59,7 +59,7 @@ const std::vector<TraceColumn> kSegmentColumns = {
      "how many, of the last attempt", "redirects", 14, "redirects"},
 };
 
-/// How the play stood, and what the switcher went by.
+/// The state of the play, and what the switcher went by.
 const std::vector<TraceColumn> kPlayColumns = {
     {"bandwidth", Unit::BitsPerSecond, [](Row row) { return Value(uint64_t{row.bandwidth}); },
      "highest sample of the checker's window; 0 until it is full", "highest", 12, "", true},

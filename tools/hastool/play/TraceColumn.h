@@ -11,13 +11,13 @@
 
 namespace hastool {
 
-/// What a column has in a row.
+/// The value of a column in a row.
 using TraceValue = std::variant<bool, int, uint64_t, double, std::string>;
 
 enum class TraceUnit { None, Seconds, Milliseconds, BitsPerSecond };
 
-/// One column: what it has, and where it appears. The trace, the report and the documentation all
-/// come from these.
+/// One column: its value, and where it appears. The trace, the report's table and charts, and the
+/// documentation are made from these.
 struct TraceColumn {
     const char* name; ///< without the unit: "bitrate"
     TraceUnit unit;
@@ -36,7 +36,7 @@ const std::vector<TraceColumn>& traceColumns();
 std::string nameOf(const TraceColumn& column);
 /// The heading with the unit, as a report has it: "bitrate, bit/s".
 std::string headingOf(const TraceColumn& column);
-/// "1.500", "7", "0" for a false one.
+/// "1.500", "7"; "0" for false.
 std::string textOf(const TraceValue& value);
 nlohmann::ordered_json jsonOf(const TraceValue& value);
 

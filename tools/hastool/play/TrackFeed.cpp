@@ -10,8 +10,8 @@ namespace {
 
 constexpr size_t kMaxInitBytes = 16u << 20;
 constexpr size_t kMaxSegmentBytes = 256u << 20; // minutes of the best video there is
-// A presentation that has nothing new is asked again soon, whatever it says: the switcher may want
-// another stream by then.
+// A presentation that has nothing new is asked again soon, even if it asks for a longer wait: the
+// switcher may want another stream by then.
 constexpr std::chrono::milliseconds kAskAgain{10};
 
 } // namespace
@@ -46,7 +46,7 @@ void TrackFeed::go() {
         fetchMedia();
 }
 
-/// Before its first segment there is nothing to choose by.
+/// Asks the switcher, but not before the first segment: until then nothing has been measured.
 void TrackFeed::choose() {
     if (m_track.number != 0 || m_parts.journal.segments() == 0)
         return;
@@ -72,7 +72,7 @@ void TrackFeed::askPresentation() {
         take(std::move(*next));
 }
 
-/// A stream whose manifest cannot be had is left for another.
+/// Asks the presentation. A stream whose manifest cannot be had is left for another.
 std::optional<NextPiece> TrackFeed::nextPiece() {
     try {
         NextPiece next = m_parts.presentation.next(m_track.number, m_track.stream);
@@ -96,7 +96,7 @@ void TrackFeed::leaveStream(const ToolError& error) {
     if (m_track.hasGoodStream)
         changeTo(*other);
     else
-        m_track.stream = *other; // Nothing has been played that it could be a change from.
+        m_track.stream = *other; // No change to tell of: nothing has been played yet.
 }
 
 void TrackFeed::take(NextPiece next) {
@@ -148,8 +148,8 @@ void TrackFeed::fetchMedia() {
     m_parts.intake.accept(m_track, m_order, *outcome, media);
 }
 
-/// Begins to fetch a part, or takes it when it has come; what cannot be had is skipped with its
-/// piece. @return nothing while it is under way, and when it cannot be had
+/// Begins to fetch a part, or takes it when it has come. If it cannot be had, its piece is skipped.
+/// @return nothing while the part is under way, and when it cannot be had
 std::optional<Outcome> TrackFeed::fetchPart(const MediaPart& part, size_t limit,
                                             std::string& bytes) {
     try {

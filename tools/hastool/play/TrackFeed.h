@@ -9,10 +9,10 @@
 
 namespace hastool {
 
-/// Brings a track its pieces. Each piece takes a call to the presentation, with the documents that
-/// this needs, then the initialisation where it is a new one, each with its key where it is
-/// encrypted, then the media; one transfer after the other. Never waits: what is under way is gone
-/// on with when its transfer has ended.
+/// Brings a track its pieces. For each piece it asks the presentation, with the documents that this
+/// needs, then fetches the initialisation, if it is a new one, then the media, each after its key
+/// where it is encrypted: one transfer after the other. It never waits: proceed() goes on when a
+/// transfer has ended.
 class TrackFeed {
 public:
     /// What the feeds of all tracks work with.
@@ -36,13 +36,13 @@ public:
         , m_part(m_slot, parts.desk, parts.keys) {}
 
     const PlayTrack& track() const { return m_track; }
-    /// Nothing is under way.
+    /// Whether no piece is under way.
     bool isIdle() const { return m_stage == Stage::Idle; }
-    /// What is under way can go on.
+    /// Whether the transfer or document that it waits for has come, so that proceed() gets on.
     bool isReady() const;
-    /// Sets out for the next piece. @throws ToolError when the play cannot go on, as below
+    /// Begins the next piece. @throws ToolError when the play cannot go on
     void ask();
-    /// Goes on as far as that needs no waiting.
+    /// Does all that needs no waiting. @throws ToolError when the play cannot go on
     void proceed();
 
 private:
@@ -64,7 +64,7 @@ private:
     TransferSlot m_slot;
     PartTransfer m_part;
     Stage m_stage = Stage::Idle;
-    std::optional<Resource> m_awaited; ///< a document, perhaps on its way for another track
+    std::optional<Resource> m_awaited; ///< a document, which another track may have asked for
     PieceOrder m_order;
 };
 

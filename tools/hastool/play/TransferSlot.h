@@ -16,7 +16,7 @@ public:
         : m_fetcher(fetcher)
         , m_journal(journal) {}
 
-    /// Begins a transfer; there must be none.
+    /// Begins a transfer; the slot must be free.
     void begin(const Resource& resource, ByteSink& sink) { m_id = m_fetcher.begin(resource, sink); }
     /// Whether there is a transfer, and it has ended.
     bool hasEnded() const { return m_id && m_fetcher.outcome(*m_id) != nullptr; }

@@ -15,7 +15,7 @@ public:
         using std::chrono::milliseconds;
         return kBegin + std::chrono::duration_cast<milliseconds>(m_now - TimePoint()).count();
     }
-    /// Lets the time pass up to a moment; one that is over changes nothing.
+    /// Lets the time pass up to a moment; a moment in the past changes nothing.
     void goTo(TimePoint time) { m_now = std::max(m_now, time); }
 
 private:

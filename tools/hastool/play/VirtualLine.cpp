@@ -13,7 +13,7 @@ using std::chrono::duration_cast;
 using std::chrono::microseconds;
 using std::chrono::milliseconds;
 
-/// For so long after transfers were held, the engine restarts the measure instead of going on.
+/// For so long after held transfers go on, the engine restarts the measurement at each chunk.
 constexpr milliseconds kResumeSettles{100};
 constexpr size_t kChunk = 16384;
 
@@ -32,7 +32,7 @@ VirtualLine::VirtualLine(Options options, VirtualOrigin origin, VirtualClock& cl
     , m_begun(clock.steady()) {}
 
 Fetcher::Id VirtualLine::begin(const Resource& resource, ByteSink& sink) {
-    // A bandwidth checker has taken the machine's time for the present when it was started.
+    // The bandwidth checker took the machine's time when it was started: give it the virtual time.
     if (m_nextId == 1)
         m_traffic.ResetRxBaseTime(m_clock.milliseconds());
     Transfer transfer;
@@ -85,7 +85,7 @@ size_t VirtualLine::countFlowing() const {
                       [&](const auto& entry) { return isFlowing(entry.second); }));
 }
 
-/// Of each transfer whose body is coming in.
+/// The share of the line that each transfer has whose body is coming in.
 double VirtualLine::bytesPerMicrosecond() const {
     uint64_t rate = 0;
     for (const LineRate& it : m_options.rates) {
@@ -104,7 +104,7 @@ Clock::TimePoint VirtualLine::nextRate() const {
     return Clock::TimePoint::max();
 }
 
-/// When the next thing happens, but not beyond a moment.
+/// When the next event is, or `until` if that is earlier.
 Clock::TimePoint VirtualLine::nextMoment(Clock::TimePoint until) const {
     Clock::TimePoint next = std::min(until, nextRate());
     const double speed = bytesPerMicrosecond();
@@ -122,7 +122,7 @@ Clock::TimePoint VirtualLine::nextMoment(Clock::TimePoint until) const {
     return next;
 }
 
-/// Goes to a moment before which nothing else happens. @return whether a transfer has ended
+/// Goes to a moment; there must be no event before it. @return whether a transfer has ended
 bool VirtualLine::moveTo(Clock::TimePoint time) {
     const auto passed = duration_cast<microseconds>(time - m_clock.steady());
     const double bytes = bytesPerMicrosecond() * static_cast<double>(passed.count());

@@ -19,17 +19,17 @@ namespace hastool {
 /// What a server would send.
 struct VirtualAnswer {
     std::string bytes;
-    uint64_t size = 0;   ///< of a body whose bytes are of no interest: zeros, instead of bytes
-    std::string failure; ///< why there is none, "HTTP 404"; empty where there is one
-    std::chrono::milliseconds delay{0}; ///< before it begins, beyond the line's latency
+    uint64_t size = 0;   ///< for a body of zeros, in place of `bytes`: how many
+    std::string failure; ///< why there is no body, "HTTP 404"; empty where there is one
+    std::chrono::milliseconds delay{0}; ///< before the body begins, beyond the line's latency
 };
 
 /// Answers requests, at the moment they are made.
 using VirtualOrigin = std::function<VirtualAnswer(const Resource& resource)>;
 
 /// A line whose rate is shared evenly by the transfers under way, in virtual time: wait() moves the
-/// clock to where something happens. Nothing of it depends on the machine, so that two plays alike
-/// go alike. What comes in is told to the bandwidth checker as the download engine tells it.
+/// clock to the next event. Nothing depends on the machine, so the same play always gives the same
+/// result. The bandwidth checker is told of incoming bytes as the download engine tells it.
 class VirtualLine : public Fetcher {
 public:
     struct Options {
@@ -37,8 +37,8 @@ public:
         std::chrono::milliseconds latency{0}; ///< from a request to the first byte
     };
 
-    /// @param clock    which it moves, borrowed
-    /// @param traffic  is told of what comes in, borrowed
+    /// @param clock    is moved by wait(), borrowed
+    /// @param traffic  is told of all bytes that come in, borrowed
     VirtualLine(Options options, VirtualOrigin origin, VirtualClock& clock,
                 hascommon::IDownloadEvent& traffic);
 
@@ -58,8 +58,8 @@ private:
         uint64_t size = 0; ///< of the body
         Clock::TimePoint begun;
         Clock::TimePoint firstByte;
-        Clock::TimePoint lastByte; ///< that was told of; the begin until then
-        double arrived = 0;        ///< bytes, with a part of one that is on its way
+        Clock::TimePoint lastByte; ///< when bytes were told of last; before that, the begin
+        double arrived = 0;        ///< bytes so far, and a fraction of the next one
         uint64_t delivered = 0;
         std::optional<Outcome> outcome;
     };
@@ -79,7 +79,7 @@ private:
     const VirtualOrigin m_origin;
     VirtualClock& m_clock;
     hascommon::IDownloadEvent& m_traffic;
-    const Clock::TimePoint m_begun; ///< that rates count from
+    const Clock::TimePoint m_begun; ///< when the first rate begins
     std::map<Id, Transfer> m_transfers;
     Id m_nextId = 1;
     bool m_held = false;

@@ -12,16 +12,16 @@ namespace hastool {
 
 /// Keeps what a play's observer is told, for a report. Times are seconds since the play began.
 ///
-/// However long the play, it stays small: of many samples every second is dropped, again and again;
-/// segments and events beyond a limit are only counted.
+/// However long the play, the record stays small: whenever it has too many samples it drops every
+/// other one; segments and events beyond a limit are only counted.
 class PlayRecord : public PlayObserver {
 public:
-    /// Over an hour of polls; more are not to be told apart in a chart.
+    /// The polls of more than an hour; a chart cannot show more.
     static constexpr size_t kMaxSamples = 16384;
     static constexpr size_t kMaxSegments = 20000; ///< eleven hours of two seconds each
-    static constexpr size_t kMaxEvents = 5000;    ///< more nobody reads
+    static constexpr size_t kMaxEvents = 5000;    ///< nobody reads more
 
-    /// Something that the player was told, or that went wrong.
+    /// Something that happened, as PlayObserver tells it.
     struct Event {
         double time = 0;
         std::string kind;
@@ -44,7 +44,7 @@ public:
     void onEvent(double time, const std::string& kind, const std::string& what) override;
     void onSwitch(double time, int from, int to) override;
     void onRendition(double time, int bitrate, const std::string& resolution) override;
-    /// Counts as an event of the last moment that was told.
+    /// Is kept as an event. It comes without a time, so it gets the last one that was told.
     void onTrouble(const std::string& what) override;
 
     const std::vector<PlaySample>& samples() const { return m_samples; }
@@ -64,7 +64,7 @@ public:
 
 private:
     struct Ranges {
-        /// What is so at a moment; a range that is open ends there, for now.
+        /// Says whether it is so at a moment. An open range grows up to that moment.
         void step(double time, bool isSo);
 
         std::vector<Range> list;
@@ -83,8 +83,8 @@ private:
     Ranges m_holds;
     int m_firstBitrate = 0;
     double m_end = 0;
-    uint64_t m_sampleCount = 0; ///< all that came
-    uint64_t m_every = 1;       ///< of how many one is kept
+    uint64_t m_sampleCount = 0; ///< samples that came, kept or not
+    uint64_t m_every = 1;       ///< one of so many samples is kept
     uint64_t m_segmentsLeftOut = 0;
     uint64_t m_eventsLeftOut = 0;
 };

@@ -37,7 +37,7 @@ ordered_json toJson(const std::vector<PlayRecord::Range>& ranges) {
     return list;
 }
 
-/// Column by column: a long play has many.
+/// Column by column, as a long play has too many samples to repeat the names for each.
 ordered_json samplesData(const std::vector<PlaySample>& samples) {
     auto time = ordered_json::array();
     auto bandwidth = time;
@@ -126,7 +126,7 @@ ordered_json figureItems(const Summary& summary) {
     return list;
 }
 
-/// Empty for none.
+/// Empty for 0.
 std::string countText(uint64_t count) {
     return count == 0 ? "" : std::to_string(count);
 }

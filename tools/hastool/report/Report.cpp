@@ -16,8 +16,8 @@ std::string idOf(size_t number) {
     return "play-" + std::to_string(number + 1);
 }
 
-/// What the overview tells of a play, with the columns' names: these stand before the values where
-/// the page is too narrow for a table.
+/// The overview's columns for a play, name and value: the page shows a name before its value where
+/// it is too narrow for a table.
 ordered_json overviewCells(const Summary& s) {
     const auto cell = [](const char* column, const std::string& text) {
         return ordered_json{{"column", column}, {"text", text}};

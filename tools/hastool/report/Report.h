@@ -11,7 +11,7 @@
 namespace hastool {
 
 /// Makes one HTML page of one or several plays, with charts. The page holds all that it needs and
-/// asks no network for anything.
+/// loads nothing from anywhere.
 class Report {
 public:
     /// @param title  of the page
@@ -19,7 +19,7 @@ public:
         : m_title(std::move(title)) {}
 
     void add(ReportedPlay play) { m_plays.push_back(std::move(play)); }
-    /// With an overview in front when there are several plays.
+    /// The page, with an overview in front when there are several plays.
     std::string html() const;
 
 private:

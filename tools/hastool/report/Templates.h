@@ -6,7 +6,7 @@ namespace hastool {
 extern const char kPageHtml[];   ///< the page around the plays
 extern const char kPlayHtml[];   ///< one play
 extern const char kChartsHtml[]; ///< its charts, which the script draws
-extern const char kReportCss[];  ///< its looks
+extern const char kReportCss[];  ///< the page's styles
 extern const char kReportJs[];   ///< draws the charts
 
 } // namespace hastool

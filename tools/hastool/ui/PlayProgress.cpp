@@ -9,7 +9,7 @@ std::string measured(unsigned bandwidth) {
     return bandwidth == 0 ? "not measured" : rateText(bandwidth);
 }
 
-/// Of a media playlist nothing is known before its first segment.
+/// A single media playlist gives no bitrate, so before the first segment it is not known.
 std::string bitrateText(int bitrate) {
     return bitrate == 0 ? "at a bitrate not measured yet" : rateText(bitrate);
 }

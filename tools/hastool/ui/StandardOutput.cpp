@@ -12,13 +12,13 @@
 namespace hastool {
 namespace {
 
-/// A pipe without a reader is ready at once, with an error.
+/// Whether the reader has gone: poll() then reports an error at once.
 bool isClosedPipe() {
     pollfd output{STDOUT_FILENO, POLLOUT, 0};
     return poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
 }
 
-/// Of the first write that failed; 0 while none has.
+/// The errno of the first write that failed; 0 while none has.
 int g_failure = 0;
 
 void keepFailure() {
