@@ -16,7 +16,7 @@ namespace {
 
 using hascommon::aes::Decrypt;
 
-constexpr size_t kBytes = 1u << 20; // fits the caches, so that memory is not what is measured
+constexpr size_t kBytes = 1u << 20; // fits the caches, so that memory speed does not count
 unsigned char g_key[16] = {1, 2, 3};
 unsigned char g_iv[16] = {4, 5, 6};
 

@@ -21,7 +21,7 @@ void countBytes(benchmark::State& state, size_t size) {
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(size));
 }
 
-/// A run of packets in and out again.
+/// Pushes a run of packets and pops it again.
 void ringRuns(benchmark::State& state) {
     const auto size = static_cast<unsigned int>(state.range(0)) * kPacket;
     CTSPacketBuffer ring(size);
@@ -51,7 +51,7 @@ void memcpyRuns(benchmark::State& state) {
 }
 BENCHMARK(memcpyRuns)->Arg(100)->Arg(1000)->Arg(10000);
 
-/// Single packets until the ring is full, and again.
+/// Pushes single packets until the ring is full, and clears it.
 void ringPackets(benchmark::State& state) {
     constexpr unsigned int kPackets = 1000;
     CTSPacketBuffer ring(kPackets * kPacket);
@@ -65,7 +65,7 @@ void ringPackets(benchmark::State& state) {
 }
 BENCHMARK(ringPackets);
 
-/// What a single packet costs at the least: an uncontended lock and a copy.
+/// The least that a single packet can cost: an uncontended lock and a copy.
 void lockAndCopyPackets(benchmark::State& state) {
     constexpr size_t kPackets = 1000;
     hascommon::RecursiveMutex mutex;
@@ -82,7 +82,8 @@ void lockAndCopyPackets(benchmark::State& state) {
 }
 BENCHMARK(lockAndCopyPackets);
 
-/// Emptied in steps of a packet; filling it, which is mostly the system's, is not counted.
+/// Empties the queue in steps of a packet. Filling it is not timed, as that is mostly the system's
+/// work.
 void queueSteps(benchmark::State& state) {
     std::vector<unsigned char> in(static_cast<size_t>(state.range(0)), 1);
     unsigned char out[kPacket];

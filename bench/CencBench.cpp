@@ -18,7 +18,7 @@ using namespace test::boxes;
 constexpr size_t kSegment = 4 << 20;
 constexpr unsigned int kSamples = 1000;
 
-/// Lines go where a player sends them that wants none.
+/// The log is off, as in a player that does not want it.
 [[maybe_unused]] const bool kIsQuiet = setenv("HAS_LOG", "off", 1) == 0;
 
 void countBytes(benchmark::State& state, size_t size) {
@@ -89,8 +89,8 @@ void copyAtOnce(benchmark::State& state) {
 }
 BENCHMARK(copyAtOnce)->Unit(benchmark::kMicrosecond);
 
-/// The full walk of a fragment of 1,000 samples with two subsamples each. The types that it changes
-/// are put back, which takes nothing beside it.
+/// The full walk of a fragment of 1,000 samples with two subsamples each. The box type that it
+/// changes is put back each time; that costs nothing in comparison.
 void walkFragment(benchmark::State& state) {
     Bytes bytes = moof(kSamples);
     const size_t sencAt = find(bytes, text("senc"));
@@ -136,7 +136,7 @@ void readBare(benchmark::State& state) {
 }
 BENCHMARK(readBare)->Unit(benchmark::kMicrosecond);
 
-/// What the lines of such a walk cost alone, dropped as they are.
+/// What the log lines of such a walk cost alone, with the log off.
 void logLines(benchmark::State& state) {
     for (auto _ : state) {
         for (unsigned int i = 0; i < kSamples; ++i)

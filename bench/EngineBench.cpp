@@ -55,7 +55,7 @@ const test::Nginx& server() {
     return *nginx;
 }
 
-/// Takes what arrives.
+/// An owner that only counts the bytes.
 class CountingOwner : public hascommon::ICurlCB {
 public:
     void OnDownloadBegin(UnitObject*) override {}
@@ -114,7 +114,7 @@ size_t discard(char*, size_t size, size_t count, void*) {
     return size * count;
 }
 
-/// The same with nothing but libcurl.
+/// The same downloads with libcurl alone.
 class BareRun {
 public:
     BareRun() { run(server().url("/small"), 1, 1); }
@@ -159,7 +159,7 @@ private:
     CURLM* m_multi = curl_multi_init();
 };
 
-/// Both in turns, so that what else the machine does falls on both.
+/// Runs both in turns, so that other load on the machine falls on both.
 void compare(benchmark::State& state, const std::string& file, int total, int parallel) {
     EngineRun engine;
     BareRun bare;
@@ -206,7 +206,7 @@ BENCHMARK(BM_SmallBodies)
     ->Iterations(9)
     ->Unit(benchmark::kMillisecond);
 
-/// An engine whose owner is in the way of busy or stalled transfers.
+/// An engine with busy or stalled transfers, beside which an owner's calls are timed.
 struct Scene {
     Scene() {
         engine.Init(&owner, nullptr);

@@ -22,7 +22,7 @@ namespace {
 using hascommon::H264HeaderParser;
 using hascommon::H264SequenceSetParse;
 
-/// A byte that the stream does not hold, so that memchr has to look at all of it.
+/// A byte value that the stream does not hold, so that memchr has to look at all of it.
 constexpr unsigned char kAbsent = 0xB7;
 constexpr size_t kPicture = 40000;
 

@@ -1,5 +1,5 @@
-// The chunked decryptor: a byte of settings, key, IV, and then chunks, each behind its length. All
-// together they give what one call of OpenSSL gives.
+// The chunked decryptor. The input is a byte of settings, key, IV, and then chunks, each behind its
+// length. Chunk by chunk the result must be that of one call of OpenSSL.
 #include "Input.h"
 
 #include <Hascommon/Linux/CAes.h>
@@ -15,7 +15,7 @@ using test::Bytes;
 
 constexpr size_t kBlock = 16;
 
-/// Feeds a chunk from and into areas of exactly its size, and keeps what comes out.
+/// Feeds a chunk, from and into heap blocks of exactly the size needed, and keeps the output.
 void feed(hascommon::aes::Decrypt& decrypt, const Bytes& chunk, size_t before, Bytes& plain) {
     const auto in = std::make_unique<unsigned char[]>(chunk.size());
     std::copy(chunk.begin(), chunk.end(), in.get());
@@ -52,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     while (!input.empty()) {
         const size_t wanted = (flags & 2) != 0 ? input.word() : input.byte();
         const Bytes chunk = input.bytes(wanted);
-        // Every other chunk goes through a copy, which shares the stream.
+        // Chunks of an odd size go through a copy of the decryptor, which shares its stream.
         const bool usesCopy = (flags & 4) != 0 && chunk.size() % 2 == 1;
         if (usesCopy)
             copy.emplace(decrypt);

@@ -1,4 +1,4 @@
-// base64: against a plain decoder, bit by bit.
+// base64: the decoder must agree with one that goes bit by bit.
 #include <Hasutil/CCENCMediaContent.h>
 #include <Input.h>
 

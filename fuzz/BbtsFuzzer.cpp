@@ -1,4 +1,4 @@
-// The broadband TS parser: a stream of packets, whole and cut, against a plain one.
+// The broadband TS parser: it must agree with a plain one on a stream of packets, whole and cut.
 #include <Hasutil/CBbtsParser.h>
 #include <Input.h>
 #include <support/ExactBytes.h>
@@ -11,7 +11,7 @@ using fuzz::require;
 using test::ExactBytes;
 using test::PlainBbts;
 
-/// A packet of the input: mostly with a sync byte and a PID that means something.
+/// A packet from the input, mostly with a sync byte and a PID that the parser looks at.
 ExactBytes nextPacket(Input& input, const PlainBbts& plain) {
     const unsigned int how = input.byte();
     ExactBytes packet(input.bytes(how == 255 ? input.byte() : 188));

@@ -56,7 +56,7 @@ void read(Input input) {
         readOnce(input, reader, plain);
 }
 
-/// What the builder leaves, bit by bit, for values without bits above their field.
+/// A model of the builder, bit by bit, for values that fit their fields.
 class PlainBuilder {
 public:
     explicit PlainBuilder(const ExactBytes& bytes)
@@ -101,7 +101,8 @@ void build(Input input) {
     require(bytes.copy() == plain.bytes());
 }
 
-/// A packet's reads stay inside and agree with its positions, whatever these are set to.
+/// A packet's reads must stay inside its buffer and agree with its positions, whatever these are
+/// set to.
 void readPacket(Input input) {
     const ExactBytes bytes(input.bytes(input.byte() % 64));
     hascommon::Packet packet;

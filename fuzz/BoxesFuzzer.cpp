@@ -1,4 +1,4 @@
-// Boxes: they lie in order inside each other, in trouble or not, and are shown as valid JSON.
+// Boxes: broken or not, they are told in order and nested, and are shown as valid JSON.
 #include <Input.h>
 #include <hastool/media/BoxText.h>
 #include <hastool/media/IndexMender.h>
@@ -11,7 +11,8 @@ using hastool::BoxInfo;
 
 namespace {
 
-/// Boxes that are still open, by where they end as far as there is something.
+/// Checks that boxes come in order, each inside the one around it. Keeps where the open ones end;
+/// one that reaches too far ends with the box around it.
 class Order {
 public:
     explicit Order(uint64_t size)
@@ -56,7 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string text(bytes);
     for (const hastool::SpsInfo& sps : hastool::findSps(hastool::memorySource(text)))
         require(!sps.unit.empty());
-    // An index keeps its size, and what is mended once needs it no more.
+    // Mending keeps all sizes, and mending again changes nothing.
     const std::string mended = hastool::withIndexesMended(bytes, std::string(bytes));
     require(mended.size() == size && hastool::withIndexesMended(mended, mended) == mended);
     return 0;

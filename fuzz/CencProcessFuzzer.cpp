@@ -1,4 +1,4 @@
-// The box rewriter: a segment in the input's chunks against the same segment whole.
+// The box rewriter: a segment in chunks must come out as the same segment at once.
 #include <Hasutil/CCENCMediaContent.h>
 #include <Input.h>
 #include <support/ExactBytes.h>
@@ -36,7 +36,8 @@ void prepare(CCENCMediaContent& content, const Settings& settings) {
     content.setContentProtectionInfo(0, 0, &list);
 }
 
-/// Boxes that may grow in a segment, each by a `pssh` of the descriptor's data or of a kept one's.
+/// How much a segment may grow: each `moov` and `moof` by a `pssh`, with the descriptor's data or
+/// with that of a `pssh` that was kept.
 size_t roomFor(const Bytes& segment, const Settings& settings) {
     size_t boxes = 0;
     for (const char* type : {"moov", "moof"}) {
@@ -49,7 +50,7 @@ size_t roomFor(const Bytes& segment, const Settings& settings) {
     return boxes * (32 + std::max(settings.pssh.size(), segment.size()));
 }
 
-/// One call, with its output behind what came before.
+/// One call of process(); its output is appended to the result.
 bool step(CCENCMediaContent& content, const ExactBytes& in, size_t room, Result& result) {
     const ExactBytes out(content.getUndecryptedData() + in.size() + room);
     unsigned int written = 0;
@@ -107,7 +108,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     require(whole.bytes == chunked.bytes && whole.error == chunked.error);
     if (settings.avSeparated || settings.isDescribed)
         return 0;
-    // Nothing to put in: what leaves is what came.
+    // There is nothing to insert, so the output must be what came in, as far as it goes.
     require(whole.bytes.size() <= segment.size());
     require(std::equal(whole.bytes.begin(), whole.bytes.end(), segment.begin()));
     return 0;

@@ -1,4 +1,4 @@
-// The walk over Common Encryption boxes: what it finds holds together.
+// The walk over Common Encryption boxes: what it finds must be consistent.
 #include <Hasutil/CCENCMediaContent.h>
 #include <Input.h>
 #include <support/ExactBytes.h>
@@ -54,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     check(content);
     if ((how & 1U) == 0)
         return 0;
-    // Once more, over what it has retyped; and each parser alone, whatever the bytes are.
+    // Walk again over the boxes whose types were changed; then call each parser alone on any bytes.
     content.walkBoxes(bytes.data(), bytes.size());
     check(content);
     for (const char* type : {"moov", "tkhd", "hdlr", "stsd", "encv", "enca", "frma", "sinf", "tenc",

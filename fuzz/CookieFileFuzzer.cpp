@@ -11,7 +11,7 @@ bool isHeaderLine(const std::string& line) {
     return hascommon::CHttpCookie::rawNEqual(line.c_str(), "Set-Cookie:", 11);
 }
 
-/// The lines as a plain reader sees them.
+/// Fills the model from the lines as a plain reader sees them.
 void fillModel(hascommon::CHttpCookie& jar, fuzz::ModelList& model, const std::string& content) {
     for (const std::string& whole : fuzz::split(content, '\n')) {
         const std::string line(whole.substr(0, 4999).c_str());

@@ -1,4 +1,4 @@
-// What the cookie harnesses check, whatever the cookies are.
+// What the cookie harnesses check for all cookies.
 #pragma once
 
 #include <Hasnet/CHttpCookie.h>
@@ -23,7 +23,7 @@ inline void require(bool condition, const char* what) {
     abort();
 }
 
-/// A folder of this process, in memory where there is one.
+/// A folder for this process alone, in a memory file system where there is one.
 class Folder {
 public:
     Folder() {
@@ -60,8 +60,8 @@ inline std::vector<std::string> split(const std::string& text, char separator) {
     return parts;
 }
 
-/// Whether a file's line can be read back as what it was written from. Tabs and empty texts inside
-/// fields, marks at the begin of a domain and lines that are too long change their meaning.
+/// Whether a file's line is read back as the cookie that it was written from. Tabs and empty texts
+/// in fields, marks at the begin of a domain and too long lines are read as something else.
 inline bool isUnambiguous(const std::string& line, long long now) {
     const std::vector<std::string> fields = split(line, '\t');
     if (fields.size() != 7 || line.size() > 4999)
@@ -84,8 +84,8 @@ inline bool isUnambiguous(const std::string& line, long long now) {
     return fields[2] != "true" && fields[2] != "false" && (expires == 0 || expires > now + 60);
 }
 
-/// What makes two lines the same cookie when they are read. A cookie without a path is written with
-/// "/", so two cookies of a jar can become one.
+/// The parts of a line that tell cookies apart. A cookie without a path is written with "/", so two
+/// cookies of a jar can become one.
 inline std::string identity(const std::string& line) {
     std::vector<std::string> fields = split(line, '\t');
     fields.resize(7);
@@ -132,7 +132,7 @@ inline void checkRoundTrip(hascommon::CHttpCookie& jar, bool sessionOnly) {
     again.clearAll();
 }
 
-/// A list of the harness's own, the plain model of the jar.
+/// A cookie list without an index: the plain model of the jar.
 class ModelList {
 public:
     ModelList() = default;
@@ -140,7 +140,7 @@ public:
     ModelList(const ModelList&) = delete;
     ModelList& operator=(const ModelList&) = delete;
 
-    /// As CHttpCookie::getCookieFromPool() without a user-defined cookie.
+    /// The answer of CHttpCookie::getCookieFromPool() without a user-defined cookie.
     std::string match(hascommon::CHttpCookie& jar, const char* host, const char* path,
                       bool secure) const {
         hascommon::Cookie* const copies = jar.getCookieEntryFromList(head, host, path, secure);
@@ -154,8 +154,8 @@ public:
     hascommon::Cookie* head = nullptr;
 };
 
-/// The jar with its index must answer as the list does. A second that ends in between may let a
-/// cookie expire, so the question is asked again then.
+/// Checks that the jar, with its index, answers as the list does. If a second has ended between the
+/// two answers, a cookie may have expired, so both are asked again.
 inline void checkAgainstModel(hascommon::CHttpCookie& jar, const ModelList& model) {
     struct Request {
         const char* url;

@@ -8,7 +8,7 @@ namespace {
 
 constexpr const char* kHosts[] = {"www.h.co.uk", "h.co.uk", "co.uk", "1.2.3.4", "[::1]"};
 
-/// The names in the text of a Cookie header.
+/// Whether a cookie in the text of a Cookie header has a name that begins with `prefix`.
 bool sendsNameWith(const std::string& header, const char* prefix) {
     return header.compare(0, std::string(prefix).size(), prefix) == 0 ||
            header.find(std::string(";") + prefix) != std::string::npos;

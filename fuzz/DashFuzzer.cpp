@@ -1,5 +1,5 @@
-// DASH manifests: from the text to the end of every track; what is accepted can be played in order,
-// every piece once, and what is not is one line.
+// DASH manifests: a manifest that is accepted can be played to the end of every track, in order and
+// every piece once; for one that is refused the message is one line.
 #include <hastool/base/ToolError.h>
 #include <hastool/formats/dash/DashPresentation.h>
 
@@ -13,7 +13,7 @@
 namespace {
 
 constexpr char kUrl[] = "http://host/m.mpd";
-constexpr int kMaxPieces = 2000; // a run may stand for more than can be walked
+constexpr int kMaxPieces = 2000; // a run may stand for more segments than can be walked
 constexpr double kNow = 1.7e9;
 
 void require(bool condition) {
@@ -21,12 +21,12 @@ void require(bool condition) {
         abort();
 }
 
-/// Nothing else can be had.
+/// Refuses every document beside the manifest.
 hastool::Document refuse(const hastool::Resource& resource) {
     throw hastool::ToolError(resource.url, "not there");
 }
 
-/// The same moment at every run.
+/// Clocks that always show the same moment.
 hastool::TimeSource standingStill() {
     hastool::TimeSource time;
     time.wall = [] { return kNow; };
@@ -40,7 +40,7 @@ void checkPiece(const hastool::MediaPiece& piece) {
     require(piece.seconds >= 0);
 }
 
-/// From piece to piece up to the end, of one stream or of another one each time.
+/// Takes all pieces of a track. @param step  0 to stay with the stream; else how far to the next
 void walk(hastool::Presentation& presentation, size_t track, size_t stream, size_t step) {
     const size_t streams = presentation.tracks()[track].streams.size();
     require(streams > 0);
@@ -50,7 +50,7 @@ void walk(hastool::Presentation& presentation, size_t track, size_t stream, size
         if (next.kind != hastool::NextPiece::Kind::Piece)
             return;
         checkPiece(next.piece);
-        // Streams may be cut differently; within one, every piece is behind the one before.
+        // Within one stream each piece lies behind the one before; streams may be cut differently.
         if (i > 0 && step == 0 && !next.piece.discontinuity)
             require(next.piece.index > last.index && next.piece.start >= last.start);
         last = next.piece;
@@ -58,7 +58,7 @@ void walk(hastool::Presentation& presentation, size_t track, size_t stream, size
     }
 }
 
-/// A presentation is read once: every walk has one of its own.
+/// Walks a presentation of its own, as each can be read only once.
 /// @return whether there is such a stream
 bool walkStream(const std::string& text, size_t track, size_t stream, size_t step) {
     hastool::DashPresentation presentation({text, kUrl}, refuse, std::chrono::milliseconds(0),

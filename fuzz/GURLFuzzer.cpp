@@ -1,4 +1,4 @@
-// A URL, and behind a line feed a reference seen in it.
+// A URL and, behind a line feed, a reference that is resolved against it.
 #include <Hascommon/GURL.h>
 
 #include <cstddef>

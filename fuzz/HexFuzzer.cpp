@@ -1,4 +1,4 @@
-// Keys and vectors as text: the size of the buffer, a sequence number, and the text.
+// Keys and vectors as text. The input is the size of the buffer, a sequence number, and the text.
 #include "Input.h"
 
 #include <Hascommon/Drm_Common.h>
@@ -14,7 +14,7 @@ namespace {
 using fuzz::require;
 using Bytes = std::vector<unsigned char>;
 
-/// What a reader of one character after the other would make of it.
+/// What a reader that goes character by character reads.
 Bytes plainRead(std::string text, size_t size, size_t& count) {
     if (text.size() >= 2 && text[0] == '0' && std::tolower(text[1]) == 'x')
         text.erase(0, 2);

@@ -1,4 +1,4 @@
-// HLS playlists: what is accepted keeps the parser's own promises, and is walked to its end.
+// HLS playlists: one that is accepted has what the parser promises, and is walked to its end.
 #include <hastool/base/ToolError.h>
 #include <hastool/formats/hls/HlsPlaylist.h>
 #include <hastool/formats/hls/HlsPresentation.h>
@@ -53,7 +53,7 @@ constexpr char kOther[] = "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXT-X-DEFINE:IMPOR
                           "#EXTINF:2,\n{$v}\n#EXT-X-ENDLIST\n";
 constexpr size_t kMaxPieces = hastool::kMaxSegments + 1;
 
-/// Takes every piece of a stream; a live one stays as it is.
+/// Takes every piece of a stream. A live playlist gets no new segments.
 void walk(const std::string& text, size_t track, size_t stream) {
     const auto fetch = [&](const hastool::Resource& resource) {
         return hastool::Document{resource.url == kUrl ? text : kOther, resource.url};

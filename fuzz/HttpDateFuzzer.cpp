@@ -1,5 +1,4 @@
-// Dates over libcurl's reading as it is where time_t has 32 bits: they come out as 64 bits have
-// them.
+// Dates, read with a libcurl whose time_t has 32 bits: the result must be that of 64 bits.
 #include <Hasnet/detail/HttpDate.h>
 
 #include <Input.h>
@@ -20,8 +19,8 @@ std::int64_t readShort(const char* text) {
     return fits ? date : -1;
 }
 
-/// What may be the offset of a zone is one only where no zone was named before; the reader does not
-/// know their names.
+/// Whether a text has something like "+0100". libcurl takes it for a zone's offset unless a zone
+/// was named before it; the project's reader does not know the names, so the two may differ.
 bool mayHaveZone(const std::string& text) {
     for (std::size_t at = text.find_first_of("+-"); at != std::string::npos;
          at = text.find_first_of("+-", at + 1)) {
@@ -32,7 +31,7 @@ bool mayHaveZone(const std::string& text) {
     return false;
 }
 
-/// A colon that stands alone is part of a time to some versions of libcurl.
+/// Whether a colon has no digit behind it, which only some versions of libcurl take for a time.
 bool hasLooseColon(const std::string& text) {
     for (std::size_t at = text.find(':'); at != std::string::npos; at = text.find(':', at + 1)) {
         if (at + 1 == text.size() || text[at + 1] < '0' || text[at + 1] > '9')

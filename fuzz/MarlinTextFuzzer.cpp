@@ -1,4 +1,4 @@
-// The text that begins a Marlin content: the answer is that of a plain reading of it.
+// The text that begins a Marlin content: the handler must answer as a plain reading of it says.
 #include <Hasutil/DashMarlinCencDRMHandler.h>
 #include <Input.h>
 
@@ -6,7 +6,7 @@ using fuzz::require;
 
 namespace {
 
-/// What a handler is to answer to a text, by a reading of its own.
+/// Reads a text independently, and says what a handler should answer to it.
 class Model {
 public:
     int start(const std::string& text) {
@@ -30,7 +30,7 @@ private:
     int m_error = 0;
 };
 
-/// Media data passes exactly where there is no error.
+/// Checks that media data passes if, and only if, there is no error.
 void checkData(hascommon::IDRMHandler& handler, bool passes) {
     const unsigned char in[] = {0, 0, 0, 10, 'f', 'r', 'e', 'e', 1, 2};
     unsigned char out[100];

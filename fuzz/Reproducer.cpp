@@ -17,7 +17,7 @@ int runFile(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
     const std::vector<char> bytes((std::istreambuf_iterator<char>(file)),
                                   std::istreambuf_iterator<char>());
-    // An exact-size copy: a sanitizer then sees a read behind the end.
+    // A copy of exactly this size, so that a sanitizer sees a read behind the end.
     const std::vector<uint8_t> input(bytes.begin(), bytes.end());
     LLVMFuzzerTestOneInput(input.data(), input.size());
     return 1;

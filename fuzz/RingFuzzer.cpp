@@ -16,7 +16,7 @@ using hascommon::StringBuffer;
 using test::ExactBytes;
 using test::RingModel;
 
-/// Bytes that tell where in the push they stood.
+/// Bytes whose values tell their place in the push.
 ExactBytes marked(unsigned int mark, size_t size) {
     ExactBytes bytes(size);
     for (size_t i = 0; i < size; ++i)

@@ -1,4 +1,4 @@
-// Segment indexes: entries follow each other without a gap.
+// Segment indexes: the entries must follow each other without a gap.
 #include <hastool/base/ToolError.h>
 #include <hastool/formats/dash/SegmentIndex.h>
 

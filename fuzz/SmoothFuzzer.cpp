@@ -1,5 +1,5 @@
-// Smooth Streaming manifests: what is accepted makes initialisations and is walked to its end, and
-// what is not is one line.
+// Smooth Streaming manifests: one that is accepted gives initialisations and is walked to its end;
+// for one that is refused the message is one line.
 #include <hastool/base/BoxView.h>
 #include <hastool/base/ToolError.h>
 #include <hastool/formats/smooth/SmoothInit.h>
@@ -20,7 +20,7 @@ void require(bool condition) {
         abort();
 }
 
-/// Empty, or boxes from the first byte to the last.
+/// Checks that an initialisation is empty, or boxes from the first byte to the last.
 void checkInit(std::string_view init) {
     while (!init.empty())
         require(hastool::takeBox(init).has_value());
@@ -37,8 +37,8 @@ void checkStream(const hastool::SmoothStream& stream) {
     require(stream.chunks.size() <= hastool::kMaxSmoothChunks);
 }
 
-/// Takes every chunk of a stream; a live one stays as it is. Chunks that last no time at all have
-/// no place of their own, so there are never more than the manifest lists.
+/// Takes every chunk of a stream. A live manifest gets no new chunks. Chunks without any duration
+/// may be passed over, so there may be fewer than the manifest lists, but never more.
 void walk(const std::string& text, size_t track) {
     constexpr char kUrl[] = "http://host/Manifest";
     const auto fetch = [](const hastool::Resource& resource) -> hastool::Document {

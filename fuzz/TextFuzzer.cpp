@@ -1,4 +1,4 @@
-// Text and times: a byte count of a first text, that text, and a second text.
+// Text and times. The input is the size of a first text in bytes, that text, and a second text.
 #include <Hascommon/Datetime.h>
 #include <Hascommon/StringUtil.h>
 
@@ -85,7 +85,7 @@ void checkCalendar(const std::string& text) {
                 date.mday == expected.tm_mday && date.hour == expected.tm_hour &&
                 date.min == expected.tm_min && date.sec == expected.tm_sec,
             "dates as everybody reckons");
-    // Years that 100 divides have a leap day by a rule of their own from March on.
+    // In years that 100 divides the library's leap days differ from the calendar from March on.
     if (date.year % 100 == 0 && date.mon >= 3)
         return;
     require(has_getTime(date) + date.msec == ms, "a time is its date's");

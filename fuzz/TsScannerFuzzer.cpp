@@ -1,4 +1,4 @@
-// Transport streams: the measure is the same however the bytes come, and adds up.
+// Transport streams: the report must not depend on how the bytes are cut, and its sums must fit.
 #include <Input.h>
 #include <hastool/base/ByteSource.h>
 #include <hastool/media/SpsList.h>
@@ -22,8 +22,8 @@ TsReport scan(const uint8_t* data, size_t size, size_t piece) {
 void checkSums(const TsReport& report, size_t size) {
     const uint64_t used = report.packets * hastool::kTsPacketSize + report.skippedBytes;
     require(used <= size);
-    // What is left are time codes, four bytes beside a packet, whatever the size seen last: a file
-    // may hold packets of both.
+    // The other bytes are time codes, four to a packet. The packet size says nothing about them, as
+    // a file may hold packets with and without.
     require(size - used <= 8 * (report.packets + 1));
     uint64_t packets = 0;
     for (const auto& [pid, it] : report.pids) {

@@ -1,4 +1,5 @@
-// The XPath reader against libxml2 itself: a byte count, an expression and a document.
+// The XPath reader must agree with libxml2 itself. The input is the size of the expression in
+// bytes, the expression, and a document.
 #include <Hasutil/HssXPathReader.h>
 #include <Input.h>
 #include <support/ExactBytes.h>
@@ -20,7 +21,7 @@ using test::ExactBytes;
 
 constexpr size_t kLongestExpression = 40;
 constexpr size_t kLongestDocument = 4096;
-/// Predicates inside predicates take time to the power of their number.
+/// The time grows to the power of the number of predicates, so longer expressions are left out.
 constexpr long kMostPredicates = 2;
 
 void ignoreMessage(void*, const char*, ...) {}
@@ -52,7 +53,7 @@ std::string firstText(xmlDoc* document, const std::string& xpath) {
 void query(HssXPathReader& reader, xmlDoc* document, const std::string& xpath) {
     const std::string expected = firstText(document, xpath);
     require(reader.GetXmlParamStr(xpath.c_str()) == expected);
-    require(reader.GetXmlParamStr(xpath.c_str()) == expected); // nothing is left of the first time
+    require(reader.GetXmlParamStr(xpath.c_str()) == expected); // the first call has left no trace
     require(expected.empty() || reader.GetXmlParamAttr(xpath.c_str(), "a").empty());
     require(reader.GetXmlParamKBps(xpath.c_str()) == reader.GetXmlParamInt(xpath.c_str()));
     reader.GetXmlParamFloat(xpath.c_str());

@@ -10,7 +10,7 @@ struct Output : ICurlCB { // Called on the engine's transfer thread.
     void OnRedirected(UnitObject*, std::string) override {}
     int OnDataReceived(UnitObject*, int, unsigned char* data, unsigned int size) override {
         std::fwrite(data, 1, size, stdout);
-        return 0; // Taken; anything else, and the same bytes are offered again.
+        return 0; // Taken. For any other result the same bytes are offered again.
     }
 };
 
@@ -38,7 +38,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "%s: code %d\n", name.c_str(), code);
         if (engine.EndDownload(unit) != 0)
             return 1;
-        const int next = switcher.ProcessAdaptiveSeg(stream, 10000); // 10 s are buffered, say.
+        const int next = switcher.ProcessAdaptiveSeg(stream, 10000); // As if 10 s were buffered.
         stream = next < 0 ? stream : next;
     }
     return argc == 3 ? 0 : 2;
