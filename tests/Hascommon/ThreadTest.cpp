@@ -83,7 +83,7 @@ TEST(Thread, DetachedThreadRunsOnAndIsNoLongerCounted) {
 }
 
 TEST(Thread, CreateTwiceDetachesTheFirstThreadAndJoinWaitsForTheSecond) {
-    // Both threads read the function and its argument afresh, so one body ends them both.
+    // Both threads read the function and its argument anew each time, so one body ends them both.
     struct Both {
         std::atomic<int> ended{0};
         std::atomic<bool> stop{false};

@@ -1,4 +1,4 @@
-// Which changes of stream are let through.
+// Which changes of stream the switcher allows.
 #include "SwitcherTest.h"
 
 #include <chrono>

@@ -243,7 +243,7 @@ TEST_F(RunningChecker, SamplesReachFromTheFirstBeginToTheLastEnd) {
     checker.AddRxTimeInfo(kBase + 50, kBase + 120, 10000);
     checker.AddRxTimeInfo(kBase + 150, kBase + 250, 5000);
     checker.OnPolling(kBase + 300);
-    // The base counts as a begin until the first poll.
+    // Until the first poll the base counts as the begin of a chunk.
     EXPECT_EQ(pushed().back(), "Bandwidth : Push 800000 bps");
     checker.AddRxTimeInfo(kBase + 400, kBase + 450, 10000);
     checker.AddRxTimeInfo(kBase + 350, kBase + 550, 15000);
@@ -255,7 +255,7 @@ TEST_F(RunningChecker, AWindowOfZerosLeavesTheStatistics) {
     fillWindow(25000);
     fillWindow(0);
     EXPECT_EQ(checker.GetCurrentBandwidth(), 1000000U);
-    // Those of the window with one sample left.
+    // They are the figures of the window with one sample left.
     EXPECT_EQ(checker.GetCurrentAvgBandwidth(), 200000U);
     EXPECT_EQ(checker.GetVariationRateBandwidth(), 0);
 }

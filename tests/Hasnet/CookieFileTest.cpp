@@ -460,7 +460,7 @@ TEST(CookieSamples, FilesOfOtherProgramsAreRead) {
     EXPECT_EQ(jar.getCookieFromPool("http://www.foobar.foobar/"), "");
     jar.clearAll();
     jar.readInCookieJar(HAS_SAMPLES_DIR "/cookies/netscape/session_cookies.txt");
-    // An empty expiry field is passed over like any empty field, so the name stands for it.
+    // Empty fields are passed over, the expiry's too: so the name is read as the expiry.
     EXPECT_EQ(jar.getCookieFromPool("https://www.foobar.foobar/"),
               "YoutubeDLExpires0=YoutubeDLExpires0Value;YoutubeDLExpiresEmptyValue=;");
 }

@@ -16,7 +16,7 @@ class StrictCookies : public ::testing::Test {
 protected:
     StrictCookies() { jar.SetStrictCookies(true); }
 
-    /// Adds a header that a host sent, and tells whether the jar then has something for `url`.
+    /// Adds a header that a host sent. @return whether the jar then has a cookie for `url`
     bool takes(const std::string& line, const std::string& host, const std::string& url,
                bool secureOrigin = true, const std::string& path = "/") {
         CHttpCookie fresh;

@@ -52,8 +52,7 @@ TEST_F(CurlBodyTest, StalledPassReturnsAfterAboutThreeHundredMilliseconds) {
         return origin.requests("/stall").size() == 1;
     }));
     const auto start = Clock::now();
-    // What is left of the request, and a deadline of libcurl's own, end a pass each before its
-    // time.
+    // Up to two passes end early, one for the rest of the request and one for a timer of libcurl.
     for (int i = 0; i < 3; ++i)
         engine->RunOnce();
     EXPECT_GE(Clock::now() - start, 250ms);
@@ -226,7 +225,7 @@ TEST_F(CurlBodyTest, ChunksSoonAfterAResumeRestartTheBandwidthBase) {
     origin.release("/a");
     EXPECT_EQ(engine->EndDownload(unit), 0);
     EXPECT_EQ(traffic.chunks().size() - chunks + traffic.resets().size(), 1U);
-    // On a machine that took more than 100 ms to get here it is a chunk; what matters is the clock.
+    // A machine that took more than 100 ms to get here has a chunk instead; only the clock matters.
     Curl::UnitInfo info;
     engine->GetUnitInfo(unit, info);
     EXPECT_EQ(info.received, 200);
@@ -251,7 +250,7 @@ TEST(CurlLoop, PacedTurnSleepsItsFullTimeAfterAShortPass) {
         EXPECT_TRUE(times.again);
         full += times.spent >= 30ms ? 1 : 0;
     }
-    // A turn whose pass crosses a millisecond does not sleep; five of five do not.
+    // A turn whose pass crosses a millisecond does not sleep; that does not happen five times.
     EXPECT_GE(full, 1);
 }
 
@@ -265,7 +264,7 @@ TEST_F(CurlBodyTest, PacedTurnDoesNotSleepAfterAPassOfAMillisecondOrMore) {
     origin.on("/a", Reply().body("x"));
     UnitObject* unit = nullptr;
     ASSERT_EQ(curl.BeginDownload2(0, origin.url("/a"), "", false, unit, false, nullptr), 0);
-    // Turns before the one that brings the byte may be short and sleep.
+    // Turns before the one that brings the byte may be short, and then sleep.
     LoopTimes times{};
     while (owner.offers() == 0)
         times = turn(curl);

@@ -116,7 +116,7 @@ TEST_F(CurlFailureTest, AddressOfVersion6IsInBrackets) {
 TEST_F(CurlFailureTest, ProxyIsThePeer) {
     const int port = test::freePort();
     engine->SetProxy("http://" + localhost(port));
-    const std::string url = "http://behind-a-proxy.invalid/"; // Not one that goes past proxies.
+    const std::string url = "http://behind-a-proxy.invalid/"; // Not a host that bypasses proxies.
     EXPECT_EQ(failureOf(url).peer, localhost(port));
     engine->SetProxy("http://no-such-proxy.invalid:1");
     const DownloadFailure failure = failureOf(url);
@@ -134,7 +134,7 @@ TEST_F(CurlFailureTest, TlsThatIsNoneIsToldWithItsPeer) {
     EXPECT_NE(failure.text, "");
     EXPECT_EQ(failure.peer, peer);
     EXPECT_EQ(failure.tls, 0);
-    // Behind a redirect it is the second peer's.
+    // After a redirect the failure is that of the second peer.
     origin.on("/r", Reply().redirect("https" + rest));
     failure = failureOf(origin.url("/r"));
     EXPECT_EQ(failure.curlCode, CURLE_SSL_CONNECT_ERROR);

@@ -38,7 +38,7 @@ protected:
         return eventually([&] { return owner.bytes() == kHeld; });
     }
 
-    /// The rest comes, behind what was held.
+    /// Lets the rest come, behind the bytes that were held.
     void expectTheRest() {
         origin.release("/a");
         EXPECT_EQ(engine->EndDownload(m_unit), 0);

@@ -166,7 +166,7 @@ TEST_F(CurlPauseTest, CancelledUnitCompletesWithMinus12) {
     engine->StartLoop();
     UnitObject* unit = beginHalfway();
     LogCapture log;
-    engine->LockMutItem(); // The transfer's end would take the first cancel's mark back.
+    engine->LockMutItem(); // Or the transfer ends, which would clear the first cancel's mark.
     EXPECT_EQ(engine->Cancel(unit), 1);
     EXPECT_EQ(engine->Cancel(unit), 0);
     engine->UnlockMutItem();

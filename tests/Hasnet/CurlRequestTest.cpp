@@ -43,7 +43,7 @@ TEST_F(CurlRequestTest, ConstructionAndDestructionLog) {
 }
 
 TEST_F(CurlRequestTest, ConstructionTriesToWriteTheSocketBuffers) {
-    // A process has no such files and may not make them: eight failed opens, and it goes on.
+    // The process has no such files and may not make them: eight opens fail, the engine goes on.
     LogCapture log;
     const Curl curl(hascommon::CURL_THREAD_PACED, 0, test::unusedAppId());
     EXPECT_EQ(log.count("fd open failed \n"), 8);
@@ -356,7 +356,7 @@ TEST_F(CurlRequestTest, ResetFreesEveryUnitAndRaisesTheKey) {
     UnitObject* stalled = beginPath("/stall");
     UnitObject* done = beginPath("/a");
     UnitObject* taken = beginPath("/a");
-    // Both: the log is read from the reset on, so the transfers have said all they had to say.
+    // Both must have ended before the log is captured, which is for the lines of the reset alone.
     hascommon::DownloadFailure outcome;
     EXPECT_TRUE(eventually([&] { return engine->GetFailure(done, outcome); }));
     EXPECT_TRUE(eventually([&] { return engine->GetFailure(taken, outcome); }));

@@ -18,7 +18,8 @@ using test::pattern;
 using test::Reply;
 using test::Stage;
 
-/// Ten of what is timed would take three seconds if each sat out the engine's 300 ms wait.
+/// Each timed test makes ten turns: they would take three seconds if each turn sat out the engine's
+/// wait of 300 ms.
 constexpr int kTurns = 10;
 constexpr auto kWithoutWaiting = 2s;
 
@@ -82,7 +83,7 @@ TEST_F(CurlThreadsTest, OwnerGetsThroughWhileBytesAreRefused) {
 }
 
 TEST_F(CurlThreadsTest, OwnerGetsThroughWhileBytesAreRefusedUnderANestedLock) {
-    // The callback runs with the lock held twice; it stays as deep after every wait.
+    // The callback runs with the lock held twice, and so it does again after every wait.
     owner.onData = [&](UnitObject*, const std::string&) {
         engine->LockMutItem();
         engine->UnlockMutItem();
@@ -274,7 +275,7 @@ class CurlEndRaceTest : public CurlThreadsTest {
 protected:
     CurlEndRaceTest() {
         owner.onData = [this](UnitObject* unit, const std::string&) {
-            constexpr int kTries = 2000; // So that some meet the owner's own.
+            constexpr int kTries = 2000; // So that some happen during the owner's own call.
             m_inside = true;
             while (!m_coming)
                 engine->EndDownload(unit);

@@ -55,7 +55,7 @@ protected:
             params.push_back({bitrates[i], groups[i], classes[i]});
         switcher.SetBitrateLimit(params, {});
     }
-    /// Uses up the two changes of group that are free.
+    /// Uses up the two changes of group that need no waiting.
     void useUpGrants() {
         for (int i = 0; i < 2; ++i) {
             int target = 1;

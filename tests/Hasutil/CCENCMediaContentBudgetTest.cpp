@@ -1,4 +1,4 @@
-// What a walk may do for the bytes it is given.
+// How much work a walk may do for the number of bytes it is given.
 #include <Hasutil/CCENCMediaContent.h>
 #include <support/BoxBuilder.h>
 #include <support/ExactBytes.h>
@@ -34,8 +34,7 @@ protected:
         const ExactBytes bytes(boxes);
         const auto begin = std::chrono::steady_clock::now();
         const long long walked = content.walkBoxes(bytes.data(), bytes.size());
-        // A fifth of a second for a build that is optimised, and what they took without a budget
-        // is a minute.
+        // A fifth of a second for an optimised build; without a budget these walks took a minute.
         EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
         EXPECT_TRUE(walked == -1 || walked == static_cast<long long>(bytes.size()));
         return walked != -1;

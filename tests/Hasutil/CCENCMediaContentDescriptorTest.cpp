@@ -214,7 +214,7 @@ protected:
 
     void store(int period, int representation, std::list<ContentProtection_t> list) {
         content.setContentProtectionInfo(period, representation, &list);
-        list.clear(); // what is stored is a copy
+        list.clear(); // the content has stored a copy
     }
     int find(int period, int representation) {
         return content.findContentProtection(period, representation, found);

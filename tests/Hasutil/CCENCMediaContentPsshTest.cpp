@@ -1,4 +1,4 @@
-// What happens to `pssh` boxes in `moov` and `moof`, and to what points past them.
+// What happens to `pssh` boxes in `moov` and `moof`, and to offsets that point past them.
 #include <Hasutil/CCENCMediaContent.h>
 #include <support/BoxBuilder.h>
 #include <support/CencStream.h>
@@ -48,7 +48,7 @@ protected:
         EXPECT_TRUE(emitted.isWhole);
         return emitted.bytes;
     }
-    /// One call of process() that nothing follows; the log lines of final() are not wanted.
+    /// One call of process() without final(), whose log lines would be in the way.
     Bytes processed(const Bytes& segment) {
         const Emitted emitted = deliver(content, segment, segment.size());
         EXPECT_TRUE(emitted.isWhole);

@@ -189,7 +189,7 @@ TEST(CCENCMediaContentSamples, OffsetsLeadToTheSameAsTheSampleEncryptionBox) {
     const size_t compared = walkFragments([](const ExactBytes& bytes, const json& moof) {
         for (const json& senc : allBoxes(childrenOf(moof), "senc")) {
             const size_t at = senc["offset"].get<size_t>() - moof["offset"].get<size_t>();
-            std::copy_n("uuid", 4, bytes.data() + at + 4); // now only `saio` knows
+            std::copy_n("uuid", 4, bytes.data() + at + 4); // now only `saio` tells where IVs are
         }
     });
     EXPECT_GT(compared, 100U);
@@ -242,7 +242,7 @@ TEST_P(StreamedSamples, LeaveAsTheyCameWhenNothingIsKnown) {
         const ExactBytes sample = test::sample(expected["file"]);
         Bytes file = sample.copy();
         const json& last = expected["boxes"].back();
-        if (!isWhole(last, sample)) // a box that is cut does not leave
+        if (!isWhole(last, sample)) // a box that is cut is never given out
             file.resize(last["offset"]);
         content.init(eDRM_TYPE_PLAYREADY, false);
         EXPECT_EQ(test::rewrite(content, sample.copy(), 1000).bytes, file);
@@ -274,7 +274,7 @@ TEST(CCENCMediaContentSamples, APsshGoesIntoTheFragmentAsOthersPutIt) {
     const Bytes out = test::rewrite(content, in, 100).bytes;
     EXPECT_EQ(out.size(), in.size() + box["size"].get<size_t>());
     EXPECT_EQ(typeAt(out, box["offset"]), "pssh");
-    // Their index counts the box, ours has left before the fragment was seen.
+    // The other program counts the box in its index; here the index goes out before the fragment.
     const json index = firstBox(expected["boxes"], "sidx");
     EXPECT_EQ(without(without(out, box), index),
               without(without(test::sample(made).copy(), box), index));

@@ -153,7 +153,7 @@ TEST_F(DRMManagerTest, TheGenericSchemeIsPlayReadyWhereItIsAlone) {
         EXPECT_EQ(manager.FindHandler(kGeneric, type), handler);
     }
     manager.setContentProtectSize(2);
-    EXPECT_NE(find(kGeneric), nullptr); // made already
+    EXPECT_NE(find(kGeneric), nullptr); // the handler exists already
 }
 
 TEST_F(DRMManagerTest, TheCountStaysBeyondCleanup) {

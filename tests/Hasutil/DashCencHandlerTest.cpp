@@ -140,7 +140,7 @@ TYPED_TEST(DashCencHandler, TheFlagTellsThatAudioAndVideoAreSeparate) {
 
 TYPED_TEST(DashCencHandler, DescriptorsAreCopiedAndRemovedByNull) {
     const std::string chunk = emptyMovie() + zeros(1);
-    EXPECT_NE(pass(this->handler, chunk), emptyMovie()); // their list is gone by now
+    EXPECT_NE(pass(this->handler, chunk), emptyMovie()); // the caller's list no longer exists
     this->handler.ResetBuffer();
     this->handler.setContentProtectionInfo(kPeriod, kRepresentation, nullptr);
     EXPECT_EQ(pass(this->handler, chunk), emptyMovie());

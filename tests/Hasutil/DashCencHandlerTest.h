@@ -77,7 +77,7 @@ inline std::string finish(hascommon::IDRMHandler& handler) {
     return {reinterpret_cast<char*>(out.data()), size};
 }
 
-/// How many bytes wait.
+/// How many bytes the handler keeps back.
 inline unsigned int waiting(hascommon::IDRMHandler& handler) {
     unsigned int size = 77;
     EXPECT_EQ(handler.GetUndecryptedData(kPeriod, kRepresentation, size), 1);

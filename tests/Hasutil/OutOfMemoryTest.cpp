@@ -174,7 +174,7 @@ TEST(OutOfMemory, XPathAnswersAreEmpty) {
     EXPECT_EQ(reader.GetXmlParamInt("/a/text()"), 0);
 }
 
-/// Handlers log their refusals; what the test's log needs for itself is taken beforehand.
+/// Handlers log their refusals; the memory that the test's own log needs is allocated before.
 class OutOfMemoryHandler : public ::testing::Test {
 protected:
     OutOfMemoryHandler() { const test::LogCapture log; }

@@ -18,7 +18,7 @@ using test::PlainHeaderScan;
 /// Scans a piece with both and tells whether they agree.
 bool agree(H264HeaderParser& parser, PlainHeaderScan& plain, const unsigned char* bytes,
            size_t size) {
-    // The parser takes its bytes as writable and only reads them.
+    // The parser takes a pointer to non-const bytes, but only reads them.
     const int found = parser.ParseHeader(const_cast<unsigned char*>(bytes), static_cast<int>(size));
     return found == plain.scan(bytes, size) && parser.GetSpsOffet() == plain.offset();
 }

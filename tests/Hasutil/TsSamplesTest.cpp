@@ -20,7 +20,7 @@ struct Counts {
     std::map<std::string, std::map<std::string, int>> scrambled;
 };
 
-/// Every packet of a file through one parser.
+/// Passes every packet of a file through one parser.
 Counts countPackets(CBbtsParser& parser, const ExactBytes& stream) {
     Counts counts;
     CBbtsParser::TS_HEADER header{};

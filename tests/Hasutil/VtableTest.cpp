@@ -1,4 +1,4 @@
-// Embedders call through these tables, so their order is for good.
+// Embedders call through these tables, so their order must never change.
 #include <Hascommon/Packet.h>
 #include <Hasutil/CTSPacketBuffer.h>
 #include <Hasutil/H264_SyntaxReader.h>

@@ -1,4 +1,4 @@
-// What expressions of every kind come to.
+// The answers to expressions of every kind.
 #include <Hasutil/HssXPathReader.h>
 
 #include <gtest/gtest.h>
@@ -66,7 +66,7 @@ TEST_F(XPathAnswers, NumbersTruthValuesAndStrings) {
 }
 
 TEST_F(XPathAnswers, WhatIsNoExpressionIsToldInLibXmlsWords) {
-    for (int i = 0; i < 2; ++i) { // Nothing is left of the first time.
+    for (int i = 0; i < 2; ++i) { // The first call leaves no trace for the second.
         EXPECT_EQ(reader.Evaluate("///[").kind, Kind::Error);
         EXPECT_EQ(reader.Evaluate("///[").text, "Invalid expression");
         EXPECT_EQ(reader.Evaluate("p:a").text, "Undefined namespace prefix");

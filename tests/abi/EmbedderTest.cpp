@@ -190,7 +190,7 @@ TEST_F(EmbedderTest, UsesHandlesOfItsOwnThroughTheFactory) {
     easy->Reset();
     EXPECT_FALSE(easy->Perform());
     EXPECT_EQ(easy->GetLastError(), CURLE_URL_MALFORMAT);
-    EXPECT_FALSE(easy->Pause()); // Nothing runs that could be held.
+    EXPECT_FALSE(easy->Pause()); // No transfer runs that could be paused.
     EXPECT_FALSE(easy->Resume());
     factory.ReleaseCurlEasy(easy);
 }

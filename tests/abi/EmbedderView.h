@@ -110,7 +110,7 @@ public:
     virtual int ResultIf(UnitObject*, CURLcode, long, int);
 
 private:
-    std::uintptr_t room[64]; // More than the library's own needs.
+    std::uintptr_t room[64]; // More than the library's own class needs.
 };
 
 class ICurlEasy {

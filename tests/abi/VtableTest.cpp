@@ -193,7 +193,7 @@ std::vector<std::string> bufferSlots(const std::string& name) {
                     });
 }
 
-/// With the part for the download engine, whose thunks reach the same object.
+/// The table has a second part for the download engine, whose thunks lead to the same object.
 std::vector<std::string> checkerSlots() {
     std::vector<std::string> slots =
         of("BandwidthChecker", {

@@ -10,13 +10,13 @@
 
 namespace test {
 
-/// What became of a page.
+/// A page after it was loaded.
 struct LoadedPage {
     std::string dom;     ///< after its scripts have run
     std::string console; ///< what it told the console: errors, and nothing else is expected
 };
 
-/// Chromium with what every run of it has.
+/// The command line of Chromium with the options that every run has.
 /// @param profile  a folder that is not there yet
 inline std::vector<std::string> browserCommand(const std::string& profile) {
     return {"chromium",

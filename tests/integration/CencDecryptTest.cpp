@@ -126,7 +126,7 @@ TEST_P(DecryptedFrames, AreThoseOfTheFileBeforeItWasProtected) {
     EXPECT_EQ(frames(folder, emitted.bytes, kKey), expected);
 }
 
-/// Encrypted by the other program, whose `moov` lists the samples.
+/// A file encrypted by the other program, whose `moov` lists the samples.
 TEST(DecryptedFile, StaysReadableWhenItsMoovGrows) {
     const test::TempDir folder;
     const Bytes encrypted = mediaFile(

@@ -33,7 +33,7 @@ Bytes keyOf(char letter) {
     return Bytes(16, static_cast<unsigned char>(letter));
 }
 
-/// The vector that stands for a number.
+/// The vector that HLS makes from a media sequence number.
 Bytes ivOf(unsigned char number) {
     Bytes iv(16, 0);
     iv.back() = number;
@@ -239,7 +239,7 @@ protected:
         serve("0", encrypt(clear(0), keyOf('k'), ivOf(4)));
         serve("1", encrypt(clear(1), keyOf('k'), ivOf(5)));
     }
-    /// Plays them, the second behind `between`. The first has to stay whole.
+    /// Plays both, with the text `between` before the second. The first has to stay whole.
     Child::Result playBoth(const std::string& between) {
         Child::Result result = play("#EXT-X-MEDIA-SEQUENCE:4\n" + tag("k") + "#EXTINF:2,\n0\n" +
                                     between + "#EXTINF:2,\n1\n");

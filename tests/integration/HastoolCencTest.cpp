@@ -347,11 +347,11 @@ TEST_F(HastoolCenc, SamplesInFrontOfTheirFragmentAreStillFound) {
         const size_t at = box["offset"];
         const size_t size = box["size"];
         if (box["type"] == "mfra")
-            continue; // its places no longer hold
+            continue; // the offsets in it are no longer true
         turned += file.substr(at, size);
         if (box["type"] != "mdat")
             continue;
-        // The fragment before goes behind the data, and its only run leads back there.
+        // The fragment is moved behind its data, and its only run's offset leads back to that.
         std::string moof = turned.substr(turned.rfind("moof") - 4);
         moof.resize(moof.size() - size);
         turned.erase(turned.size() - size - moof.size(), moof.size());

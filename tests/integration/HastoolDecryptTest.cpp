@@ -37,7 +37,7 @@ protected:
             command.emplace_back("-nopad");
         test::runOk(command);
     }
-    /// The tool has to fail with this line and leave nothing behind.
+    /// Expects that the tool fails with this line and leaves no file behind.
     void expectFailure(const std::vector<std::string>& arguments, const std::string& line,
                        int status = 1) const {
         const Child::Result result = runHastool(arguments);

@@ -26,7 +26,7 @@ class HastoolGet : public testing::Test {
 protected:
     std::string file(const std::string& name) const { return m_dir.file(name); }
     bool exists(const std::string& name) const { return std::filesystem::exists(file(name)); }
-    /// Nothing but one line of trouble.
+    /// Expects a failure that prints one line and nothing else.
     static void expectOneLine(const Child::Result& result, const std::string& line) {
         EXPECT_EQ(result.err, "hastool: " + line + "\n");
     }
@@ -223,7 +223,7 @@ TEST_F(HastoolGet, SendsAgentAndEngineInfo) {
 TEST_F(HastoolGet, GoesThroughAProxy) {
     const test::Proxy proxy;
     m_origin.on("/a", Reply().body("through"));
-    // Proxies are asked for by the option alone; what the environment exempts is not.
+    // The proxy comes from the option alone, but hosts in no_proxy bypass it: so that is empty.
     const Child::Result result = test::run(
         test::hastoolCommand({"get", m_origin.url("/a"), "-o", file("a"), "--proxy", proxy.url()}),
         {"no_proxy=", "NO_PROXY="});

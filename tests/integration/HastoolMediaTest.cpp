@@ -25,7 +25,7 @@ void expectFailure(const Child::Result& result, const std::string& line) {
 
 class HastoolMedia : public testing::Test {
 protected:
-    /// A second of H.264 and AAC of a size, by the ending of its name.
+    /// Makes a second of H.264 and AAC of a picture size, in the format of the name's extension.
     std::string make(const std::string& name, const std::string& size,
                      const std::vector<std::string>& more = {}) const {
         std::vector<std::string> command = {"ffmpeg",   "-v",      "error",   "-nostdin",

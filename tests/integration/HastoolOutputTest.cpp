@@ -1,4 +1,4 @@
-// What the tool prints, and what becomes of it.
+// What the tool prints, and what it does when that cannot be written.
 #include "Hastool.h"
 
 #include <support/FaultOrigin.h>
@@ -67,7 +67,7 @@ TEST_F(HastoolOutput, EveryCommandFailsWhenItsOutputCannotBeWritten) {
 }
 
 TEST_F(HastoolOutput, ReaderThatHasGoneIsNoFailure) {
-    // The pipe's status is head's; what counts is that nothing is told.
+    // The status is that of `head`; the test is that the tool prints no error.
     const Child::Result result = runShell(shell("play --help") + " | head -n 1");
     EXPECT_EQ(result.err, "");
     const Child::Result ignoring = runShell(

@@ -28,7 +28,7 @@ namespace {
 
 const std::vector<int> kBitrates = {100, 250, 500};
 
-/// Measures what a trace says.
+/// Figures computed from a trace.
 class ReplayedChecker : public hascommon::IBandwidthChecker {
 public:
     bool Start() override { return true; }
@@ -80,7 +80,7 @@ protected:
         m_summary = json::parse(result.out);
         return json::parse(readFile(file("t.json")));
     }
-    /// Of all qualities, as the master playlist has them.
+    /// The bitrates of all qualities, as the master playlist has them.
     std::vector<int> bitrates() const {
         const std::string text = readFile(m_ladder->folder() / "master.m3u8");
         std::vector<int> result;

@@ -81,14 +81,14 @@ bool has(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
-/// What the page's scripts read.
+/// The data that the page's scripts read.
 json dataIn(const std::string& page) {
     const std::string begin = "<script type=\"application/json\">";
     const size_t at = page.find(begin) + begin.size();
     return json::parse(page.substr(at, page.find("</script>", at) - at));
 }
 
-/// What a screen reader would say of the moment or segment that is marked.
+/// What a screen reader would say about the marked moment or segment.
 std::string said(const std::string& dom) {
     const std::string begin = "aria-live=\"polite\">";
     const size_t at = dom.find(begin) + begin.size();

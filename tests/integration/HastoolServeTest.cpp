@@ -64,7 +64,7 @@ public:
     }
     std::string out() const { return m_child.out(); }
     std::string err() const { return m_child.err(); }
-    /// For messages: what it said, and whether it still runs.
+    /// For messages: what the server has printed, and whether it still runs.
     std::string state() { return m_child.err() + (m_child.isRunning() ? "" : "it has ended\n"); }
     Child::Result interrupt(int signal) {
         m_child.signal(signal);
@@ -116,7 +116,7 @@ std::pair<long, long> decodedFrames(const std::string& path, bool isProtected = 
                     : std::pair<long, long>(0, first);
 }
 
-/// What has to come of a presentation.
+/// What has to come out when a presentation is played.
 struct Row {
     const char* manifest;
     bool hasAudioTrack;
@@ -158,7 +158,7 @@ TEST_P(HastoolServed, PlaysToItsEndWithAllItsFrames) {
     if (row.hasAudioTrack) {
         EXPECT_EQ(decodedFrames(audioOut(), row.isProtected).second, kAudioFrames);
     } else {
-        // A switch cuts a transport stream where the picture is cut.
+        // Segments are cut where the picture is, so a switch loses or repeats some audio frames.
         EXPECT_NEAR(static_cast<double>(audio), kAudioFrames, 20);
     }
 }
@@ -269,7 +269,7 @@ TEST_F(HastoolServe, IsAsFastAsAPlainServer) {
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     };
     const double expected = secondsOf(plain.url("/a.bin"));
-    // Within the noise of a machine that has other things to do; a hundred times as long otherwise.
+    // The bound leaves room for a loaded machine; an origin that delays takes a hundred times that.
     EXPECT_LT(secondsOf("http://127.0.0.1:" + port + "/a.bin"), 5 * expected + 2);
 }
 

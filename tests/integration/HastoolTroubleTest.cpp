@@ -170,7 +170,7 @@ TEST_F(HastoolTrouble, CookieFolderThatIsAbsentIsTold) {
     EXPECT_EQ(got.err, line);
 }
 
-/// Whatever a run has told.
+/// All that a run has printed.
 std::string toldBy(const Child::Result& result) {
     return result.out + result.err;
 }

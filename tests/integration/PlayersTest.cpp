@@ -36,7 +36,7 @@ public:
     Pages& operator=(const Pages&) = delete;
 
     std::string url(const std::string& page) const { return m_server.url(page); }
-    /// What was posted once there are so many results, or nobody waits any longer.
+    /// Waits for so many results, up to a time-out. @return those that were posted
     std::map<std::string, json> results(size_t count) {
         std::unique_lock<std::mutex> lock(m_mutex);
         m_changed.wait_for(lock, kPatience, [&] { return m_results.size() >= count; });
@@ -81,7 +81,7 @@ void expectPlayed(const std::string& page, const std::vector<std::string>& manif
     for (const std::string& manifest : manifests)
         query += (query.empty() ? "?url=" : "&url=") + serving.url(manifest);
     const test::TempDir home;
-    // With the port the browser stays; the page is no file to be dumped.
+    // With a debugging port the browser keeps running; without, it ends when the page is loaded.
     std::vector<std::string> command = test::browserCommand(home.file("profile"));
     command.insert(command.end(),
                    {"--remote-debugging-port=0", "--mute-audio",

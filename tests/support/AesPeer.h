@@ -1,4 +1,4 @@
-// AES-128-CBC as OpenSSL does it in one go: what a stream of chunks is compared with.
+// AES-128-CBC by OpenSSL in one call, to compare decryption chunk by chunk with.
 #pragma once
 
 #include <cstddef>
@@ -20,7 +20,7 @@ struct AesSetting {
     bool padding = true;
 };
 
-/// Encrypts or decrypts; nothing where OpenSSL refuses the end.
+/// Encrypts or decrypts; nothing where OpenSSL finds the end wrong.
 inline std::optional<Bytes> aesInOneGo(const AesSetting& setting, const Bytes& in, bool encrypt) {
     const std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> context(
         EVP_CIPHER_CTX_new(), EVP_CIPHER_CTX_free);
@@ -40,7 +40,7 @@ inline std::optional<Bytes> aesInOneGo(const AesSetting& setting, const Bytes& i
     return out;
 }
 
-/// Cipher text. @throws std::runtime_error for what cannot be encrypted so
+/// Cipher text. Throws when OpenSSL fails.
 inline Bytes encrypted(const AesSetting& setting, const Bytes& plain) {
     return aesInOneGo(setting, plain, true).value();
 }

@@ -48,7 +48,7 @@ inline Bytes counting(size_t count, unsigned char first = 0) {
     return bytes;
 }
 
-/// A box whose size field says what it is told to.
+/// A box with the given size field, right or wrong.
 inline Bytes sizedBox(unsigned int size, const std::string& type, const Bytes& content = {}) {
     return u32(size) + text(type) + content;
 }
@@ -149,7 +149,7 @@ inline unsigned int readU32(const Bytes& bytes, size_t at) {
         value = value << 8 | bytes.at(at + i);
     return value;
 }
-/// Where some bytes first stand in others; the size of those when they do not.
+/// Where `part` first stands in `bytes`, from `from` on; the size of `bytes` when it does not.
 inline size_t find(const Bytes& bytes, const Bytes& part, size_t from = 0) {
     for (size_t at = from; at + part.size() <= bytes.size(); ++at) {
         if (Bytes(bytes.begin() + static_cast<std::ptrdiff_t>(at),

@@ -20,7 +20,7 @@ uint64_t numberAt(const std::string& bytes, size_t at, size_t size = 4) {
     return value;
 }
 
-/// Calls for each box between two places with its place, size and type.
+/// Calls `visit` for each box between two places, with the box's place, size and type.
 template<typename Visit>
 void eachBox(const std::string& bytes, size_t at, size_t end, const Visit& visit) {
     while (at + 8 <= end) {
@@ -65,7 +65,7 @@ Fragment readFragment(const std::string& moof, size_t begin, size_t end) {
     return fragment;
 }
 
-/// What is clear and what is protected of an H.264 sample, with the count before.
+/// The clear and protected sizes of an H.264 sample's parts, behind their count.
 std::string subsamples(const std::string& sample) {
     std::string list;
     size_t count = 0;
@@ -88,7 +88,7 @@ public:
                 m_out += movie(m_file.substr(at, size));
             else if (type == "moof")
                 m_out += movieFragment(at, size);
-            else if (type != "mfra") // its places no longer hold
+            else if (type != "mfra") // left out, as the offsets in it are no longer true
                 m_out += m_file.substr(at, size);
         });
         return m_out;

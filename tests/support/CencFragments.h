@@ -15,7 +15,7 @@ constexpr char kMediaKeyId[] = "0102030405060708090a0b0c0d0e0f10";
 /// bytes of each NAL unit stay clear: from this each `traf` gets its `senc`, `saiz` and `saio`.
 std::string withSampleEncryption(const std::string& file);
 
-/// Makes such a file of three seconds: H.264, and AAC beside it where asked for.
+/// Makes an encrypted file of three seconds: H.264, with AAC beside it if `hasAudio`.
 void makeEncryptedFragments(const std::string& path, bool hasAudio);
 
 /// The digests of all frames, decrypted with the key and decoded.

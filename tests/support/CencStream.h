@@ -9,14 +9,14 @@
 
 namespace test {
 
-/// What became of a segment.
+/// What came out for a segment.
 struct Emitted {
     std::vector<unsigned char> bytes;
     /// Whether every process() succeeded.
     bool isWhole = true;
 };
 
-/// A segment in pieces to process(), up to the first that fails.
+/// Hands a segment to process() in pieces, up to the first call that fails.
 /// @param room  bytes that each call may add to what it is given
 inline Emitted deliver(CCENCMediaContent& content, const std::vector<unsigned char>& segment,
                        size_t piece, size_t room = 512, int period = 1, int representation = 1) {
@@ -34,7 +34,7 @@ inline Emitted deliver(CCENCMediaContent& content, const std::vector<unsigned ch
     return emitted;
 }
 
-/// The end of a segment.
+/// Ends a segment. @return what that gives out
 inline std::vector<unsigned char> finish(CCENCMediaContent& content, size_t room = 512,
                                          int period = 1, int representation = 1) {
     const ExactBytes out(content.getUndecryptedData() + room);
@@ -43,7 +43,7 @@ inline std::vector<unsigned char> finish(CCENCMediaContent& content, size_t room
     return {out.data(), out.data() + written};
 }
 
-/// A whole segment with its end.
+/// Rewrites a whole segment, from its start to its end.
 inline Emitted rewrite(CCENCMediaContent& content, const std::vector<unsigned char>& segment,
                        size_t piece, size_t room = 512) {
     content.startSegment();

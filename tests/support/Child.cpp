@@ -41,7 +41,7 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
 }
 
 std::vector<std::string> environmentWith(const std::vector<std::string>& more) {
-    // The first setting of a name counts.
+    // The first setting of a name counts, so the given ones come first.
     std::vector<std::string> result = more;
     for (char** entry = environ; *entry != nullptr; ++entry)
         result.emplace_back(*entry);
@@ -55,7 +55,7 @@ Descriptor openForWriting(const std::string& path) {
 } // namespace
 
 Child::Child(const std::vector<std::string>& command, const std::vector<std::string>& environment) {
-    // Everything is made before the fork: between fork and exec no memory may be taken.
+    // Everything is made before the fork: between fork and exec no memory may be allocated.
     const std::string program = findProgram(command.at(0));
     std::vector<std::string> arguments = command;
     std::vector<std::string> settings = environmentWith(environment);

@@ -15,7 +15,7 @@ namespace test {
 /// object, and by the kernel when the test program dies.
 class Child {
 public:
-    /// What became of it.
+    /// How it ended, and what it printed.
     struct Result {
         int status = -1; ///< exit status, or 128 + the signal that killed it
         std::string out;
@@ -34,7 +34,7 @@ public:
     void signal(int number) const;
     /// Waits for the end; throws std::runtime_error after the time, with the output so far.
     Result wait(std::chrono::seconds time = std::chrono::seconds(60));
-    /// Ends the whole group: SIGTERM, and SIGKILL when that does not do.
+    /// Ends the whole group by SIGTERM, or by SIGKILL if that is not enough.
     void end();
     std::string out() const { return readFile(m_files.file("out")); }
     std::string err() const { return readFile(m_files.file("err")); }

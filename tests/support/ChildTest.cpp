@@ -10,7 +10,7 @@ using test::Child;
 
 namespace {
 
-/// Whether a process ends soon. Nobody may have collected it, but then it has no command line.
+/// Whether a process ends soon. It may stay on as a zombie, which has no command line.
 bool vanishes(pid_t process) {
     const std::string path = "/proc/" + std::to_string(process) + "/cmdline";
     for (int i = 0; i < 2000; ++i) {

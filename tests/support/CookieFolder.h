@@ -10,10 +10,10 @@
 
 namespace test {
 
-/// Makes the folder of an application that does not exist otherwise, and removes it again.
+/// Makes the cookie folder of an application that no one else has, and removes it again.
 class CookieFolder {
 public:
-    /// @param name  told apart from the folders of other processes by the process id
+    /// @param name  of the test; the process id is added, as other processes need other folders
     explicit CookieFolder(const std::string& name)
         : m_appId("hastest." + name + "." + std::to_string(getpid())) {
         std::filesystem::create_directories(root() + "/data/cookie");

@@ -55,7 +55,7 @@ private:
     hascommon::CHttpCookie m_jar;
 };
 
-/// A missing text is told from an empty one.
+/// The text; "(none)" for null, so that null differs from an empty text.
 inline std::string text(const char* field) {
     return field == nullptr ? "(none)" : field;
 }

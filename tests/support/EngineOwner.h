@@ -25,11 +25,11 @@ public:
                        unsigned int size) override;
     void OnRedirected(hascommon::UnitObject* unit, std::string location) override;
 
-    /// Set before the request begins.
+    /// Hooks; to be set before the request begins.
     DataHook onData;
     UnitHook onBegin;
     UnitHook onRedirect;
-    /// Bodies are not kept, only counted.
+    /// Whether bodies are only counted, not kept.
     bool countOnly = false;
 
     std::string body(hascommon::UnitObject* unit) const;
@@ -69,7 +69,7 @@ private:
     std::vector<long long> m_resets;
 };
 
-/// Waits until it holds, looking every millisecond; false after the time.
+/// Waits until a condition holds, checking it every millisecond; false when `most` has passed.
 bool eventually(const std::function<bool()>& condition,
                 std::chrono::milliseconds most = std::chrono::seconds(20));
 

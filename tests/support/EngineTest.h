@@ -37,7 +37,7 @@ protected:
 
     Unit* beginPath(const std::string& path) { return begin(origin.url(path)); }
 
-    /// Runs a request to its end and tells its code.
+    /// Runs a request to its end. @return its unit code
     int fetch(const std::string& url, const std::string& range = {}, bool keepInfo = false) {
         Unit* unit = begin(url, range, keepInfo);
         if (unit == nullptr)

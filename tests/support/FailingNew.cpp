@@ -10,7 +10,7 @@ constexpr int kNever = -1;
 thread_local int t_allowed = kNever;
 thread_local bool t_failed = false;
 
-/// Null when it is the turn of this one to fail.
+/// Null for an allocation that has to fail.
 void* allocate(std::size_t size) {
     if (t_allowed == 0) {
         t_failed = true;

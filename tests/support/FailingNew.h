@@ -3,8 +3,8 @@
 
 namespace test {
 
-/// For as long as it lives, the allocation that comes after `allowed` others fails, and so do all
-/// behind it. On the thread that made it; one at a time.
+/// While an object lives, `allowed` allocations succeed and all that follow fail, on the thread
+/// that made the object. There may be one object at a time.
 class FailingNew {
 public:
     explicit FailingNew(int allowed);

@@ -20,7 +20,7 @@ namespace test {
 /// One request that arrived.
 struct Request : hastool::WebRequest {
     std::string peer;   ///< "127.0.0.1:41234"
-    int connection = 0; ///< the how manieth connection it came over, from 1
+    int connection = 0; ///< number of the connection it came over, from 1
     std::chrono::steady_clock::time_point time;
 };
 
@@ -29,7 +29,7 @@ class OriginConnection;
 }
 
 /// Serves HTTP/1.1 on a free port of 127.0.0.1 from construction until stop(), one thread per
-/// connection, with keep-alive. What is not scripted is answered with 404.
+/// connection, with keep-alive. Paths that are not scripted are answered with 404.
 ///
 /// All operations may be called from any thread at any time.
 class FaultOrigin {
@@ -42,16 +42,17 @@ public:
     FaultOrigin(const FaultOrigin&) = delete;
     FaultOrigin& operator=(const FaultOrigin&) = delete;
 
-    /// Scripts a path: the replies in turn, the last one from then on. Replaces what was scripted.
+    /// Scripts a path: gives the replies in turn, and then the last one again and again. Replaces
+    /// the path's earlier script.
     void on(const std::string& path, std::vector<Reply> replies);
     void on(const std::string& path, const Reply& reply) { on(path, std::vector<Reply>{reply}); }
     void on(const std::string& path, Handler handler);
-    /// Scripts all paths that begin so and are not scripted themselves; the longest prefix wins.
+    /// Scripts all paths with a prefix that have no script of their own; the longest prefix wins.
     void onPrefix(const std::string& prefix, Handler handler);
     /// Serves the files of a folder below a prefix, which ends in a slash.
     void serve(const std::string& prefix, const std::string& folder);
 
-    /// Lets whatever stalls on the path go on, now and later.
+    /// Ends all stalls on the path, those under way and those to come.
     void release(const std::string& path);
     /// Sends all bodies at this many bytes per second per connection, from the next piece on; 0 for
     /// no limit.
@@ -81,7 +82,7 @@ private:
         size_t next = 0;
         Gate released;
     };
-    /// A reply with the script that it came from, whose gate ends its stalls.
+    /// A reply with the script that it came from: the script's gate ends its stalls.
     struct Answer {
         Reply reply;
         std::shared_ptr<const Script> script;

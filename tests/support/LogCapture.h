@@ -41,9 +41,8 @@ public:
     LogLine find(const std::string& message) const;
     void clear();
 
-    /// Calls the hook for every line from now on, on the thread that writes it and without a lock:
-    /// a test places there what shall happen between two steps of the library. Set before other
-    /// threads log.
+    /// Calls the hook for every line from now on, on the thread that writes it and without a lock.
+    /// So a test can act between two steps of the library. To be set before other threads log.
     void onLine(std::function<void(const LogLine&)> hook);
 };
 

@@ -14,7 +14,7 @@ class MediaLadder {
 public:
     enum class Format { TransportStream, FragmentedMp4 };
 
-    /// @param folder    made, and written to
+    /// @param folder    is created, and gets the files
     /// @param bitrates  of the picture in kbit/s, ascending
     MediaLadder(std::filesystem::path folder, Format format, int seconds,
                 const std::vector<int>& bitrates);

@@ -111,7 +111,7 @@ void Nginx::writeConfig() const {
     replace(text, "@PORT@", std::to_string(m_port));
     replace(text, "@TLSPORT@", std::to_string(m_tlsPort));
     replace(text, "@RATE@", std::to_string(m_rate));
-    // Without it the first second's worth of bytes goes out at once.
+    // Without this limit nginx sends the bytes of the first second at once.
     replace(text, "@CHUNK@", m_rate > 0 ? "sendfile_max_chunk 8k;" : "");
     replace(text, "@GENERATION@", std::to_string(m_generation));
     m_dir.write("nginx.conf", text);
@@ -131,7 +131,8 @@ bool Nginx::start() {
     return false;
 }
 
-/// The new worker answers first, and beside it the old one until it is told to go, which it logs.
+/// Whether the old workers have gone. For a while they answer beside the new one; when they are
+/// told to go, they log it.
 bool Nginx::isCurrent() const {
     const std::string log = readFile(m_dir.file("error.log"));
     int gone = 0;

@@ -22,7 +22,7 @@ public:
 
     /// The folder that it serves.
     std::string root() const { return m_dir.file("root"); }
-    /// Puts a file there.
+    /// Writes a file into that folder.
     void write(const std::string& name, std::string_view content) const {
         m_dir.write("root/" + name, content);
     }

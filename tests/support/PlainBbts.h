@@ -1,4 +1,4 @@
-// The broadband TS parser, written out plainly: what the real one is held to.
+// A plain model of the broadband TS parser, to compare the real one with.
 #pragma once
 
 #include <algorithm>

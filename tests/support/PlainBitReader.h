@@ -1,4 +1,4 @@
-// The bit reader, one bit at a time: what the real one is held to.
+// A plain model of the bit reader, one bit at a time, to compare the real one with.
 #pragma once
 
 #include <support/ExactBytes.h>

@@ -1,4 +1,4 @@
-// The H.264 header scan, byte by byte: what the fast one is held to.
+// A plain model of the H.264 header scan, byte by byte, to compare the fast one with.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// The H.264 parameter set parser, bit by bit: what the real one is held to.
+// A plain model of the H.264 parameter set parser, bit by bit, to compare the real one with.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +11,7 @@ class PlainSps {
 public:
     PlainSps(const unsigned char* bytes, size_t size) { removeEmulation(bytes, size); }
 
-    /// The thirteen fields in order; those not read stay as given.
+    /// Reads the thirteen fields in order; fields that are not reached keep their values.
     bool parse(std::vector<unsigned int>& fields) {
         m_fields = &fields;
         return head() && order() && picture();

@@ -21,7 +21,7 @@ enum class Stage {
     InBody,       ///< a given number of body bytes was sent
 };
 
-/// What goes wrong there.
+/// What goes wrong at a stage.
 struct Fault {
     enum class Action { Close, Reset, Stall };
     Stage stage = Stage::BeforeStatus;
@@ -82,9 +82,9 @@ public:
     /// A Content-Length that is not the body's. With one that is too big the connection is closed
     /// behind the body.
     Reply& claimedLength(uint64_t length);
-    /// Compressed, where the client takes it.
+    /// Compresses the body for clients that accept gzip.
     Reply& gzip();
-    /// Ranges are not looked at.
+    /// Ignores the Range header.
     Reply& withoutRanges();
     /// Last-Modified, and 304 to a client that has it.
     Reply& lastModified(time_t when);

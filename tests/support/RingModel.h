@@ -1,4 +1,4 @@
-// The packet ring in bytes and offsets: what the real one is held to.
+// A plain model of the packet ring, in bytes and offsets, to compare the real one with.
 #pragma once
 
 #include <algorithm>
@@ -84,7 +84,7 @@ public:
         m_used -= kPacket;
     }
 
-    /// Leaves the bytes of `out` alone that the ring does not have.
+    /// Bytes of `out` for which the ring has none stay as they are.
     bool popFront(size_t size, std::vector<unsigned char>& out) {
         if (m_used < size || size < kPacket)
             return false;

@@ -151,7 +151,7 @@ TEST(AesSamples, ACutFileGivesItsWholeBlocksAndThenFails) {
             EXPECT_FALSE(padded.ok);
             EXPECT_EQ(log.messages(), (std::vector<std::string>{"Error! Decrypt align error",
                                                                 "Error! EVP_DecryptFinal()"}));
-            // The latest block is held back, as it might have been the one with the padding.
+            // The latest block is kept back, as it might be the last one, which has the padding.
             EXPECT_EQ(padded.bytes.size(), cipher.size() / 16 * 16 - 16);
             EXPECT_EQ(sha256(padded.bytes), row["whole_blocks_before_the_end_sha256"]);
         }

@@ -13,7 +13,7 @@ namespace {
 using hascommon::detail::readDateByCurl;
 using hascommon::detail::readHttpDate;
 
-/// libcurl's reading as it is where time_t has 32 bits: nothing that does not fit.
+/// libcurl's reading where time_t has 32 bits: -1 for a date that does not fit.
 std::int64_t readShort(const char* text) {
     const std::int64_t date = readDateByCurl(text);
     const bool fits = date >= std::numeric_limits<std::int32_t>::min() &&

@@ -9,7 +9,7 @@ namespace {
 
 using hascommon::detail::ItemLock;
 
-/// Runs on another thread and waits for it.
+/// Runs a function on another thread and waits for its end.
 template<typename Function>
 void elsewhere(Function function) {
     std::thread(function).join();
@@ -109,7 +109,7 @@ TEST(ItemLock, GuardsWhatManyThreadsTouch) {
     EXPECT_EQ(counter, 8000);
 }
 
-// Where the compiler cannot follow, builds for finding faults look for themselves.
+// Where the compiler cannot check that the lock is held, debug and sanitizer builds check it.
 #ifndef NDEBUG
 TEST(ItemLockDeathTest, UseWithoutTheLockEndsTheProgram) {
     ItemLock lock([] {});

@@ -65,7 +65,7 @@ INSTANTIATE_TEST_SUITE_P(
         RuleRow{"CutShortTooOften", -26, endOf(200, 400, 1000, 20), -20, 20, false, kRefused},
         RuleRow{"CutShortTooOftenOfARetriedStatus", -26, endOf(503, 400, 1000, 20), -54, 20, false,
                 " HTTP 404 ERROR - retry ( retry : 20 )"},
-        // What comes when all the data is there keeps its code.
+        // A failure after all the data has come keeps its code.
         RuleRow{"PartialButComplete", -26, endOf(200, 1000, 1000), -26, 0, false, ""},
         RuleRow{"PartialButCompleteTooOften", -26, endOf(200, 1000, 1000, 20), -26, 20, false, ""},
         RuleRow{"SendErrorBehindTheBody", -19, endOf(200, 1001, 1000), -19, 0, false, ""},

@@ -9,8 +9,8 @@
 
 namespace test::detail {
 
-/// Reads requests and sends answers until either side has had enough. Lives on its own thread; all
-/// its waits end when the origin stops.
+/// Reads requests and sends answers until one side closes the connection. Runs on a thread of its
+/// own; all its waits end when the origin stops.
 class OriginConnection {
 public:
     OriginConnection(FaultOrigin& origin, hastool::WebConnection& connection)
@@ -19,7 +19,7 @@ public:
     void run();
 
 private:
-    /// What became of a wait.
+    /// What ended a wait.
     enum class Woken { Time, Gate, PeerGone, Stopped };
 
     std::optional<Request> readRequest();

@@ -1,4 +1,4 @@
-// What a reply's plan comes to for one request.
+// The response that a reply's plan gives to one request.
 #pragma once
 
 #include <support/FaultOrigin.h>

@@ -1,4 +1,4 @@
-// The boxes of a text.
+// The boxes that a walk over bytes finds.
 #pragma once
 
 #include <hastool/media/BoxWalk.h>
@@ -36,7 +36,7 @@ public:
                              std::to_string(box.offset) + " +" + std::to_string(box.size));
         return result;
     }
-    /// "offset: what", empty for none.
+    /// "offset: what" of the first trouble; empty without trouble.
     std::string trouble() const {
         return m_trouble ? std::to_string(m_trouble->offset) + ": " + m_trouble->what : "";
     }

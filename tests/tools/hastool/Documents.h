@@ -8,7 +8,7 @@
 #include <string>
 #include <thread>
 
-/// Texts by URL; ranges are cut out of them.
+/// Documents by their URLs; a request with a range gets that part.
 class Documents {
 public:
     void set(const std::string& url, const std::string& text) { m_texts[url] = text; }
@@ -37,7 +37,7 @@ private:
     std::map<std::string, int> m_fetches;
 };
 
-/// The URL of the next piece; "wait" or "end" where there is none.
+/// The URL of the next piece; "wait" or "end" where there is no piece.
 inline std::string nextUrl(hastool::Presentation& presentation, size_t track = 0,
                            size_t stream = 0) {
     using Kind = hastool::NextPiece::Kind;
@@ -47,7 +47,7 @@ inline std::string nextUrl(hastool::Presentation& presentation, size_t track = 0
     return next.kind == Kind::End ? "end" : next.piece.media.resource.url;
 }
 
-/// Asks again until there is something, or the end.
+/// Asks again until there is a piece, or the end.
 inline hastool::NextPiece awaitPiece(hastool::Presentation& presentation, size_t track = 0,
                                      size_t stream = 0) {
     hastool::NextPiece next = presentation.next(track, stream);

@@ -7,7 +7,7 @@
 
 namespace test {
 
-/// The text of the ToolError that the action throws; empty when it throws none.
+/// The text of the ToolError that the action throws; empty when it throws nothing.
 template<typename Action>
 std::string errorOf(const Action& action) {
     try {

@@ -18,7 +18,7 @@ public:
     WalkClock(const WalkClock&) = delete;
     WalkClock& operator=(const WalkClock&) = delete;
 
-    /// Goes by this clock, which has to live longer.
+    /// A time source that shows this clock's time; the clock has to live longer.
     hastool::TimeSource source() {
         hastool::TimeSource time;
         time.wall = [this] { return m_wall + passed(); };
@@ -26,7 +26,7 @@ public:
         return time;
     }
     void pass(std::chrono::milliseconds time) { m_passed += time; }
-    /// Seconds since it was set.
+    /// Seconds by which the walk has moved the clock on.
     double passed() const { return std::chrono::duration<double>(m_passed).count(); }
 
 private:
@@ -34,20 +34,20 @@ private:
     std::chrono::milliseconds m_passed{0};
 };
 
-/// What a walk of a track came across.
+/// The result of walking a track.
 struct ManifestWalk {
     std::vector<hastool::MediaPiece> pieces;
-    bool ended = false;     ///< by the presentation
+    bool ended = false;     ///< the presentation said that there are no more pieces
     bool endless = false;   ///< there were more pieces than a walk may have
-    std::string error;      ///< that ended it
-    double liveSeconds = 0; ///< that were waited for, by the clock
+    std::string error;      ///< what ended the walk; empty without an error
+    double liveSeconds = 0; ///< how long it waited, by the clock
 };
 
 /// More than any of the manifests lists.
 constexpr size_t kMaxWalk = 100000;
 
-/// Takes piece after piece of a stream, or of another stream each time, until the end, or until so
-/// many seconds have been waited for on the clock.
+/// Takes piece after piece, until the end, or until it has waited for `liveSeconds` on the clock.
+/// @param streamStep  0 to stay with the stream; else how far to the stream of the next piece
 inline ManifestWalk walk(hastool::Presentation& presentation, size_t track, size_t stream,
                          WalkClock& clock, double liveSeconds, size_t streamStep = 0) {
     using Kind = hastool::NextPiece::Kind;

@@ -1,4 +1,4 @@
-// A play on a computed line, in no time.
+// A play over a virtual line, in virtual time.
 #pragma once
 
 #include <hastool/play/Player.h>
@@ -15,7 +15,8 @@
 
 namespace test {
 
-/// Serves an HLS presentation from memory over a computed line, plays it and keeps what is told.
+/// Serves an HLS presentation from memory over a virtual line, plays it and keeps what its observer
+/// is told.
 class VirtualPlay : public hastool::PlayObserver {
 public:
     using Answer = hastool::VirtualAnswer;
@@ -66,7 +67,7 @@ public:
         return text + (ended ? "#EXT-X-ENDLIST\n" : "");
     }
 
-    /// Plays to the end. @return why it could not; empty when it could
+    /// Plays to the end. @return the error; empty without one
     std::string play() {
         const hastool::PlayWorld world{
             clock, [this](const auto&, auto& traffic) {
@@ -89,7 +90,7 @@ public:
     double seconds() const {
         return std::chrono::duration<double>(clock.steady() - m_begun).count();
     }
-    /// When something was asked for the first time; nothing when it was not.
+    /// When a name was requested first, in seconds; nothing when it never was.
     std::optional<double> askedAt(const std::string& name) const {
         for (const Request& it : requests) {
             if (it.url == kBase + name)
@@ -120,7 +121,7 @@ public:
     hastool::VirtualLine::Options line;
     hastool::PlayOptions options;
     std::map<std::string, std::string> texts;
-    /// Answers before anything else does, when it has something.
+    /// Asked before the presentation's own files; may answer nothing.
     std::function<std::optional<Answer>(const std::string& name)> special;
 
     std::vector<Request> requests;

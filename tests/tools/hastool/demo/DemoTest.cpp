@@ -47,7 +47,7 @@ protected:
         writeStream("hls");
         writeStream("hls-aes");
     }
-    /// A stream without a picture; "hls-aes" has it clear as well, which players do not mind.
+    /// Writes a stream that is no real media. "hls-aes" is clear here too; players take it as well.
     void writeStream(const std::string& name) const {
         m_dir.write(name + "/master.m3u8", "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1000\ni.m3u8\n");
         m_dir.write(name + "/i.m3u8", "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\n1.ts\n"

@@ -1,4 +1,4 @@
-// Public manifests are read as they are meant.
+// Public manifests are read with the meaning that their authors gave them.
 #include <hastool/formats/OpenPresentation.h>
 #include <tools/hastool/Documents.h>
 #include <tools/hastool/ErrorOf.h>

@@ -1,4 +1,4 @@
-// What boxes of each type tell.
+// The fields that are read from boxes of each type.
 #include <tools/hastool/BoxList.h>
 
 #include <hastool/media/BoxFields.h>
@@ -26,7 +26,8 @@ json factsOf(const std::string& boxes) {
     return list.at(list.size() - 1).facts;
 }
 
-/// Every shorter form of a box is trouble, and what it still holds is told as in the whole one.
+/// Expects trouble for every shorter form of a box, and that the fields it still holds are read as
+/// in the whole box.
 void expectCutsAreTrouble(const std::string& type, const std::string& content, size_t from = 0) {
     const json whole = factsOf(mp4Box(type, content));
     for (size_t size = from; size < content.size(); ++size) {
@@ -332,7 +333,7 @@ TEST(BoxFields, SampleEncryptionTakesTheIvSizeOfItsSampleGroup) {
 }
 
 TEST(BoxFields, SampleEncryptionFindsItsIvSizeWhereNothingTellsIt) {
-    const std::string part = be(2, 2) + std::string(12, 'w'); // taken for counts it is too much
+    const std::string part = be(2, 2) + std::string(12, 'w'); // 'w' as a count would be too large
     for (const uint64_t size : {0U, 8U, 16U}) {
         const std::string entry = std::string(static_cast<size_t>(size), 'i') + part;
         const json facts = factsOf(fullBox("senc", 0, 2, be(3) + entry + entry + entry));

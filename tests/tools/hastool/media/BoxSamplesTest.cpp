@@ -11,7 +11,7 @@ using nlohmann::json;
 
 namespace {
 
-/// Our names of the fields by those of the known answers.
+/// The tool's names of fields, by the names in the known answers.
 const std::map<std::string, std::string>& names() {
     static const std::map<std::string, std::string> table = {
         {"type", "type"},

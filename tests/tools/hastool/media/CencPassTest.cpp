@@ -106,7 +106,7 @@ TEST(CencPass, EverySchemeHasItsHandler) {
         EXPECT_EQ(textOf(file, pass(file, {id, "ZGF0YQ==", false})),
                   "1 pssh box inserted, 0 replaced, 0 neutralised");
     }
-    // It names no system, so no descriptor is its own.
+    // This scheme names no system, so the handler uses no descriptor and inserts nothing.
     EXPECT_EQ(pass(movie(), {"urn:mpeg:dash:mp4protection:2011", "ZGF0YQ==", false}), movie());
 }
 

@@ -41,7 +41,7 @@ std::string moof(size_t size) {
 }
 const std::string kMdat = mp4Box("mdat", std::string(92, 'd'));
 
-/// A file after its boxes have become what `after` is, with the indexes mended.
+/// The file `after`, which `before` has become, with its indexes mended.
 std::string mended(const std::string& before, const std::string& after) {
     BoxSizes sizes;
     for (const char byte : after) // in the smallest pieces
@@ -118,7 +118,7 @@ TEST(IndexMender, WithoutAChangeEverythingStays) {
 }
 
 TEST(IndexMender, ReferencesThatNoLongerFitTheirFieldsAreGivenUp) {
-    // Nothing of that size is written: only sizes are compared.
+    // No file of that size is made: only the sizes are given.
     const std::string file = sidx(0, 0, {{150}}) + moof(50) + kMdat;
     const auto patches = indexPatches(memoryBlocks(file), {44, 50, 0x80000000});
     ASSERT_EQ(patches.size(), 1U);

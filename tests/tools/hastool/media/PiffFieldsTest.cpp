@@ -1,4 +1,4 @@
-// What boxes of the Protected Interoperable File Format tell.
+// The fields that are read from boxes of the Protected Interoperable File Format.
 #include <tools/hastool/BoxList.h>
 
 #include <support/Mp4Boxes.h>

@@ -26,7 +26,7 @@ constexpr size_t kLimit = 64u << 20;
 
 class DownloaderTest : public testing::Test {
 protected:
-    /// Downloads one thing to its end.
+    /// Downloads one resource to its end.
     Outcome get(const hastool::Resource& resource, bool whole = false) {
         Downloader downloader(m_options);
         MemorySink sink(m_limit);

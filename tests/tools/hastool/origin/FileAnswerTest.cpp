@@ -17,7 +17,7 @@ constexpr size_t kSize = 200000;
 
 class FileAnswerTest : public ::testing::Test {
 protected:
-    /// What is handed over until the answer ends; the last word tells whether it is whole.
+    /// All bytes until the answer ends; m_isWhole and m_isReset then tell how it ended.
     std::string send(uint64_t first, uint64_t length, const std::optional<Fault>& fault = {}) {
         FileAnswer answer(m_path, first, length, fault, m_limiter);
         EXPECT_TRUE(answer.isOpen());

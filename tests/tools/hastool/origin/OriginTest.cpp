@@ -60,7 +60,7 @@ protected:
                 curl_easy_setopt(curl, CURLOPT_RANGE, range.c_str());
         });
     }
-    /// With a header line more.
+    /// Sends a request with one more header line.
     Fetched ask(const std::string& path, const std::string& line,
                 const std::string& range = "") const {
         curl_slist* const lines = curl_slist_append(nullptr, line.c_str());
@@ -79,12 +79,12 @@ protected:
         const size_t begin = at + 1 + name.size() + 2;
         return fetched.head.substr(begin, fetched.head.find('\r', begin) - begin);
     }
-    /// Of the requests that met a fault.
+    /// The paths of the requests that met a fault.
     std::vector<std::string> faultyPaths() {
         const std::lock_guard<std::mutex> lock(m_mutex);
         return m_faulty;
     }
-    /// Through the tool's own engine, with its retries.
+    /// Downloads a path through the tool's own engine, with its retries.
     Outcome download(const std::string& path, std::string& bytes) const {
         EngineOptions options;
         options.retriesBrokenConnections = true;

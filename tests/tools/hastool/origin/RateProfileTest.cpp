@@ -13,7 +13,7 @@ using test::errorOf;
 
 namespace {
 
-/// Of a text that is no profile.
+/// The error for a text that is no profile.
 std::string trouble(const std::string& text) {
     return errorOf([&] { RateProfile::parse(text, "p"); });
 }

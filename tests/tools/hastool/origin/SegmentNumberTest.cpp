@@ -20,7 +20,7 @@ const std::string kInit = asText(box("ftyp", zeros(8)) + box("moov", zeros(20)))
 
 class SegmentNumber : public ::testing::Test {
 protected:
-    /// Of a file that is written, at an offset.
+    /// Writes a file. @return the segment number at an offset in it
     std::optional<uint64_t> numberOf(const std::string& name, const std::string& content,
                                      uint64_t offset = 0) const {
         return segmentNumber(m_dir.write(name, content), offset);

@@ -52,14 +52,14 @@ private:
     Descriptor m_socket;
 };
 
-/// Keeps what is asked, and answers with "." until a connection ends.
+/// Keeps all requests, and answers each with ".".
 class WebServerTest : public ::testing::Test {
 protected:
     std::vector<WebRequest> requests() {
         const std::lock_guard<std::mutex> lock(m_mutex);
         return m_requests;
     }
-    /// Sends bytes, and no more. @return what comes back
+    /// Sends bytes, and then nothing more. @return all that the server sends
     std::string answerTo(const std::string& bytes) const {
         const Client client(m_server.port());
         client.send(bytes);

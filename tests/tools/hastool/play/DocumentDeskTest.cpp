@@ -26,7 +26,8 @@ protected:
             answer.failure = "HTTP 404";
         return answer;
     }
-    /// Asks for a document; what is not at hand is set out for. @return its text, or "wanted"
+    /// Asks for a document, and has it fetched when it is not there yet.
+    /// @return its text, or "wanted"
     std::string ask(const std::string& url, TransferSlot& reader) {
         try {
             return m_desk.document({url, {}}).text;
@@ -38,7 +39,7 @@ protected:
     }
     void waitForOne() { m_line.wait(m_play.clock.steady() + 1h); }
 
-    test::VirtualPlay m_play; // for its clock, and to tell
+    test::VirtualPlay m_play; // used for its clock, and as the observer
     hascommon::BandwidthChecker m_checker;
     VirtualLine m_line{{{{0ms, 800000}}, 10ms},
                        [this](const Resource& it) { return answer(it); },
@@ -74,7 +75,7 @@ TEST_F(DocumentDeskTest, TwoReadersOfADocumentFetchItOnce) {
     EXPECT_EQ(ask("http://h/a", m_other), "wanted");
     waitForOne();
     EXPECT_EQ(ask("http://h/a", m_other), "text of http://h/a");
-    m_desk.release(m_other); // what is not its own stays
+    m_desk.release(m_other); // documents of the other reader stay
     EXPECT_EQ(ask("http://h/a", m_reader), "text of http://h/a");
     EXPECT_EQ(m_asked.size(), 1U);
 }

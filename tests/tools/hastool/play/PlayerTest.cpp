@@ -12,7 +12,7 @@ using test::VirtualPlay;
 
 namespace {
 
-/// Of the processor, for ten minutes of play.
+/// The processor time that ten minutes of play may take.
 #ifdef IS_SANITIZED
 constexpr double kMostSeconds = 20;
 #else
@@ -31,7 +31,7 @@ VirtualPlay::Answer text(const std::string& bytes) {
     return answer;
 }
 
-/// Ten minutes over a line that goes up and down, as its trace.
+/// Plays ten minutes over a line that goes up and down. @return the trace
 std::string playTenMinutes(const std::string& trace, VirtualPlay& play) {
     play.addVideo({300000, 800000, 1600000, 3000000}, 300);
     play.options.trace = trace;
@@ -105,7 +105,7 @@ TEST(Player, FetchesAFilmPieceByPiece) {
     EXPECT_EQ(urls, (std::vector<std::string>{"master.m3u8", "v0.m3u8", "v0/0.ts", "v0/1.ts",
                                               "v0/2.ts"}));
     EXPECT_EQ(play.summary.downloads, 5U);
-    // Each when the one before it is there.
+    // Each segment is asked for when the one before it has come.
     for (size_t i = 1; i < 3; ++i)
         EXPECT_NEAR(play.rows[i].begin, play.rows[i - 1].time, 1e-9);
     EXPECT_EQ(play.summary.stalls, 0);
@@ -236,7 +236,7 @@ TEST(Player, HoldsTransfersWhileTheBufferIsFull) {
                             [](const auto& sample) { return sample.transferHeld; }));
     for (const auto& sample : play.samples)
         EXPECT_LE(sample.buffer, 12);
-    // One piece is under way, held, beyond what the buffer has.
+    // One more piece than the buffer takes is under way, and held.
     EXPECT_NEAR(play.askedAt("v0/20.ts").value(), 28, 1);
 }
 

@@ -93,7 +93,7 @@ TEST_F(VirtualLineTest, TransfersShareTheRate) {
     const auto first = begin(m_first);
     wait(100ms);
     m_answer.size = 5000;
-    const auto second = begin(m_second); // whose body begins when half of the first one is there
+    const auto second = begin(m_second); // its body begins when half of the first one has come
     wait(1h);
     EXPECT_EQ(now(), 250ms);
     EXPECT_NE(line().outcome(second), nullptr);

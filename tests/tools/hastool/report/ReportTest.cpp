@@ -33,7 +33,7 @@ bool has(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
-/// What the page's scripts read, of its first play.
+/// The data of the page's first play that the page's scripts read.
 json dataIn(const std::string& page) {
     const std::string begin = "<script type=\"application/json\">";
     const size_t at = page.find(begin) + begin.size();

@@ -210,7 +210,7 @@ TEST_F(DashPresentationTest, LoadsALiveManifestAgainForNewSegments) {
     EXPECT_EQ(nextUrl(*presentation), "http://h/d/89");
     EXPECT_EQ(nextUrl(*presentation), "http://h/d/90");
     EXPECT_EQ(nextUrl(*presentation), "wait");
-    m_documents.remove(kUrl); // a load that fails is ridden out
+    m_documents.remove(kUrl); // loading it again fails, which does not end the play yet
     std::this_thread::sleep_for(600ms);
     EXPECT_EQ(nextUrl(*presentation), "wait");
     m_documents.set(kUrl, live(100, "minimumUpdatePeriod='PT0S'", timeline(94)));

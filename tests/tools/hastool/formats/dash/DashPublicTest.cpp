@@ -1,5 +1,5 @@
-// Every public MPD is read, walked to its end, and compared with what an expander that is not of
-// this project made of it. Its results are baselines: where this tool differs, a table says why.
+// Every public MPD is read, walked to its end, and compared with what another program has read from
+// it. Where this tool differs, a table says why.
 #include <hastool/formats/OpenPresentation.h>
 #include <tools/hastool/ManifestWalk.h>
 
@@ -36,7 +36,7 @@ struct Row {
     const char* why;
 };
 
-/// Refused when they are parsed, in one line. Clauses are of ISO/IEC 23009-1.
+/// Manifests that are refused when they are parsed, in one line. Clauses are of ISO/IEC 23009-1.
 const Row kRefused[] = {
     {"0616 0618", "MPD with a bad availabilityStartTime",
      "5.3.1.2: an xs:dateTime, which has seconds, and months up to 12"},
@@ -50,7 +50,7 @@ const Row kRefused[] = {
      "5.3.9.6.2: d is required; patterns of durations, which newer editions know, are not read"},
 };
 
-/// Parsed, and refused when they are opened.
+/// Manifests that are parsed, but refused when they are opened.
 const Row kNothingToPlay[] = {
     {"0318", "no period with anything to play", "a list of other presentations, none of its own"},
     {"0602 0619 0620 0621 0622 0623 0625 0626 0629 0630 0632 0635 0637 0638 0735 0737 0775 0778 "
@@ -58,7 +58,7 @@ const Row kNothingToPlay[] = {
      "no period with anything to play", "5.3.3: no AdaptationSet with a Representation"},
 };
 
-/// Opened, and ended by an error or without a segment.
+/// Manifests that are opened, but end with an error or without a segment.
 const Row kUnplayable[] = {
     {"0296", "a data URL that is not base64", "RFC 2397: the example was shortened by dots"},
     {"0688", "a SegmentList of several segments without a duration",
@@ -67,13 +67,13 @@ const Row kUnplayable[] = {
     {"0456", "", "5.3.9.5.3: endNumber ends the stream 47 years before the manifest"},
 };
 
-/// Representations that are left out, which is told.
+/// Manifests of which representations are left out, with a warning.
 const Row kLeftOut[] = {
     {"0240", "presentationTimeOffset", "5.3.9.2.2: an unsigned number"},
     {"0309", "$SubNumber$", "segments in parts, of the newest edition, are not read"},
 };
 
-/// Read otherwise.
+/// Manifests that this tool reads in another way than the other program.
 const Row kDifferent[] = {
     {"0685 0699", "duration", "5.3.2.1: no period lasts less than no time"},
     {"0699", "segments", "the same"},
@@ -117,17 +117,17 @@ std::string textOf(const std::string& folder, const std::string& name) {
     return test::readFile(std::string(HAS_SAMPLES_DIR) + "/manifests/" + folder + "/" + name);
 }
 
-/// A period for what stands elsewhere.
+/// A period in the place of every remote one.
 std::string remotePeriod(const std::string&) {
     return "<Period duration='PT4S'><AdaptationSet contentType='video'><SegmentTemplate "
            "media='remote-$Number$' duration='2'/><Representation id='r' bandwidth='1'/>"
            "</AdaptationSet></Period>";
 }
 
-/// More than any of them lists; a list without an end goes on.
+/// More segments than any manifest lists; only lists without an end have more.
 constexpr uint64_t kMost = 100000;
 
-/// What an expander can say of a representation, in the fields of the expectations.
+/// What this tool reads of a representation, in the fields of the expectations.
 json readOf(const DashPeriod& period, const DashRepresentation& representation) {
     const hastool::DashUrls urls(representation, kUrl);
     const DashAddressing& addressing = representation.addressing;
@@ -156,18 +156,19 @@ json readOf(const DashPeriod& period, const DashRepresentation& representation) 
     return result;
 }
 
-/// The differences that hold for a kind of manifest, whichever it is.
+/// Whether a difference is expected for all manifests of a kind, so that no table has it.
 bool isByRule(const std::string& field, const DashAddressing& addressing) {
-    // What stands before the index is the initialisation (5.3.9.2.2, 6.3.4.2): theirs does not
-    // stand there.
+    // The bytes before the index are the initialisation (5.3.9.2.2, 6.3.4.2): the other program
+    // does not take them for one.
     if (field == "init" && addressing.kind == DashAddressing::Kind::Base && addressing.indexRange)
         return true;
-    // Without times, a template stands for one segment (5.3.9.2.2): theirs is open.
+    // Without times, a template stands for one segment (5.3.9.2.2): for the other program its list
+    // has no end.
     const bool isTimed = addressing.duration || addressing.timeline;
     return field == "open" && addressing.kind == DashAddressing::Kind::Template && !isTimed;
 }
 
-/// Collects what differs.
+/// Compares what was read with what is expected; each difference has to be in a table.
 class Comparison {
 public:
     Comparison(std::string name, std::set<std::string>& used)
@@ -253,7 +254,7 @@ std::optional<DashManifest> parse(const std::string& name, std::set<std::string>
     }
 }
 
-/// Whether the expander has periods for what stands elsewhere: it has an empty one.
+/// Whether a period is remote: the other program lists it without representations.
 bool standsElsewhere(const json& period) {
     return period["representations"].empty();
 }
@@ -299,7 +300,7 @@ std::string segmentIndex() {
     return box.fullBox("sidx");
 }
 
-/// When a manifest is looked at: when it was published, or a minute into its last period.
+/// The moment at which a manifest is read: when it was published, or a minute into its last period.
 double momentOf(const std::string& text) {
     constexpr char kAttribute[] = "publishTime=\"";
     try {

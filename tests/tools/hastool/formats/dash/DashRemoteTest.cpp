@@ -1,4 +1,4 @@
-// What of a DASH manifest stands elsewhere, and what of it cannot be used.
+// Parts of a DASH manifest in documents of their own, and parts that cannot be used.
 #include <hastool/base/Base64.h>
 #include <hastool/formats/OpenPresentation.h>
 #include <tools/hastool/Documents.h>

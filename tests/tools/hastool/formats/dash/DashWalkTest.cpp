@@ -21,7 +21,7 @@ struct Shape {
     Kind kind = Kind::Runs;
     int periods = 1;
     double periodSeconds = 12;
-    bool hasDuration = true; ///< of its periods; otherwise the next one's start, or the whole's
+    bool hasDuration = true; ///< written in each Period; else the next start or the MPD tells it
     bool hasOffset = false;
     int segments = 3; ///< that are listed
 };

@@ -1,5 +1,5 @@
 // Every public playlist is read, walked to its end, and compared with what other parsers read from
-// it. Theirs are baselines: where this tool differs, a table says why.
+// it. Where this tool differs, a table says why.
 #include <hastool/formats/OpenPresentation.h>
 #include <tools/hastool/ManifestWalk.h>
 
@@ -30,7 +30,7 @@ struct Row {
     const char* why;
 };
 
-/// Refused, in one line.
+/// Playlists that are refused, in one line.
 const Row kRefused[] = {
     {"0236 0384 1086", "", "RFC 8216, 4.3.3.1: EXT-X-TARGETDURATION is required, and not negative"},
     {"0280 1032", "not a duration: \"-", "RFC 8216, 4.3.2.1 and 4.3.3.1: durations have no sign"},
@@ -63,7 +63,7 @@ const Row kRefused[] = {
      "missing"},
 };
 
-/// Read otherwise.
+/// Playlists that this tool reads in another way than the others.
 const Row kDifferent[] = {
     {"0244 0766 0982", "keys", "RFC 8216, 4.3.2.4: a key holds whatever its method and KEYFORMAT"},
     {"0438 0655 0728 0754 0877 0962", "sequence", "RFC 8216, 4.3.3.2: without the tag it is 0"},
@@ -154,8 +154,8 @@ bool isSame(const std::string& field, const json& expected, const json& read) {
     return expected == read;
 }
 
-/// Compares one file; what differs has to be in the table.
-/// @return whether a row is there for it
+/// Compares one file; differences have to be in the table.
+/// @return whether the table has a row for the file
 bool compare(const std::string& name, const json& expected) {
     json read;
     try {
@@ -196,11 +196,12 @@ TEST(HlsPublic, IsReadAsOthersReadItButForWhatTheTableSays) {
     EXPECT_EQ(used, rows) << "something in the table differs no more";
 }
 
-/// What every URL but the playlist's own has: two segments.
+/// The playlist at every URL but the tested playlist's own: two segments.
 constexpr char kOther[] =
     "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXTINF:2,\ns1\n#EXTINF:2,\ns2\n#EXT-X-ENDLIST\n";
 
-/// Encryption that cannot be undone, and what is not fetched by HTTP, end a track.
+/// Whether a track may end with this error: encryption that the tool does not know, and URLs that
+/// are not HTTP.
 bool isUnplayable(const std::string& error) {
     for (const char* const reason : {"only AES-128 can be played", "which cannot be fetched",
                                      "not an HTTP URL", "is encrypted without an IV"}) {
@@ -221,7 +222,7 @@ void checkWhole(const std::string& name, const HlsPlaylist& playlist, const Mani
     }
 }
 
-/// Walks one stream of one file, which stays as it is.
+/// Walks one stream of one file, which does not change meanwhile.
 /// @return whether there is such a stream
 bool walkStream(const std::string& name, const std::string& text, size_t track, size_t stream) {
     WalkClock clock;
