@@ -12,12 +12,11 @@ using PieceSink = std::function<void(const unsigned char* data, size_t size)>;
 /// Hands all its pieces over in order; every call begins anew.
 using ByteSource = std::function<void(const PieceSink& sink)>;
 
-/// A file's bytes. It is opened by each call. @throws ToolError, from the call, when it cannot be
-/// read
+/// A file's bytes; each call opens the file. The call @throws ToolError when it cannot be read
 ByteSource fileSource(const std::string& path);
 
-/// What comes in on the standard input, once. @throws ToolError, from the call, when it cannot be
-/// read
+/// The standard input, which only the first call gets. The call @throws ToolError when it cannot
+/// be read
 ByteSource standardInput();
 
 /// Bytes in memory.

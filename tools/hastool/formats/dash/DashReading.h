@@ -13,7 +13,7 @@
 
 namespace hastool {
 
-/// A segment of a representation in a period of the manifest at hand.
+/// A segment of a representation in a period of the current manifest.
 struct DashFound {
     size_t period = 0;
     const DashRepresentation* representation = nullptr;

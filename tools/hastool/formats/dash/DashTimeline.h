@@ -44,7 +44,7 @@ private:
     const SegmentIndex* index(const DashRepresentation& representation);
 
     const DashLoader& m_loader;
-    std::map<const DashRepresentation*, DashSegmentList> m_lists; ///< of the manifest at hand
+    std::map<const DashRepresentation*, DashSegmentList> m_lists; ///< of the current manifest
     std::map<std::string, SegmentIndex> m_indexes;                ///< by URL and range
 };
 

@@ -37,7 +37,7 @@ public:
     void setVariables(const HlsVariables& variables) { m_variables = variables; }
     /// Adds a stream by the URL of its playlist, which is loaded when it is first read.
     void add(const std::string& url);
-    /// Adds a stream whose playlist is at hand.
+    /// Adds a stream whose playlist has been parsed already.
     void add(const std::string& url, HlsPlaylist playlist);
 
     bool isLive() const;
