@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <curl/curl.h>
 
@@ -81,6 +82,34 @@ public:
     /// @param easyIndex   -1, or the part of a split transfer
     /// @return the unit's code; -1 for a null unit
     virtual int ResultIf(UnitObject* unit, CURLcode curlCode, long httpStatus, int easyIndex);
+
+    /// GetCompleted() that waits for a unit where none has completed. Where no transfer thread runs
+    /// it drives the engine itself, as RunOnce() does; a caller that holds the item lock gives it
+    /// up meanwhile, at whatever depth. Any thread may call, several at once too: each gets units
+    /// of its own. Inside a callback it does not wait.
+    /// @param code       receives the unit's code; untouched when there is no unit
+    /// @param date       receives the response's Date, as in GetCompleted()
+    /// @param timeoutMs  milliseconds; -1 waits for ever, 0 does not wait
+    /// @return null when the time is up, and once the engine has quit and every unit was taken
+    UnitObject* WaitCompleted(int& code, long& date, int timeoutMs);
+
+    /// A descriptor that is readable (poll, select, epoll) while GetCompleted() has a unit to give,
+    /// for an owner with a loop of its own. It stays the same for as long as the engine lives,
+    /// whatever Reset(), Quit() and StartLoop() do, and is the engine's: it is neither read nor
+    /// closed. An owner that drives RunOnce() finds it readable behind a pass only. Any thread.
+    /// @return -1 where the system had no descriptor left when the engine was made
+    int CompletionFd() const;
+
+    /// Sets header lines of the owner's own, which every later request carries behind those that
+    /// Curl_HLS::SetCookie() adds; they replace the lines of the call before and are gone after
+    /// Quit(), as those are. A request that has begun keeps its own. What libcurl sets itself
+    /// (User-Agent, Range, ...) is replaced by a line of that name, or left out by one without a
+    /// value, see CURLOPT_HTTPHEADER. On a redirect to another host, port or scheme Authorization
+    /// and Cookie lines are left out. Any thread.
+    /// @param lines  "Name: value" each, without an end of line
+    /// @return false for a line without a name and a colon or with a control character, when
+    ///         nothing changes, and without memory, when no extra lines are sent at all
+    bool SetRequestHeaders(const std::vector<std::string>& lines);
 
     /// Turns the verification of servers' certificates on or off for later requests; off at first.
     void SetVerifyPeer(bool verify);

@@ -26,6 +26,10 @@ bool Curl::AddHeaderLine(const std::string& line) {
     return m_engine->setup.AddHeaderLine(line);
 }
 
+bool Curl::SetRequestHeaders(const std::vector<std::string>& lines) {
+    return m_engine->setup.SetOwnerLines(lines);
+}
+
 void Curl::SetStrictCookies(bool strict) {
     m_engine->cookieJar.SetStrictCookies(strict);
 }
@@ -88,13 +92,15 @@ unsigned int Curl::GetRequestKey() {
 }
 
 UnitObject* Curl::GetCompleted(int& code, long& date) {
-    const ItemGuard lock(m_engine->pass.lock);
-    UnitObject* unit = m_engine->table.TakeCompleted();
-    if (unit == nullptr)
-        return nullptr;
-    code = unit->code;
-    date = m_engine->table.urlInfo.Date(unit->infoIndex);
-    return unit;
+    return WaitCompleted(code, date, 0);
+}
+
+UnitObject* Curl::WaitCompleted(int& code, long& date, int timeoutMs) {
+    return m_engine->completion.Wait(code, date, timeoutMs);
+}
+
+int Curl::CompletionFd() const {
+    return m_engine->table.CompletionFd();
 }
 
 // ---- Of a unit --------------------------------------------------------------------------------

@@ -33,7 +33,7 @@ int main(int argc, char** argv) {
         engine.BeginDownload2(engine.GetRequestKey(), argv[1] + name, "", false, unit, false,
                               nullptr);
         int code = 0;
-        for (long date = 0; unit && !engine.GetCompleted(code, date); has_sleep_ms(10))
+        for (long date = 0; unit && !engine.WaitCompleted(code, date, 50);)
             checker.OnPolling(has_getTime()); // Makes a sample every 250 ms.
         std::fprintf(stderr, "%s: code %d\n", name.c_str(), code);
         if (engine.EndDownload(unit) != 0)

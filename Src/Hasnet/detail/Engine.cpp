@@ -19,6 +19,7 @@ Engine::Engine(Curl& front, curl_thread_option option, int sleepTime, std::strin
     , drain(table)
     , control(pass)
     , thread(front, pass, queue, option, sleepTime)
-    , ending(front, table, queue, pass, drain, control, thread) {}
+    , ending(front, table, queue, pass, drain, control, thread)
+    , completion(table, queue, pass) {}
 
 } // namespace hascommon::detail

@@ -5,6 +5,7 @@
 #include <Hasnet/ConcreateCurlFactory.h>
 #include <Hasnet/curl_thread_option.h>
 #include <Hasnet/detail/BodyDelivery.h>
+#include <Hasnet/detail/CompletionWait.h>
 #include <Hasnet/detail/Ending.h>
 #include <Hasnet/detail/HeaderIntake.h>
 #include <Hasnet/detail/OwnerCallbacks.h>
@@ -50,6 +51,7 @@ public:
     UnitControl control;
     TransferThread thread;
     Ending ending;
+    CompletionWait completion;
 };
 
 } // namespace hascommon::detail

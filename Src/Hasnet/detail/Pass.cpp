@@ -17,8 +17,6 @@
 namespace hascommon::detail {
 namespace {
 
-/// Waiting for traffic, at the longest.
-constexpr int kSelectMs = 300;
 /// A pass that has traffic goes on as long as this before it reaps and lets the loop take a turn.
 constexpr std::chrono::milliseconds kBurst{20};
 
@@ -51,25 +49,25 @@ Pass::Pass(Curl& front, ICurlFactory& factory, UnitTable& table, RequestQueue& q
     , m_multi(factory.CreateCurlMulti(),
               [&factory](ICurlMulti* multi) { factory.ReleaseCurlMulti(multi); }) {}
 
-int Pass::Process() {
+int Pass::Process(int maxWaitMs) {
     const ItemGuard guard(lock);
     if (Runs())
         return 0; // One stands on another thread's stack, or below this callback.
-    const int result = m_queue.Quit() ? 0 : run();
+    const int result = m_queue.Quit() ? 0 : run(maxWaitMs);
     if (m_queue.Quit())
         EndAll();
     m_drain.AfterPass();
     return result;
 }
 
-int Pass::run() {
+int Pass::run(int maxWaitMs) {
     const Mark mark(*this);
     wake.Drain();
     // One that waited for its resume: there is no traffic to wait for.
     const int result = CompleteHeld();
     if (result != 0 || m_queue.Quit())
         return result;
-    RunTransfers();
+    RunTransfers(maxWaitMs);
     if (m_queue.Quit())
         return 0; // What it has cut off is not reaped as a failure.
     return CompleteHeld() != 0 ? 1 : ReapOne();
@@ -132,10 +130,10 @@ void Pass::ApplyPause(UnitObject& unit) {
 
 // ---- Performing and waiting --------------------------------------------------------------------
 
-void Pass::RunTransfers() {
+void Pass::RunTransfers(int maxWaitMs) {
     int running = PerformAll();
     // Looked at behind Drain(), which may have swallowed the signal of an owner that waits.
-    if (running <= 0 || WaitForTraffic(MayGoOn(running) ? kSelectMs : 0) < 0)
+    if (running <= 0 || WaitForTraffic(MayGoOn(running) ? maxWaitMs : 0) < 0)
         return;
     const auto until = std::chrono::steady_clock::now() + kBurst;
     do {

@@ -35,9 +35,13 @@ public:
     /// libcurl has opened a socket that select cannot wait for.
     std::atomic<bool> highSockets{false};
 
+    /// Waiting for traffic, at the longest.
+    static constexpr int kMaxWaitMs = 300;
+
     /// One pass; nothing while another stands on some thread's stack.
+    /// @param maxWaitMs  waiting for traffic ends after this
     /// @return 1 when a transfer completed, else 0
-    int Process();
+    int Process(int maxWaitMs = kMaxWaitMs);
     /// Some unit was paused or resumed: the next pass, which is woken, tells libcurl.
     void PauseLater() HAS_REQUIRES(itemLock);
     /// Completes every unit as cancelled and forgets the extra header lines.
@@ -56,11 +60,11 @@ public:
 private:
     class Mark;
 
-    int run() HAS_REQUIRES(itemLock);
+    int run(int maxWaitMs) HAS_REQUIRES(itemLock);
     void ApplyRequests() HAS_REQUIRES(itemLock);
     void AddBegun(UnitObject& unit) HAS_REQUIRES(itemLock);
     void ApplyPause(UnitObject& unit) HAS_REQUIRES(itemLock);
-    void RunTransfers() HAS_REQUIRES(itemLock);
+    void RunTransfers(int maxWaitMs) HAS_REQUIRES(itemLock);
     int PerformAll() HAS_REQUIRES(itemLock);
     int WaitForTraffic(int timeoutMs) HAS_REQUIRES(itemLock);
     bool MayGoOn(int running) const HAS_REQUIRES(itemLock);

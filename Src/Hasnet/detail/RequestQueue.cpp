@@ -36,11 +36,13 @@ void RequestQueue::Close() {
     const Guard guard(m_mutex);
     m_closed = true; // First: what ends the units finds nobody handing over another.
     m_quit = true;
+    m_ended.Signal();
 }
 
 bool RequestQueue::Open() {
     const Guard guard(m_mutex);
     m_quit = false;
+    m_ended.Drain();
     m_closed = false;
     return !m_looping.exchange(true);
 }

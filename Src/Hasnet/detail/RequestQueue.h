@@ -35,6 +35,8 @@ public:
     bool Open();
     /// Whether the engine has been ended and not opened again.
     bool Quit() const { return m_quit; }
+    /// Readable while that is so; -1 where the system had no descriptor.
+    int EndedFd() const { return m_ended.Descriptor(); }
 
     /// Whether the transfer thread is to end; it counts as ended from then on.
     bool EndsLoop();
@@ -46,6 +48,7 @@ private:
     WakeEvent& m_wake;
     std::atomic<unsigned int> m_key{0};
     std::atomic<bool> m_quit{false};
+    WakeEvent m_ended;
     std::atomic<bool> m_looping{false};
     /// Whether there are any requests, for a pass that looks often.
     std::atomic<bool> m_anyBegun{false};

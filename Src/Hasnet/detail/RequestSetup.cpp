@@ -4,9 +4,26 @@
 
 #include <Hascommon/Datetime.h>
 
+#include <algorithm>
+#include <utility>
+
 namespace hascommon::detail {
 
 using Guard = LockGuard<Mutex>;
+
+namespace {
+
+/// "Name: value"; libcurl also takes "Name:" and "Name;". Nothing that would end the line.
+bool isHeaderLine(const std::string& line) {
+    const size_t end = line.find_first_of(":;");
+    const auto isControl = [](unsigned char c) { return (c < ' ' && c != '\t') || c == 0x7F; };
+    const auto isNamePart = [](unsigned char c) { return c > ' ' && c < 0x7F; };
+    return end != std::string::npos && end > 0 &&
+           std::all_of(line.begin(), line.begin() + static_cast<std::ptrdiff_t>(end), isNamePart) &&
+           std::none_of(line.begin(), line.end(), isControl);
+}
+
+} // namespace
 
 RequestSetup::RequestSetup(UrlInfoTable& urlInfo, CHttpCookie& cookieJar,
                            const EasyCallbacks& callbacks, std::atomic<bool>& highSockets)
@@ -17,13 +34,43 @@ RequestSetup::RequestSetup(UrlInfoTable& urlInfo, CHttpCookie& cookieJar,
 
 bool RequestSetup::AddHeaderLine(const std::string& line) {
     const Guard guard(m_mutex);
-    m_options.headerList = withLine(m_options.headerList, line);
-    return m_options.headerList != nullptr;
+    m_addedLines.push_back(line);
+    return joinHeaderLines();
+}
+
+bool RequestSetup::SetOwnerLines(const std::vector<std::string>& lines) {
+    if (!std::all_of(lines.begin(), lines.end(), isHeaderLine))
+        return false;
+    const Guard guard(m_mutex);
+    m_ownerLines = lines;
+    return joinHeaderLines();
+}
+
+/// A list that requests share never changes: they get a new one.
+bool RequestSetup::joinHeaderLines() {
+    HeaderList list;
+    for (const auto* const lines : {&m_addedLines, &m_ownerLines}) {
+        for (const std::string& line : *lines) {
+            list = withLine(list, line);
+            if (list == nullptr) {
+                forgetHeaderLines();
+                return false;
+            }
+        }
+    }
+    m_options.headerList = std::move(list);
+    return true;
 }
 
 void RequestSetup::ForgetHeaderLines() {
     const Guard guard(m_mutex);
+    forgetHeaderLines();
+}
+
+void RequestSetup::forgetHeaderLines() {
     m_options.headerList.reset();
+    m_addedLines.clear();
+    m_ownerLines.clear();
 }
 
 RequestOptions RequestSetup::options() const {

@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <string>
+#include <vector>
 
 namespace hascommon::detail {
 
@@ -29,6 +30,9 @@ public:
     }
     /// Adds an extra header line; without memory there are none at all, and false is returned.
     bool AddHeaderLine(const std::string& line);
+    /// Replaces the owner's own lines, which stand behind the others. @return as above; false, too,
+    /// for what is no header line, and then nothing changes
+    bool SetOwnerLines(const std::vector<std::string>& lines);
     void ForgetHeaderLines();
 
     /// Starts the unit's times and sets its handle up. Called by the thread that begins the
@@ -41,6 +45,8 @@ public:
 
 private:
     RequestOptions options() const;
+    bool joinHeaderLines() HAS_REQUIRES(m_mutex);
+    void forgetHeaderLines() HAS_REQUIRES(m_mutex);
 
     UrlInfoTable& m_urlInfo;
     CHttpCookie& m_cookieJar;
@@ -48,6 +54,8 @@ private:
     std::atomic<bool>& m_highSockets;
     mutable Mutex m_mutex;
     RequestOptions m_options HAS_GUARDED_BY(m_mutex);
+    std::vector<std::string> m_addedLines HAS_GUARDED_BY(m_mutex);
+    std::vector<std::string> m_ownerLines HAS_GUARDED_BY(m_mutex);
 };
 
 } // namespace hascommon::detail

@@ -37,14 +37,18 @@ bool UnitTable::Complete(UnitObject& unit) {
     if (!unit.state.Change(UnitState::Completed))
         return false;
     m_completed.push_back(&unit);
+    m_waiting.Signal();
     return true;
 }
 
-UnitObject* UnitTable::TakeCompleted() {
+UnitObject* UnitTable::TakeCompleted(int& code, long& date) {
     if (m_completed.empty())
         return nullptr;
     UnitObject* unit = m_completed.front();
     m_completed.pop_front();
+    tellWhenEmpty();
+    code = unit->code;
+    date = urlInfo.Date(unit->infoIndex);
     return unit;
 }
 
@@ -57,6 +61,17 @@ void UnitTable::Collect(UnitObject& unit) {
 void UnitTable::forget(const UnitObject& unit) {
     m_completed.erase(std::remove(m_completed.begin(), m_completed.end(), &unit),
                       m_completed.end());
+    tellWhenEmpty();
+}
+
+void UnitTable::tellWhenEmpty() {
+    if (m_completed.empty())
+        m_waiting.Drain();
+}
+
+bool UnitTable::AnyToComplete() const {
+    return std::any_of(m_units.begin(), m_units.end(),
+                       [](const UnitObject& unit) { return unit.InUse() && !unit.IsCompleted(); });
 }
 
 } // namespace hascommon::detail

@@ -6,6 +6,7 @@
 #include <Hasnet/detail/HostTable.h>
 #include <Hasnet/detail/UnitObject.h>
 #include <Hasnet/detail/UrlInfoTable.h>
+#include <Hasnet/detail/WakeEvent.h>
 
 #include <deque>
 #include <string>
@@ -30,8 +31,13 @@ public:
     /// Lets a unit wait for its owner.
     /// @return false for one that may not complete (any more)
     bool Complete(UnitObject& unit) HAS_REQUIRES(itemLock);
-    /// The unit that has waited longest; null when none waits.
-    UnitObject* TakeCompleted() HAS_REQUIRES(itemLock);
+    /// The unit that has waited longest, with its code and the response's date; null, and both
+    /// untouched, when none waits.
+    UnitObject* TakeCompleted(int& code, long& date) HAS_REQUIRES(itemLock);
+    /// Whether a unit in use has not completed, and so may still come to wait.
+    bool AnyToComplete() const HAS_REQUIRES(itemLock);
+    /// Readable while a unit waits; -1 where the system had no descriptor. Any thread.
+    int CompletionFd() const { return m_waiting.Descriptor(); }
     /// Frees the slot of a completed unit, whether or not it still waits for its owner.
     void Collect(UnitObject& unit) HAS_REQUIRES(itemLock);
 
@@ -42,9 +48,11 @@ public:
 
 private:
     void forget(const UnitObject& unit) HAS_REQUIRES(itemLock);
+    void tellWhenEmpty() HAS_REQUIRES(itemLock);
 
     std::deque<UnitObject> m_units;
     std::deque<UnitObject*> m_completed HAS_GUARDED_BY(itemLock);
+    WakeEvent m_waiting; ///< stands while there are completed units
 
     Mutex m_beginMutex;
     HostTable m_hosts HAS_GUARDED_BY(m_beginMutex);

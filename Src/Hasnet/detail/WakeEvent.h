@@ -1,10 +1,10 @@
-// What ends the transfer loop's waits early.
+// What ends a wait early.
 #pragma once
 
 namespace hascommon::detail {
 
-/// An eventfd: any thread signals, the transfer loop waits for it together with its sockets, or
-/// alone in place of a sleep.
+/// An eventfd: any thread signals. The transfer loop waits for one together with its sockets, or
+/// alone in place of a sleep; owners wait for another one.
 class WakeEvent {
 public:
     /// Where the system has no descriptor left the event never fires, and waits run to their end.
