@@ -14,7 +14,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <map>
-#include <thread>
 
 #include <nlohmann/json.hpp>
 
@@ -167,7 +166,8 @@ void GetCommand::runJobs(Downloader& downloader, Terminal& terminal) {
             downloader.cancelAll();
             cancelled = true;
         }
-        std::this_thread::sleep_for(kPumpInterval);
+        if (isRunning)
+            downloader.wait(kLookInterval);
     }
 }
 

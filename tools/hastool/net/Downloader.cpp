@@ -8,7 +8,9 @@
 #include <Hasnet/ResultCode.h>
 
 #include <algorithm>
-#include <thread>
+#include <ctime>
+
+#include <poll.h>
 
 namespace hastool {
 namespace {
@@ -80,6 +82,21 @@ bool Downloader::pump() {
     collect();
     beginQueued();
     return m_running > 0 || !m_queue.empty();
+}
+
+void Downloader::wait(std::chrono::nanoseconds most) const {
+    const auto now = std::chrono::steady_clock::now();
+    for (const Id id : m_queue) {
+        const auto due = m_transfers.at(id)->notBefore;
+        if (due > now) // One that is due waits for a unit, which another download's end frees.
+            most = std::min<std::chrono::nanoseconds>(most, due - now);
+    }
+    constexpr long long kSecond = 1000000000;
+    const auto left = std::max<long long>(most.count(), 0);
+    const timespec time{static_cast<time_t>(left / kSecond),
+                        static_cast<decltype(timespec::tv_nsec)>(left % kSecond)};
+    pollfd completion{m_curl->CompletionFd(), POLLIN, 0};
+    ppoll(&completion, 1, &time, nullptr);
 }
 
 /// A unit stays with the host that it served first. A download for which no unit is left waits, or
@@ -322,7 +339,7 @@ Outcome download(Downloader& downloader, const Resource& resource, ByteSink& sin
             downloader.cancelAll();
             cancelled = true;
         }
-        std::this_thread::sleep_for(kPumpInterval);
+        downloader.wait(kLookInterval);
     }
     Outcome outcome = *downloader.outcome(id);
     downloader.forget(id);

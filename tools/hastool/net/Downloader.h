@@ -78,6 +78,9 @@ public:
     /// @return whether downloads are unfinished
     bool pump();
 
+    /// Waits until pump() has something to do, but not longer than `most`.
+    void wait(std::chrono::nanoseconds most) const;
+
     /// How a download ended; null while it has not.
     const Outcome* outcome(Id id) const;
     /// Bytes so far, and how many there will be (0 when not known).
@@ -153,11 +156,11 @@ private:
     bool m_fresh = true; ///< no download has run over the engine yet
 };
 
-/// Runs one download to its end, calling `tick` every few milliseconds.
+/// Runs one download to its end, calling `tick` every now and then.
 Outcome download(Downloader& downloader, const Resource& resource, ByteSink& sink, bool whole,
                  const std::function<void()>& tick);
 
-/// How long an owner waits between two calls of pump().
-constexpr std::chrono::milliseconds kPumpInterval{2};
+/// How long an owner waits at most, who also looks whether the user has interrupted.
+constexpr std::chrono::milliseconds kLookInterval{20};
 
 } // namespace hastool

@@ -5,7 +5,6 @@
 #include <Hascommon/GURL.h>
 
 #include <algorithm>
-#include <thread>
 #include <utility>
 
 namespace hastool {
@@ -50,16 +49,14 @@ void EngineFetcher::hold(bool held) {
 void EngineFetcher::cancelAll() {
     m_downloader.cancelAll();
     while (m_downloader.pump())
-        std::this_thread::sleep_for(kPumpInterval);
+        m_downloader.wait(kLookInterval);
     m_names.clear();
 }
 
 void EngineFetcher::wait(Clock::TimePoint until) {
-    while (!pump() && MachineTime::now() < until) {
-        const auto left = until - MachineTime::now();
-        std::this_thread::sleep_for(
-            m_names.empty() ? left : std::min<MachineTime::duration>(left, kPumpInterval));
-    }
+    while (!pump() && MachineTime::now() < until)
+        m_downloader.wait(
+            std::min<MachineTime::duration>(until - MachineTime::now(), kLookInterval));
 }
 
 /// Moves the transfers on. @return whether one has ended
