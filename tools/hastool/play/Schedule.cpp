@@ -50,7 +50,7 @@ TrackFeed* Schedule::pick() {
     TrackFeed* best = nullptr;
     for (TrackFeed& feed : m_feeds) {
         const PlayTrack& track = feed.track();
-        if (!feed.isIdle() || !mayAsk(track) || isAhead(track))
+        if (!feed.isIdle() || !mayAsk(track) || isAhead(track) || (isFull(track) && isBusy()))
             continue;
         if (best == nullptr || track.seconds < best->track().seconds)
             best = &feed;
@@ -75,6 +75,13 @@ bool Schedule::mayAsk(const PlayTrack& track) const {
 
 bool Schedule::isFull(const PlayTrack& track) const {
     return m_buffer.trackLevel(track.number) >= m_options.bufferGoal;
+}
+
+/// Whether anything is under way. What is held then comes out of the sockets' buffers at once,
+/// which measures nothing: so no more than one piece is held.
+bool Schedule::isBusy() const {
+    return std::any_of(m_feeds.begin(), m_feeds.end(),
+                       [](const TrackFeed& feed) { return !feed.isIdle(); });
 }
 
 bool Schedule::isAhead(const PlayTrack& track) const {

@@ -9,8 +9,8 @@
 namespace hastool {
 
 /// Fetches all tracks at the same time, each with one transfer at most, until they have ended or
-/// enough was fetched. A track whose buffer is full begins no piece while another's is not; when
-/// all are full each begins one more, whose transfer is held.
+/// enough was fetched. A track whose buffer is full begins a piece, whose transfer is then held,
+/// only when every other track is full too and nothing is under way.
 class Schedule {
 public:
     /// All are borrowed.
@@ -27,6 +27,7 @@ private:
     bool mayAsk(const PlayTrack& track) const;
     bool isFull(const PlayTrack& track) const;
     bool isAhead(const PlayTrack& track) const;
+    bool isBusy() const;
     uint64_t begun() const;
     TrackFeed* findReady();
     TrackFeed* pick();
