@@ -148,6 +148,25 @@ TEST(Player, ATrackWithAFullBufferDoesNotRunAhead) {
     EXPECT_EQ(play.summary.segments, 80U);
 }
 
+/// Two that are held would come out together, and leave the line unmeasured.
+TEST(Player, AFullBufferHoldsOnePieceAtATime) {
+    VirtualPlay play;
+    play.addVideoAndAudio({300000}, 30);
+    play.options.bufferGoal = 10s;
+    EXPECT_EQ(play.play(), "");
+    int held = 0;
+    for (const auto& row : play.rows) {
+        held += row.time - row.begin > 1 ? 1 : 0;
+        for (const auto& other : play.rows) {
+            if (row.isAudio == other.isAudio)
+                continue;
+            EXPECT_LT(std::min(row.time, other.time) - std::max(row.begin, other.begin), 0.5)
+                << row.index << ", " << other.index;
+        }
+    }
+    EXPECT_GT(held, 10);
+}
+
 TEST(Player, ASlowPlaylistHoldsUpItsOwnTrackOnly) {
     VirtualPlay play;
     play.addVideoAndAudio({300000}, 20);
