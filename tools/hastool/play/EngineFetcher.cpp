@@ -34,7 +34,14 @@ EngineFetcher::EngineFetcher(EngineOptions options, hascommon::IDownloadEvent& t
 Fetcher::Id EngineFetcher::begin(const Resource& resource, ByteSink& sink) {
     const Id id = m_downloader.add(resource, sink, true);
     m_names[id] = nameIn(resource.url);
+    m_downloader.pump(); // so that it begins now, whatever its owner does before it waits
     return id;
+}
+
+/// It may have ended while another one was begun, before any wait has seen it.
+void EngineFetcher::forget(Id id) {
+    m_names.erase(id);
+    m_downloader.forget(id);
 }
 
 void EngineFetcher::hold(bool held) {

@@ -17,7 +17,7 @@ public:
 
     Id begin(const Resource& resource, ByteSink& sink) override;
     const Outcome* outcome(Id id) const override { return m_downloader.outcome(id); }
-    void forget(Id id) override { m_downloader.forget(id); }
+    void forget(Id id) override;
     void hold(bool held) override;
     bool isHeld() const override { return m_downloader.isPaused(); }
     void cancelAll() override;

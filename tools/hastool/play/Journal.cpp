@@ -65,10 +65,10 @@ void Journal::reached(const MediaPiece& piece) {
     m_hasDateTime = m_hasDateTime || piece.dateTime;
 }
 
-void Journal::shown(const std::string& resolution) {
-    if (m_main->stream != m_shownStream && !resolution.empty())
-        m_observer.onRendition(seconds(), m_main->bitrate(), resolution);
-    m_shownStream = m_main->stream;
+void Journal::shown(const TraceRow& row) {
+    if (row.stream != m_shownStream && !row.resolution.empty())
+        m_observer.onRendition(seconds(), row.bitrate, row.resolution);
+    m_shownStream = row.stream;
 }
 
 void Journal::transferred(const Outcome& outcome) {

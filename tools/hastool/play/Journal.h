@@ -36,7 +36,7 @@ public:
     void reached(const MediaPiece& piece);
     void refused(const std::string& what) { m_callbacks.hub().OnDRMErrorMsg(what.c_str()); }
     /// A segment of the main track is there; its resolution is known, or is not.
-    void shown(const std::string& resolution);
+    void shown(const TraceRow& row);
     void transferred(const Outcome& outcome);
     void taken(uint64_t bytes);
     /// Counts media of the main track for the mean bitrate.

@@ -3,6 +3,7 @@
 #include <hastool/base/ToolError.h>
 
 #include <cmath>
+#include <utility>
 
 namespace hastool {
 namespace {
@@ -35,23 +36,31 @@ void PieceIntake::protect(const MediaPiece& piece, const MediaPart& part, std::s
     }
 }
 
-void PieceIntake::accept(PlayTrack& track, const PieceOrder& order, const Outcome& outcome,
-                         const std::string& media) {
-    const MediaPiece& piece = order.piece;
-    if (piece.makeInit)
-        track.initBytes = piece.makeInit(media);
-    track.writer->setInit(track.initBytes);
-    track.writer->write(media);
+ArrivedPiece PieceIntake::arrive(PlayTrack& track, const PieceOrder& order, const Outcome& outcome,
+                                 std::string media) {
     track.failuresInARow = 0;
     track.bytes += media.size();
-    track.mediaSeconds += piece.seconds;
-    if (track.number == 0)
-        m_journal.shown(track.renditions.learn(track.stream, media));
-    buffered(track, piece, outcome.bytes);
-    m_journal.row(rowOf(track, order, outcome));
+    track.mediaSeconds += order.piece.seconds;
+    buffered(track, order.piece, outcome.bytes);
+    ArrivedPiece arrived{order.piece, std::move(media), track.initBytes,
+                         rowOf(track, order, outcome)};
     track.change = "";
     if (m_isFast)
         m_buffer.drainTo(kFastLevel);
+    return arrived;
+}
+
+void PieceIntake::digest(PlayTrack& track, ArrivedPiece arrived) {
+    TraceRow& row = arrived.row;
+    protect(arrived.piece, arrived.piece.media, arrived.media);
+    track.writer->setInit(arrived.piece.makeInit ? arrived.piece.makeInit(arrived.media)
+                                                 : arrived.initBytes);
+    track.writer->write(arrived.media);
+    if (track.number == 0) {
+        row.resolution = track.renditions.learn(row.stream, arrived.media);
+        m_journal.shown(row);
+    }
+    m_journal.row(row);
 }
 
 void PieceIntake::buffered(PlayTrack& track, const MediaPiece& piece, uint64_t bytes) {
@@ -88,31 +97,23 @@ void PieceIntake::lose(uint64_t pieces) {
     m_journal.trouble(std::to_string(pieces) + " segments were gone before they were fetched");
 }
 
+void PieceIntake::end(PlayTrack& track) {
+    m_buffer.finish(track.number);
+}
+
 TraceRow PieceIntake::rowOf(const PlayTrack& track, const PieceOrder& order,
                             const Outcome& outcome) {
-    TraceRow row;
-    row.choice = order.choice.answer;
-    row.choiceMean = order.choice.mean;
-    row.choiceFirst = order.choice.first;
-    row.choiceBuffer = order.choice.buffer;
-    row.begin = order.begun;
+    TraceRow row = orderRow(order, outcome);
     row.time = m_journal.seconds();
     row.isAudio = track.number != 0;
-    row.index = order.piece.index;
     row.stream = track.stream;
     row.bitrate = track.bitrate();
-    row.bytes = outcome.bytes;
-    row.duration = order.piece.seconds;
-    row.download = inSeconds(outcome.time);
-    row.firstByte = inSeconds(outcome.latency);
-    row.redirects = outcome.redirects;
     row.bandwidth = m_adaptation.bandwidth();
     row.mean = m_adaptation.mean();
     row.buffer = inSeconds(m_buffer.level());
     row.change = track.change;
     row.stalls = m_buffer.stalls();
     row.stallTime = inSeconds(m_buffer.stallTime());
-    row.retries = outcome.retries;
     row.resolution = track.number == 0 ? track.renditions.resolution(track.stream) : "";
     return row;
 }

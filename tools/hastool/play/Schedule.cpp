@@ -25,6 +25,16 @@ bool Schedule::wantsMore() const {
 }
 
 void Schedule::run() {
+    try {
+        moveOn();
+    } catch (const ToolError&) {
+        digest(); // What has come is written even if nothing follows.
+        throw;
+    }
+    digest();
+}
+
+void Schedule::moveOn() {
     for (;;) {
         if (TrackFeed* const ready = findReady())
             ready->proceed();
@@ -33,6 +43,11 @@ void Schedule::run() {
         else
             return;
     }
+}
+
+void Schedule::digest() {
+    for (TrackFeed& feed : m_feeds)
+        feed.digest();
 }
 
 TrackFeed* Schedule::findReady() {

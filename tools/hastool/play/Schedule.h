@@ -23,6 +23,8 @@ public:
     void run();
 
 private:
+    void moveOn();
+    void digest();
     bool hasAll(const PlayTrack& track) const;
     bool mayAsk(const PlayTrack& track) const;
     bool isFull(const PlayTrack& track) const;

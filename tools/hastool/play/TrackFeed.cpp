@@ -25,6 +25,25 @@ void TrackFeed::ask() {
     choose();
     m_stage = Stage::Asking;
     proceed();
+    digest();
+}
+
+void TrackFeed::digest() {
+    if (m_arrived) {
+        ArrivedPiece arrived = std::move(*m_arrived);
+        m_arrived.reset();
+        m_parts.intake.digest(m_track, std::move(arrived));
+    }
+    for (const News& news : std::exchange(m_news, {}))
+        news(m_parts.journal);
+}
+
+/// Tells the journal of the next piece, but not before the last one has been told of.
+void TrackFeed::tell(const News& news) {
+    if (m_arrived)
+        m_news.push_back(news);
+    else
+        news(m_parts.journal);
 }
 
 void TrackFeed::proceed() {
@@ -61,7 +80,9 @@ void TrackFeed::changeTo(size_t stream) {
     const bool isUp = stream > m_track.stream;
     m_track.stream = stream;
     m_track.change = isUp ? "up" : "down";
-    m_parts.journal.changed(from, m_track.bitrate(), isUp);
+    tell([from, to = m_track.bitrate(), isUp](Journal& journal) {
+        journal.changed(from, to, isUp);
+    });
 }
 
 void TrackFeed::askPresentation() {
@@ -102,7 +123,7 @@ void TrackFeed::leaveStream(const ToolError& error) {
 void TrackFeed::take(NextPiece next) {
     if (next.kind == NextPiece::Kind::End) {
         m_track.ended = true;
-        m_parts.buffer.finish(m_track.number);
+        m_parts.intake.end(m_track);
         return;
     }
     if (next.kind == NextPiece::Kind::Wait) {
@@ -111,9 +132,11 @@ void TrackFeed::take(NextPiece next) {
     }
     m_order.piece = std::move(next.piece);
     m_order.begun = m_parts.journal.seconds();
+    if (m_order.piece.lost > 0 || m_order.piece.missing)
+        digest(); // The rows of pieces keep their order.
     m_parts.intake.lose(m_order.piece.lost);
     if (m_track.number == 0)
-        m_parts.journal.reached(m_order.piece);
+        tell([piece = m_order.piece](Journal& journal) { journal.reached(piece); });
     if (m_order.piece.missing)
         m_parts.intake.skip(m_track, m_order, {});
     else
@@ -128,7 +151,7 @@ void TrackFeed::fetchInit() {
             const auto outcome = fetchPart(wanted, kMaxInitBytes, bytes);
             if (!outcome)
                 return;
-            m_parts.intake.protect(m_order.piece, wanted, bytes);
+            m_parts.intake.prepareInit(m_order.piece, wanted, bytes);
         }
         m_track.init = wanted;
         m_track.initBytes = std::move(bytes);
@@ -144,8 +167,7 @@ void TrackFeed::fetchMedia() {
     if (!outcome)
         return;
     m_stage = Stage::Idle;
-    m_parts.intake.protect(m_order.piece, part, media);
-    m_parts.intake.accept(m_track, m_order, *outcome, media);
+    m_arrived = m_parts.intake.arrive(m_track, m_order, *outcome, std::move(media));
 }
 
 /// Begins to fetch a part, or takes it when it has come. If it cannot be had, its piece is skipped.

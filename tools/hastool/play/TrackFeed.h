@@ -1,11 +1,15 @@
 // One track's way from piece to piece.
 #pragma once
 
+#include "Adaptation.h"
 #include "PartTransfer.h"
-#include "PieceIntake.h"
+#include "PieceTaker.h"
+#include "PlaybackBuffer.h"
 #include <hastool/base/ToolError.h>
 
+#include <functional>
 #include <optional>
+#include <vector>
 
 namespace hastool {
 
@@ -13,6 +17,9 @@ namespace hastool {
 /// needs, then fetches the initialisation, if it is a new one, then the media, each after its key
 /// where it is encrypted: one transfer after the other. It never waits: proceed() goes on when a
 /// transfer has ended.
+///
+/// A piece that has come is kept until the request for the next one is on its way, and is digested
+/// then, at the latest by digest().
 class TrackFeed {
 public:
     /// What the feeds of all tracks work with.
@@ -24,7 +31,7 @@ public:
         KeyStore& keys;
         Adaptation& adaptation;
         PlaybackBuffer& buffer;
-        PieceIntake& intake;
+        PieceTaker& intake;
         Journal& journal;
     };
 
@@ -42,13 +49,19 @@ public:
     bool isReady() const;
     /// Begins the next piece. @throws ToolError when the play cannot go on
     void ask();
+    /// Writes the piece that has come, if there is one that is not written yet. @throws ToolError
+    /// when the play cannot go on
+    void digest();
     /// Does all that needs no waiting. @throws ToolError when the play cannot go on
     void proceed();
 
 private:
     enum class Stage { Idle, Asking, Init, Media };
 
+    using News = std::function<void(Journal& journal)>;
+
     void go();
+    void tell(const News& news);
     void choose();
     void changeTo(size_t stream);
     void askPresentation();
@@ -66,6 +79,8 @@ private:
     Stage m_stage = Stage::Idle;
     std::optional<Resource> m_awaited; ///< a document, which another track may have asked for
     PieceOrder m_order;
+    std::optional<ArrivedPiece> m_arrived; ///< and not digested yet
+    std::vector<News> m_news;              ///< to be told after it
 };
 
 } // namespace hastool

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <set>
 
 #include <gtest/gtest.h>
 
@@ -111,6 +112,66 @@ TEST(Player, FetchesAFilmPieceByPiece) {
     EXPECT_EQ(play.summary.stalls, 0);
 }
 
+/// A piece is told of when it has been written.
+TEST(Player, TheNextRequestIsOnItsWayBeforeAPieceIsWritten) {
+    class Watched : public VirtualPlay {
+    public:
+        void onSegment(const hastool::TraceRow& row) override {
+            const std::string next =
+                "v" + std::to_string(row.stream) + "/" + std::to_string(row.index + 1) + ".ts";
+            isNextAsked.push_back(requestsFor(next) > 0);
+            VirtualPlay::onSegment(row);
+        }
+        std::vector<bool> isNextAsked;
+    };
+    Watched play;
+    play.addVideo({300000}, 8);
+    EXPECT_EQ(play.play(), "");
+    EXPECT_EQ(play.isNextAsked,
+              (std::vector<bool>{true, true, true, true, true, true, true, false}));
+}
+
+/// Events and rows come in the order of the media, though the next request is made first.
+TEST(Player, TellsOfAPieceBeforeTheNextOnesSwitch) {
+    class Watched : public VirtualPlay {
+    public:
+        void onSegment(const hastool::TraceRow& row) override {
+            told.push_back(std::to_string(row.index));
+            VirtualPlay::onSegment(row);
+        }
+        void onSwitch(double time, int from, int to) override {
+            told.push_back(to > from ? "up" : "down");
+            VirtualPlay::onSwitch(time, from, to);
+        }
+        std::vector<std::string> told;
+    };
+    Watched play;
+    play.addVideo({300000, 3000000}, 20);
+    EXPECT_EQ(play.play(), "");
+    ASSERT_FALSE(play.switches.empty());
+    for (size_t i = 0; i < play.rows.size(); ++i) {
+        if (*play.rows[i].change == '\0')
+            continue;
+        const auto piece = std::find(play.told.begin(), play.told.end(), std::to_string(i));
+        ASSERT_GE(piece - play.told.begin(), 2);
+        EXPECT_EQ(*(piece - 1), play.rows[i].change);
+        EXPECT_EQ(*(piece - 2), std::to_string(i - 1));
+    }
+}
+
+TEST(Player, WritesWhatCameBeforeAPlayFails) {
+    const test::TempDir dir;
+    VirtualPlay play;
+    play.addVideo({300000}, 4);
+    play.texts[VirtualPlay::kBase + "v0.m3u8"] =
+        "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXTINF:2,\nv0/0.ts\n#EXTINF:2,\nv0/1.ts\n"
+        "#EXT-X-KEY:METHOD=AES-128,URI=\"none\"\n#EXTINF:2,\nv0/2.ts\n#EXT-X-ENDLIST\n";
+    play.options.output = dir.file("film.ts");
+    EXPECT_NE(play.play(), "");
+    EXPECT_EQ(test::readFile(play.options.output).size(), 2U * 75000);
+    EXPECT_EQ(play.rows.size(), 2U);
+}
+
 TEST(Player, ASlowAudioPieceDoesNotHoldUpTheVideo) {
     VirtualPlay play;
     play.addVideoAndAudio({300000}, 20);
@@ -128,6 +189,50 @@ TEST(Player, ASlowAudioPieceDoesNotHoldUpTheVideo) {
     EXPECT_GE(play.askedAt("a/2.ts").value(), begun + 5);
     EXPECT_EQ(play.summary.segments, 40U);
     EXPECT_EQ(play.summary.stalls, 1); // Without sound there is nothing to play.
+}
+
+/// Audio and video stand still at the same time, so the viewer waits only once.
+TEST(Player, FaultsOfBothTracksCostAsMuchAsOne) {
+    constexpr double kFault = 12;
+    const auto playWith = [&](const std::set<std::string>& faulty) {
+        VirtualPlay play;
+        play.addVideoAndAudio({300000}, 20);
+        play.options.bufferGoal = 4s;
+        play.special = [&](const std::string& name) -> std::optional<VirtualPlay::Answer> {
+            if (faulty.count(name) == 0)
+                return std::nullopt;
+            VirtualPlay::Answer slow;
+            slow.size = name.front() == 'a' ? 16000 : 75000;
+            slow.delay = std::chrono::milliseconds(static_cast<int>(kFault * 1000));
+            return slow;
+        };
+        EXPECT_EQ(play.play(), "");
+        EXPECT_DOUBLE_EQ(play.summary.played, 40);
+        return play.summary.wallTime;
+    };
+    const double smooth = playWith({});
+    const double video = playWith({"v0/6.ts"});
+    const double audio = playWith({"a/6.ts"});
+    EXPECT_GT(std::min(video, audio), smooth + kFault / 2) << "the fault outlasts the buffer";
+    EXPECT_LT(playWith({"v0/6.ts", "a/6.ts"}), std::max(video, audio) + 0.1);
+    EXPECT_LT(std::max(video, audio), smooth + kFault);
+}
+
+/// The same at the very begin, where there is no buffer to live on.
+TEST(Player, FaultsOfBothTracksHoldUpTheStartOnlyOnce) {
+    VirtualPlay play;
+    play.addVideoAndAudio({300000}, 5);
+    play.special = [](const std::string& name) -> std::optional<VirtualPlay::Answer> {
+        if (name != "v0/0.ts" && name != "a/0.ts")
+            return std::nullopt;
+        VirtualPlay::Answer slow;
+        slow.size = 16000;
+        slow.delay = 6000ms;
+        return slow;
+    };
+    EXPECT_EQ(play.play(), "");
+    EXPECT_GT(play.summary.startupTime, 6);
+    EXPECT_LT(play.summary.startupTime, 6.5);
 }
 
 TEST(Player, ATrackWithAFullBufferDoesNotRunAhead) {
