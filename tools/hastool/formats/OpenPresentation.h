@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Presentation.h"
+#include "RenditionChoice.h"
 
 #include <hastool/base/TimeSource.h>
 
@@ -12,11 +13,13 @@
 namespace hastool {
 
 /// Opens the presentation at a URL by the format of its manifest. @throws ToolError for a format
-/// that is not known, and for a manifest that cannot be used
+/// that is not known, for a manifest that cannot be used, and where it has no rendition as chosen
 /// @param liveTimeout  how long a live presentation may stay without anything new
 /// @param time         the clocks that a live presentation goes by
+/// @param choice       which renditions are played
 std::unique_ptr<Presentation> openPresentation(const std::string& url, const FetchDocument& fetch,
                                                std::chrono::milliseconds liveTimeout,
-                                               const TimeSource& time = {});
+                                               const TimeSource& time = {},
+                                               const RenditionChoice& choice = {});
 
 } // namespace hastool

@@ -27,6 +27,8 @@ struct StreamInfo {
 struct TrackInfo {
     bool isAudio = false;            ///< the audio track beside the main one
     std::vector<StreamInfo> streams; ///< in ascending order of bitrate, at least one
+    bool isText = false;             ///< subtitles
+    std::string language;            ///< as written; empty when not known
 };
 
 /// One content protection descriptor.
@@ -75,6 +77,9 @@ struct MediaPiece {
     uint64_t index = 0; ///< its number in the stream
     double seconds = 0;
     double start = 0; ///< seconds since the presentation began, as far as known
+    /// Seconds to add to the times in the media to have those of the presentation. Nothing where
+    /// only the tracks' common clock tells.
+    std::optional<double> timeOffset;
     bool discontinuity = false;
     std::optional<double> dateTime; ///< seconds since the epoch that it begins at
     enum class Advertisement { None, Begins, Ends };
@@ -126,7 +131,7 @@ public:
     virtual ~Presentation() = default;
 
     /// At least one track; the first has the video, if there is any, and the qualities to choose
-    /// from. Does not change.
+    /// from. Subtitles, if they are played, are the last. Does not change.
     virtual const std::vector<TrackInfo>& tracks() const = 0;
     /// Whether pieces are still being added.
     virtual bool isLive() const = 0;

@@ -70,15 +70,18 @@ TEST(ManifestSamples, DescriptorsOfTwoSystemsComeWithTheirPsshData) {
 
 TEST(ManifestSamples, IndexRangesAndSystemsOfSeveralDrms) {
     const DashManifest manifest = dash("shaka-packager_encryption-with-multi-drms.mpd");
-    const auto video = hastool::selectRepresentations(manifest.periods.at(0), false);
+    const auto video =
+        hastool::selectRepresentations(manifest.periods.at(0), hastool::TrackKind::Main);
     ASSERT_EQ(video.size(), 1U);
     EXPECT_EQ(video[0]->bandwidth, 979373);
     EXPECT_EQ(video[0]->addressing.indexRange.value().first, 1692U);
     EXPECT_EQ(video[0]->addressing.initRange.value().length, 1692U);
     EXPECT_EQ(video[0]->protections.size(), 4U);
-    EXPECT_EQ(hastool::selectRepresentations(manifest.periods[0], true).size(), 1U);
+    EXPECT_EQ(hastool::selectRepresentations(manifest.periods[0], hastool::TrackKind::Audio).size(),
+              1U);
     const DashManifest single = dash("shaka-packager_encryption.mpd");
-    EXPECT_FALSE(hastool::selectRepresentations(single.periods.at(0), false).empty());
+    EXPECT_FALSE(
+        hastool::selectRepresentations(single.periods.at(0), hastool::TrackKind::Main).empty());
 }
 
 TEST(ManifestSamples, ATimeOffsetLeavesTheFirstSegmentAtTheBegin) {
@@ -94,7 +97,8 @@ TEST(ManifestSamples, ALiveTimelineOfThePeriodServesAllRepresentations) {
     const DashManifest manifest = dash("media3_sample_mpd_segment_template.mpd");
     EXPECT_TRUE(manifest.isDynamic);
     EXPECT_DOUBLE_EQ(manifest.timeShiftDepth.value(), 7200);
-    const auto video = hastool::selectRepresentations(manifest.periods.at(0), false);
+    const auto video =
+        hastool::selectRepresentations(manifest.periods.at(0), hastool::TrackKind::Main);
     ASSERT_EQ(video.size(), 5U);
     EXPECT_EQ(video[0]->bandwidth, 124000);
     EXPECT_EQ(video[4]->bandwidth, 2326000);

@@ -32,6 +32,14 @@ std::string majorType(const std::string& mimeType) {
     return lowered(mimeType.substr(0, mimeType.find('/')));
 }
 
+/// Whether an adaptation set or a representation holds subtitles: as documents, or in MP4.
+bool isText(const XmlElement& element) {
+    const std::string type = lowered(trimmed(element.Attribute("mimeType")));
+    const std::string codecs = element.Attribute("codecs");
+    return type == "text/vtt" || type == "application/ttml+xml" || codecs.rfind("wvtt", 0) == 0 ||
+           codecs.rfind("stpp", 0) == 0;
+}
+
 /// What an element hands down to those inside it.
 struct Level {
     std::vector<std::string> baseUrls;
@@ -149,6 +157,7 @@ void Parser::readSet(const XmlElement& element, const Level& above, DashPeriod& 
     if (set.contentType.empty())
         set.contentType = majorType(element.Attribute("mimeType"));
     set.language = element.Attribute("lang");
+    set.names = {element.Attribute("label"), element.Attribute("id")};
     try {
         fillSet(element, above, set);
     } catch (const ToolError& error) {
@@ -168,12 +177,18 @@ void Parser::fillSet(const XmlElement& element, const Level& above, DashAdaptati
     for (XmlElement it = element.FirstChild(); it; it = it.Next()) {
         if (it.Name() == "Role" && it.Attribute("value") == "main")
             set.isMain = true;
+        if (it.Name() == "Role")
+            set.names.push_back(it.Attribute("value"));
+        if (it.Name() == "Label")
+            set.names.insert(set.names.begin(), trimmed(it.Text()));
         if (it.Attribute("schemeIdUri") == "http://dashif.org/guidelines/trickmode")
             set.isTrick = true;
         if (it.Name() != "Representation")
             continue;
         if (set.contentType.empty())
             set.contentType = majorType(it.Attribute("mimeType"));
+        if (isText(element) || isText(it))
+            set.contentType = "text";
         try {
             set.representations.push_back(readRepresentation(it, level));
         } catch (const ToolError& error) {

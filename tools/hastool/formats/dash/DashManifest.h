@@ -66,10 +66,13 @@ struct DashRepresentation {
 };
 
 struct DashAdaptationSet {
-    std::string contentType; ///< "video", "audio" or another in lower case; empty when not known
+    /// "video", "audio", "text" or another in lower case; empty when not known. Subtitles are
+    /// "text" whatever they come in.
+    std::string contentType;
     std::string language;
-    bool isMain = false;  ///< its Role says so
-    bool isTrick = false; ///< only for fast forward
+    std::vector<std::string> names; ///< its labels, id and roles
+    bool isMain = false;            ///< its Role says so
+    bool isTrick = false;           ///< only for fast forward
     std::vector<DashRepresentation> representations;
 };
 

@@ -53,6 +53,10 @@ MediaPiece dashPiece(const DashManifest& manifest, const DashFound& found, bool 
     piece.index = found.segment.number;
     piece.start = found.segment.start;
     piece.seconds = found.segment.seconds;
+    const DashAddressing& addressing = found.representation->addressing;
+    piece.timeOffset =
+        manifest.periods[found.period].start -
+        static_cast<double>(addressing.timeOffset) / static_cast<double>(addressing.timescale);
     piece.protection = protectionOf(manifest, found, isAudio);
     return piece;
 }

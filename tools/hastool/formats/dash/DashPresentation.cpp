@@ -20,21 +20,27 @@ std::string labelOf(const DashRepresentation& representation) {
     return std::to_string(representation.width) + "x" + std::to_string(representation.height);
 }
 
-TrackInfo trackOf(const std::vector<const DashRepresentation*>& representations, bool isAudio) {
+TrackInfo trackOf(const DashPeriod& period, TrackKind kind, const RenditionChoice& choice) {
     TrackInfo track;
-    track.isAudio = isAudio;
-    for (const DashRepresentation* const it : representations)
+    track.isAudio = kind == TrackKind::Audio;
+    track.isText = kind == TrackKind::Text;
+    for (const DashRepresentation* const it : selectRepresentations(period, kind, choice))
         track.streams.push_back({it->bandwidth, labelOf(*it)});
+    if (!track.streams.empty())
+        track.language = selectSet(period, kind, choice)->language;
     return track;
 }
 
 } // namespace
 
 DashPresentation::DashPresentation(const Document& document, FetchDocument fetch,
-                                   std::chrono::milliseconds liveTimeout, const TimeSource& time)
-    : m_loader(document, std::move(fetch), time) {
+                                   std::chrono::milliseconds liveTimeout, const TimeSource& time,
+                                   const RenditionChoice& choice)
+    : m_choice(choice)
+    , m_liveTimeout(liveTimeout)
+    , m_loader(document, std::move(fetch), time) {
     tellProblems();
-    openTracks(liveTimeout);
+    openTracks();
 }
 
 void DashPresentation::tellProblems() {
@@ -42,22 +48,34 @@ void DashPresentation::tellProblems() {
         warn(problem);
 }
 
-void DashPresentation::openTracks(std::chrono::milliseconds liveTimeout) {
-    for (const DashPeriod& period : manifest().periods) {
-        const auto main = selectRepresentations(period, false);
-        if (main.empty())
-            continue;
-        m_tracks.push_back(trackOf(main, false));
-        const auto audio = selectRepresentations(period, true);
-        if (!audio.empty())
-            m_tracks.push_back(trackOf(audio, true));
-        for (size_t i = 0; i < m_tracks.size(); ++i)
-            m_readings.emplace_back(LiveWait(liveTimeout, m_loader.clock()));
+/// The main track and the audio beside it are those of the first period that has anything to play;
+/// a later one may be the first with the subtitles.
+void DashPresentation::openTracks() {
+    const auto& periods = manifest().periods;
+    expectWanted(periods, m_choice);
+    const auto first = std::find_if(periods.begin(), periods.end(), [&](const DashPeriod& period) {
+        return selectSet(period, TrackKind::Main, m_choice) != nullptr;
+    });
+    if (first != periods.end()) {
+        addTrack(*first, TrackKind::Main);
+        addTrack(*first, TrackKind::Audio);
+        for (auto it = periods.begin(); it != periods.end() && !m_tracks.back().isText; ++it)
+            addTrack(*it, TrackKind::Text);
         return;
     }
     if (!manifest().problems.empty())
         throw ToolError(manifest().problems.front());
     throw ToolError(m_loader.url(), "no period with anything to play");
+}
+
+/// Adds a track if the period has one of this kind.
+void DashPresentation::addTrack(const DashPeriod& period, TrackKind kind) {
+    TrackInfo track = trackOf(period, kind, m_choice);
+    if (track.streams.empty())
+        return;
+    m_tracks.push_back(std::move(track));
+    m_kinds.push_back(kind);
+    m_readings.emplace_back(LiveWait(m_liveTimeout, m_loader.clock()));
 }
 
 NextPiece DashPresentation::next(size_t track, size_t stream) {
@@ -147,7 +165,7 @@ std::optional<DashFound> DashPresentation::find(size_t track, size_t stream) {
 const DashRepresentation* DashPresentation::choose(const DashPeriod& period, size_t track,
                                                    size_t stream) const {
     const TrackInfo& info = m_tracks[track];
-    return matchBitrate(selectRepresentations(period, info.isAudio),
+    return matchBitrate(selectRepresentations(period, m_kinds[track], m_choice),
                         info.streams.at(stream).bitrate);
 }
 

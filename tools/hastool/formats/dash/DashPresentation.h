@@ -5,6 +5,7 @@
 #include "DashReading.h"
 #include "DashTimeline.h"
 #include <hastool/formats/Presentation.h>
+#include <hastool/formats/RenditionChoice.h>
 
 #include <chrono>
 #include <optional>
@@ -14,7 +15,8 @@ namespace hastool {
 
 /// A DASH presentation (ISO/IEC 23009-1), static or dynamic, clear or with Common Encryption.
 ///
-/// One video adaptation set and one audio set beside it are played, or the only one there is. A
+/// One video adaptation set and one audio set beside it are played, or the only one there is, and
+/// the subtitles that are wanted. A
 /// static presentation is read from its begin. A dynamic one is joined a few segments before its
 /// end and read by time; its manifest is loaded again as it asks for. The streams are those of the
 /// first period; in a later period each stands for the representation that matches its bitrate.
@@ -22,7 +24,8 @@ class DashPresentation : public Presentation {
 public:
     /// @param liveTimeout  how long a live presentation may stay without a new segment
     DashPresentation(const Document& document, FetchDocument fetch,
-                     std::chrono::milliseconds liveTimeout, const TimeSource& time = {});
+                     std::chrono::milliseconds liveTimeout, const TimeSource& time = {},
+                     const RenditionChoice& choice = {});
 
     const std::vector<TrackInfo>& tracks() const override { return m_tracks; }
     bool isLive() const override { return manifest().isDynamic; }
@@ -31,7 +34,8 @@ public:
 private:
     const DashManifest& manifest() const { return m_loader.manifest(); }
     void tellProblems();
-    void openTracks(std::chrono::milliseconds liveTimeout);
+    void openTracks();
+    void addTrack(const DashPeriod& period, TrackKind kind);
     void reloadWhenDue();
     void join(DashReading& reading);
     void rejoinWhenStartedAnew(DashReading& reading);
@@ -40,9 +44,12 @@ private:
     NextPiece advance(size_t track, const DashFound& found);
     NextPiece wait(DashReading& reading) const;
 
+    const RenditionChoice m_choice;
+    const std::chrono::milliseconds m_liveTimeout;
     DashLoader m_loader;
-    DashTimeline m_timeline{m_loader};
+    DashTimeline m_timeline{m_loader, m_choice};
     std::vector<TrackInfo> m_tracks;
+    std::vector<TrackKind> m_kinds; ///< of the tracks
     std::vector<DashReading> m_readings;
     std::optional<double> m_joinTime; ///< where all tracks begin; nothing until it is known
 };

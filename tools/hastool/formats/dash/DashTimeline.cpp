@@ -26,7 +26,7 @@ DashWindow DashTimeline::window() const {
 std::optional<DashTimeline::Edge> DashTimeline::edge() {
     const auto& periods = m_loader.manifest().periods;
     for (auto period = periods.rbegin(); period != periods.rend(); ++period) {
-        const auto all = selectRepresentations(*period, false);
+        const auto all = selectRepresentations(*period, TrackKind::Main, m_choice);
         if (all.empty())
             continue;
         if (const auto last = segments(*period, *all.front()).last(window()))

@@ -4,10 +4,12 @@
 #include "DashLoader.h"
 #include "DashSegments.h"
 #include "SegmentIndex.h"
+#include <hastool/formats/RenditionChoice.h>
 
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace hastool {
 
@@ -20,9 +22,10 @@ public:
         double segment = 0; ///< length of the last segment, in seconds
     };
 
-    /// @param loader  borrowed
-    explicit DashTimeline(const DashLoader& loader)
-        : m_loader(loader) {}
+    /// @param loader  borrowed. @param choice  which renditions are played
+    explicit DashTimeline(const DashLoader& loader, RenditionChoice choice = {})
+        : m_loader(loader)
+        , m_choice(std::move(choice)) {}
 
     /// To be called when the manifest has been loaded again: drops the lists made from the old one.
     void forget() { m_lists.clear(); }
@@ -44,6 +47,7 @@ private:
     const SegmentIndex* index(const DashRepresentation& representation);
 
     const DashLoader& m_loader;
+    const RenditionChoice m_choice;
     std::map<const DashRepresentation*, DashSegmentList> m_lists; ///< of the current manifest
     std::map<std::string, SegmentIndex> m_indexes;                ///< by URL and range
 };

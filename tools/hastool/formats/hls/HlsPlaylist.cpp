@@ -285,6 +285,8 @@ void Parser::onStreamInf(std::string_view value) {
     variant.codecs = list.get("CODECS");
     variant.resolution = list.get("RESOLUTION");
     variant.audioGroup = list.get("AUDIO");
+    variant.videoGroup = list.get("VIDEO");
+    variant.subtitleGroup = list.get("SUBTITLES");
     m_variant = std::move(variant);
 }
 
@@ -295,12 +297,20 @@ void Parser::onDateTime(std::string_view value) {
 
 void Parser::onMedia(std::string_view value) {
     const HlsAttributes list = attributes(value);
-    if (list.get("TYPE") != "AUDIO")
+    const std::string type = list.get("TYPE");
+    if (type == "CLOSED-CAPTIONS")
+        m_playlist.hasClosedCaptions = true;
+    std::vector<HlsRendition>* const renditions = type == "AUDIO"       ? &m_playlist.audio
+                                                  : type == "VIDEO"     ? &m_playlist.video
+                                                  : type == "SUBTITLES" ? &m_playlist.subtitles
+                                                                        : nullptr;
+    if (renditions == nullptr)
         return;
-    if (m_playlist.audio.size() == kMaxVariants)
+    if (renditions->size() == kMaxVariants)
         fail("too many renditions");
-    m_playlist.audio.push_back(
-        {list.get("GROUP-ID"), list.get("NAME"), list.get("URI"), list.get("DEFAULT") == "YES"});
+    renditions->push_back({list.get("GROUP-ID"), list.get("NAME"), list.get("URI"),
+                           list.get("DEFAULT") == "YES", list.get("LANGUAGE"),
+                           list.get("FORCED") == "YES"});
 }
 
 void Parser::onInf(std::string_view value) {

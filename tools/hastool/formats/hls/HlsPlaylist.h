@@ -20,14 +20,18 @@ struct HlsVariant {
     std::string codecs;
     std::string resolution;
     std::string audioGroup; ///< empty where its audio comes with it
+    std::string videoGroup; ///< empty where its video comes with it
+    std::string subtitleGroup;
 };
 
-/// One EXT-X-MEDIA of audio.
+/// One EXT-X-MEDIA.
 struct HlsRendition {
     std::string group;
     std::string name;
     std::string uri; ///< as written; empty where it comes with the variants
     bool isDefault = false;
+    std::string language;
+    bool isForced = false; ///< holds only what is not said in the viewer's language
 };
 
 /// An advertisement that begins or ends before a segment (EXT-X-CUE-OUT, EXT-X-CUE-IN).
@@ -67,6 +71,9 @@ struct HlsSegment {
 struct HlsPlaylist {
     std::vector<HlsVariant> variants;
     std::vector<HlsRendition> audio;
+    std::vector<HlsRendition> video;
+    std::vector<HlsRendition> subtitles;
+    bool hasClosedCaptions = false; ///< inside the video
     std::vector<HlsSegment> segments;
     double targetSeconds = 0;
     uint64_t mediaSequence = 0;

@@ -3,6 +3,7 @@
 
 #include "HlsTrack.h"
 #include <hastool/formats/Presentation.h>
+#include <hastool/formats/RenditionChoice.h>
 
 #include <chrono>
 #include <string>
@@ -11,13 +12,14 @@
 namespace hastool {
 
 /// An HLS presentation, clear or encrypted by AES-128, of a master playlist or of a single media
-/// playlist. Audio that comes in playlists of its own is a track; of several renditions the default
-/// one is played.
+/// playlist. Audio that comes in playlists of its own is a track, and so are subtitles that the
+/// user wants; of several renditions the default one is played where the user does not choose.
 class HlsPresentation : public Presentation {
 public:
     /// @param liveTimeout  how long a live stream may stay without a new segment
     HlsPresentation(const Document& document, const FetchDocument& fetch,
-                    std::chrono::milliseconds liveTimeout, const TimeSource& time = {});
+                    std::chrono::milliseconds liveTimeout, const TimeSource& time = {},
+                    const RenditionChoice& choice = {});
 
     const std::vector<TrackInfo>& tracks() const override { return m_tracks; }
     bool isLive() const override { return m_readers[0].isLive(); }

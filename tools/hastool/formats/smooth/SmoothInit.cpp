@@ -112,12 +112,21 @@ std::string makeAudioEntry(const SmoothQuality& quality) {
     return entry.bytes(makeEsds(config, quality.bitrate)).box("mp4a");
 }
 
+/// TTML documents as samples (ISO/IEC 14496-30, 5.3).
+std::string makeTextEntry() {
+    BoxBuilder entry;
+    entry.zeros(6).u16(1).bytes("http://www.w3.org/ns/ttml").zeros(3); // no schema, no other types
+    return entry.box("stpp");
+}
+
 std::string makeSampleEntry(const SmoothQuality& quality) {
     const std::string codec = lowered(quality.fourCC);
     if (codec == "h264" || codec == "avc1" || codec == "davc")
         return makeVideoEntry(quality);
     if (codec == "aacl" || codec == "aach" || codec == "mp4a")
         return makeAudioEntry(quality);
+    if (codec == "ttml" || codec == "dfxp")
+        return makeTextEntry();
     return {};
 }
 
@@ -131,9 +140,12 @@ std::string makeSampleTable(const std::string& entry) {
 
 std::string makeMedia(const SmoothStream& stream, const std::string& entry) {
     const bool isVideo = stream.type == "video";
+    const bool isText = stream.type == "text";
     const auto timescale = static_cast<uint32_t>(stream.timescale);
-    const std::string header = isVideo ? BoxBuilder().zeros(8).fullBox("vmhd", 0, 1)
-                                       : BoxBuilder().zeros(4).fullBox("smhd");
+    const std::string header = isVideo  ? BoxBuilder().zeros(8).fullBox("vmhd", 0, 1)
+                               : isText ? BoxBuilder().fullBox("sthd")
+                                        : BoxBuilder().zeros(4).fullBox("smhd");
+    const char* const handler = isVideo ? "vide" : isText ? "subt" : "soun";
     const std::string reference =
         BoxBuilder().u32(1).bytes(BoxBuilder().fullBox("url ", 0, 1)).fullBox("dref");
     BoxBuilder info;
@@ -141,7 +153,7 @@ std::string makeMedia(const SmoothStream& stream, const std::string& entry) {
     info.bytes(makeSampleTable(entry));
     BoxBuilder media;
     media.bytes(BoxBuilder().zeros(8).u32(timescale).u32(0).u16(0x55C4).u16(0).fullBox("mdhd"));
-    media.bytes(BoxBuilder().u32(0).bytes(isVideo ? "vide" : "soun").zeros(12 + 1).fullBox("hdlr"));
+    media.bytes(BoxBuilder().u32(0).bytes(handler).zeros(12 + 1).fullBox("hdlr"));
     return media.bytes(info.box("minf")).box("mdia");
 }
 

@@ -124,6 +124,7 @@ void Parser::readStream(const XmlElement& element) {
     SmoothStream stream;
     stream.type = lowered(attributes.text("Type"));
     stream.name = attributes.text("Name");
+    stream.language = attributes.text("Language");
     stream.url = attributes.text("Url");
     stream.timescale = attributes.number("TimeScale").value_or(m_manifest.timescale);
     if (stream.timescale == 0)

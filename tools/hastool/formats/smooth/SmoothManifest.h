@@ -31,6 +31,7 @@ struct SmoothChunk {
 struct SmoothStream {
     std::string type; ///< "video", "audio" or "text"
     std::string name;
+    std::string language;
     std::string url; ///< a template
     uint64_t timescale = 0;
     std::vector<SmoothQuality> qualities; ///< in ascending order of bitrate, at least one

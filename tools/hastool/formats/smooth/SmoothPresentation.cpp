@@ -51,20 +51,29 @@ std::string labelOf(const SmoothQuality& quality) {
     return std::to_string(quality.width) + "x" + std::to_string(quality.height);
 }
 
+std::vector<RenditionLabel> labelsOf(const std::vector<const SmoothStream*>& streams) {
+    std::vector<RenditionLabel> labels;
+    for (const SmoothStream* const stream : streams)
+        labels.push_back({stream->language, {stream->name}, 0});
+    return labels;
+}
+
 } // namespace
 
 SmoothPresentation::SmoothPresentation(const Document& document, FetchDocument fetch,
                                        std::chrono::milliseconds liveTimeout,
-                                       const TimeSource& time)
+                                       const TimeSource& time, const RenditionChoice& choice)
     : m_fetch(std::move(fetch))
     , m_clock(time)
     , m_liveTimeout(liveTimeout) {
     take(document);
-    addTrack("video");
-    addTrack("audio");
+    addTrack("video", "--video", choice.video);
+    addTrack("audio", "--audio", choice.audio);
     if (m_tracks.empty())
         throw ToolError(m_url, "neither a video nor an audio stream");
     m_tracks.front().isAudio = false; // also where there is nothing but audio
+    if (!choice.subtitles.empty())
+        addTrack("text", "--subtitles", choice.subtitles);
 }
 
 void SmoothPresentation::take(const Document& document) {
@@ -74,34 +83,56 @@ void SmoothPresentation::take(const Document& document) {
     m_loadedAt = m_clock.steady();
 }
 
-void SmoothPresentation::addTrack(const char* type) {
-    const SmoothStream* const stream = findStream(type);
+void SmoothPresentation::addTrack(const char* type, const char* option, const std::string& wanted) {
+    const SmoothStream* const stream = findStream(type, wanted);
+    if (stream == nullptr && !wanted.empty() && wanted != kNoRendition)
+        throw noSuchRendition(option, wanted, labelsOf(streamsOf(type)));
     if (stream == nullptr)
         return;
     TrackInfo track;
     track.isAudio = stream->type == "audio";
+    track.isText = stream->type == "text";
+    track.language = stream->language;
     for (const SmoothQuality& it : stream->qualities) {
         if (track.streams.empty() || track.streams.back().bitrate != it.bitrate)
             track.streams.push_back({it.bitrate, labelOf(it)});
     }
     m_tracks.push_back(std::move(track));
-    m_readings.push_back({LiveWait(m_liveTimeout, m_clock), type, 0, false});
+    m_readings.push_back({LiveWait(m_liveTimeout, m_clock), type, wanted, 0, false});
 }
 
-const SmoothStream* SmoothPresentation::findStream(const std::string& type) const {
-    const auto& streams = m_manifest->streams;
-    const auto it = std::find_if(streams.begin(), streams.end(),
-                                 [&](const SmoothStream& stream) { return stream.type == type; });
-    return it != streams.end() ? &*it : nullptr;
+std::vector<const SmoothStream*> SmoothPresentation::streamsOf(const std::string& type) const {
+    std::vector<const SmoothStream*> result;
+    for (const SmoothStream& stream : m_manifest->streams) {
+        if (stream.type == type)
+            result.push_back(&stream);
+    }
+    return result;
+}
+
+/// @param wanted  empty for the first of the type
+const SmoothStream* SmoothPresentation::findStream(const std::string& type,
+                                                   const std::string& wanted) const {
+    const auto streams = streamsOf(type);
+    if (streams.empty() || wanted == kNoRendition)
+        return nullptr;
+    if (wanted.empty())
+        return streams.front();
+    const auto found = findRendition(wanted, labelsOf(streams));
+    return found ? streams[*found] : nullptr;
+}
+
+const SmoothStream* SmoothPresentation::streamOf(const Reading& reading) const {
+    return findStream(reading.type, reading.wanted);
 }
 
 NextPiece SmoothPresentation::next(size_t track, size_t stream) {
     Reading& reading = m_readings.at(track);
-    const SmoothStream* source = findStream(reading.type);
+    const SmoothStream* source = streamOf(reading);
     if (source != nullptr && reading.joined && findChunk(*source, reading.time) == nullptr)
         reloadWhenDue(*source);
     join(reading);
-    source = findStream(reading.type);
+    source = streamOf(reading);
     const SmoothChunk* const chunk =
         source != nullptr && reading.joined ? findChunk(*source, reading.time) : nullptr;
     if (chunk == nullptr) {
@@ -146,7 +177,7 @@ void SmoothPresentation::reloadWhenDue(const SmoothStream& stream) {
 
 /// Puts a track where all tracks begin, at the same time.
 void SmoothPresentation::join(Reading& reading) {
-    const SmoothStream* const stream = findStream(m_readings.front().type);
+    const SmoothStream* const stream = streamOf(m_readings.front());
     if (stream == nullptr || stream->chunks.empty())
         return;
     const auto& chunks = stream->chunks;
@@ -173,6 +204,7 @@ MediaPiece SmoothPresentation::pieceOf(const SmoothStream& stream, const SmoothQ
     piece.index = static_cast<uint64_t>(&chunk - stream.chunks.data());
     piece.start = startOf(stream, chunk);
     piece.seconds = secondsOf(stream, chunk);
+    piece.timeOffset = 0;
     // The function holds the manifest, which may be replaced by a new one before the piece comes.
     piece.makeInit = [manifest = m_manifest, &stream, &quality](std::string_view media) {
         return makeSmoothInit(stream, quality, trackOfFragment(media));
