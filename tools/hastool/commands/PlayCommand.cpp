@@ -30,6 +30,7 @@ constexpr char kExamples[] = R"(Examples:
   hastool play --duration 60 --trace play.csv http://host/live.m3u8
   hastool play --report play.html http://host/master.m3u8
   hastool play --pause-at 20:10 --limit 0-1500000 http://host/manifest.mpd
+  hastool play --audio en --subtitles de -o film.ts http://host/master.m3u8
   hastool play --json --start-bitrate 1500000 http://host/master.m3u8
 )";
 
@@ -80,9 +81,29 @@ PlayCommand::PlayCommand(CLI::App& app)
         .add_option("--pause-at", m_pauseAt,
                     "Pause at this position, as a viewer would, for a while")
         ->type_name("POSITION:SECONDS");
+    addRenditionOptions();
     addSwitcherOptions();
     addEngineFlags(command, m_options.engine);
     command.footer(kExamples);
+}
+
+/// Adds the options that choose among renditions.
+void PlayCommand::addRenditionOptions() {
+    constexpr char kWhich[] = "LANG|NAME|none";
+    CLI::App& command = *m_command;
+    command
+        .add_option("--video", m_options.renditions.video,
+                    "Play the video of this language or name; none plays the audio alone")
+        ->type_name(kWhich);
+    command
+        .add_option("--audio", m_options.renditions.audio,
+                    "Play the audio of this language or name; none leaves separate audio out")
+        ->type_name(kWhich);
+    command
+        .add_option(
+            "--subtitles", m_options.renditions.subtitles,
+            "Fetch the subtitles of this language or name, and write them beside the output")
+        ->type_name(kWhich);
 }
 
 /// Adds the options for the bitrate switcher.

@@ -25,6 +25,7 @@ public:
     int run();
 
 private:
+    void addRenditionOptions();
     void addSwitcherOptions();
     void completeOptions();
     void play(Terminal& terminal);

@@ -17,6 +17,16 @@ EngineOptions forPlayer(EngineOptions options) {
     return options;
 }
 
+EngineOptions forAside(EngineOptions options) {
+    options = forPlayer(std::move(options));
+    options.maxRetries = std::min(options.maxRetries, 1);
+    return options;
+}
+
+bool isRefused(const Outcome& outcome) {
+    return !outcome.ok && (outcome.httpStatus == 401 || outcome.httpStatus == 403);
+}
+
 /// The last part of the URL's path.
 std::string nameIn(const std::string& url) {
     const std::string path = hascommon::GURL(url).path();
@@ -26,7 +36,8 @@ std::string nameIn(const std::string& url) {
 } // namespace
 
 EngineFetcher::EngineFetcher(EngineOptions options, hascommon::IDownloadEvent& traffic)
-    : m_downloader(forPlayer(std::move(options)), &traffic) {
+    : m_asideOptions(forAside(options))
+    , m_downloader(forPlayer(std::move(options)), &traffic) {
     m_downloader.onRetry(
         [this](Id id, const std::string& what) { tellRetry(m_names[id] + ": " + what); });
 }
@@ -38,10 +49,56 @@ Fetcher::Id EngineFetcher::begin(const Resource& resource, ByteSink& sink) {
     return id;
 }
 
+Fetcher::Id EngineFetcher::beginAside(const Resource& resource, ByteSink& sink) {
+    if (!m_asideDownloader)
+        m_asideDownloader = std::make_unique<Downloader>(m_asideOptions);
+    Aside aside{resource, &sink, m_asideDownloader.get(), 0};
+    if (m_refusal == Refusal::Helped)
+        aside.engine = &m_downloader;
+    aside.id = aside.engine->add(resource, sink, true);
+    aside.engine->pump();
+    const Id id = m_nextAside--;
+    m_asides[id] = aside;
+    m_names[id] = nameIn(resource.url);
+    return id;
+}
+
+const Outcome* EngineFetcher::outcome(Id id) const {
+    if (id > 0)
+        return m_downloader.outcome(id);
+    const Aside& aside = m_asides.at(id);
+    return aside.engine->outcome(aside.id);
+}
+
 /// It may have ended while another one was begun, before any wait has seen it.
 void EngineFetcher::forget(Id id) {
     m_names.erase(id);
-    m_downloader.forget(id);
+    if (id > 0) {
+        m_downloader.forget(id);
+        return;
+    }
+    const Aside aside = m_asides.at(id);
+    m_asides.erase(id);
+    aside.engine->forget(aside.id);
+}
+
+/// The first engine may have a cookie that lets it in. It is tried once, and used when it helped.
+void EngineFetcher::askFirstEngine(Aside& aside) {
+    const Outcome* const outcome = aside.engine->outcome(aside.id);
+    if (outcome == nullptr)
+        return;
+    if (aside.engine == &m_downloader) {
+        if (outcome->ok && m_refusal == Refusal::Asked)
+            m_refusal = Refusal::Helped;
+        return;
+    }
+    if (m_refusal != Refusal::None || !isRefused(*outcome) || outcome->bytes > 0)
+        return;
+    m_refusal = Refusal::Asked;
+    aside.engine->forget(aside.id);
+    aside.engine = &m_downloader;
+    aside.id = m_downloader.add(aside.resource, *aside.sink, true);
+    m_downloader.pump();
 }
 
 void EngineFetcher::hold(bool held) {
@@ -54,9 +111,13 @@ void EngineFetcher::hold(bool held) {
 }
 
 void EngineFetcher::cancelAll() {
-    m_downloader.cancelAll();
-    while (m_downloader.pump())
-        m_downloader.wait(kLookInterval);
+    for (Downloader* const engine : {&m_downloader, m_asideDownloader.get()}) {
+        if (engine == nullptr)
+            continue;
+        engine->cancelAll();
+        while (engine->pump())
+            engine->wait(kLookInterval);
+    }
     m_names.clear();
 }
 
@@ -73,9 +134,13 @@ bool EngineFetcher::pump() {
         return true;
     }
     m_downloader.pump();
+    if (m_asideDownloader)
+        m_asideDownloader->pump();
+    for (auto& [id, aside] : m_asides)
+        askFirstEngine(aside);
     bool hasEnded = false;
     for (auto it = m_names.begin(); it != m_names.end();) {
-        const bool isOver = m_downloader.outcome(it->first) != nullptr;
+        const bool isOver = outcome(it->first) != nullptr;
         hasEnded = hasEnded || isOver;
         it = isOver ? m_names.erase(it) : std::next(it);
     }

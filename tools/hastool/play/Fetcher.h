@@ -25,11 +25,14 @@ public:
 
     /// Begins a transfer. The sink is borrowed until it has ended.
     virtual Id begin(const Resource& resource, ByteSink& sink) = 0;
+    /// Likewise for what no one waits for: it is not held, not measured, hardly ever repeated, and
+    /// its failures do not hold up the other transfers.
+    virtual Id beginAside(const Resource& resource, ByteSink& sink) = 0;
     /// How a transfer ended; null while it has not.
     virtual const Outcome* outcome(Id id) const = 0;
     /// Forgets a transfer that has ended.
     virtual void forget(Id id) = 0;
-    /// Holds all transfers, those that begin later too, or lets them go on.
+    /// Holds all transfers but those aside, those that begin later too, or lets them go on.
     virtual void hold(bool held) = 0;
     virtual bool isHeld() const = 0;
     /// Ends everything that has not ended; no sink is written to afterwards.

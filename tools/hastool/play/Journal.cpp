@@ -92,6 +92,11 @@ void Journal::row(const TraceRow& row) {
     m_observer.onSegment(row);
 }
 
+void Journal::subtitle(const TraceRow& row) {
+    ++(row.skipped ? m_summary.subtitlesSkipped : m_summary.subtitles);
+    this->row(row);
+}
+
 void Journal::watch(const PlaySample& now) {
     watchStall(now);
     const bool isSame = now.stalled == m_lastSample.stalled && now.paused == m_lastSample.paused &&

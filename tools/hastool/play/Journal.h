@@ -43,6 +43,8 @@ public:
     void chosen(double seconds, int bitrate);
     void skipped(uint64_t pieces) { m_summary.skipped += pieces; }
     void row(const TraceRow& row);
+    /// A segment of the subtitles has come, or was left out.
+    void subtitle(const TraceRow& row);
 
     /// Records what has begun or ended since the last sample; does nothing while all is the same.
     void watch(const PlaySample& now);

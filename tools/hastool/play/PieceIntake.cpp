@@ -53,10 +53,12 @@ ArrivedPiece PieceIntake::arrive(PlayTrack& track, const PieceOrder& order, cons
 void PieceIntake::digest(PlayTrack& track, ArrivedPiece arrived) {
     TraceRow& row = arrived.row;
     protect(arrived.piece, arrived.piece.media, arrived.media);
-    track.writer->setInit(arrived.piece.makeInit ? arrived.piece.makeInit(arrived.media)
-                                                 : arrived.initBytes);
+    if (arrived.piece.makeInit)
+        arrived.initBytes = arrived.piece.makeInit(arrived.media);
+    track.writer->setInit(arrived.initBytes);
     track.writer->write(arrived.media);
     if (track.number == 0) {
+        m_timeline.add(arrived.piece, arrived.initBytes, arrived.media);
         row.resolution = track.renditions.learn(row.stream, arrived.media);
         m_journal.shown(row);
     }
@@ -76,6 +78,8 @@ void PieceIntake::buffered(PlayTrack& track, const MediaPiece& piece, uint64_t b
 void PieceIntake::skip(PlayTrack& track, const PieceOrder& order, const Outcome& outcome) {
     const MediaPiece& piece = order.piece;
     m_journal.skipped(1);
+    if (track.number == 0)
+        m_timeline.skip(piece);
     track.seconds += piece.seconds; // the track goes on behind the piece
     m_lastFailure = outcome.failure;
     if (!piece.missing) {

@@ -3,6 +3,7 @@
 
 #include "Adaptation.h"
 #include "Journal.h"
+#include "MediaTimeline.h"
 #include "PieceTaker.h"
 #include "PlaybackBuffer.h"
 #include "ProtectedContent.h"
@@ -22,6 +23,9 @@ public:
         , m_adaptation(adaptation)
         , m_buffer(buffer)
         , m_journal(journal) {}
+
+    /// How the main track's clock runs.
+    const MediaTimeline& timeline() const { return m_timeline; }
 
     /// Passes a protected one through its DRM handler; a clear one stays as it is.
     /// @throws ToolError when there is no handler, or it refuses the bytes
@@ -48,6 +52,7 @@ private:
     PlaybackBuffer& m_buffer;
     Journal& m_journal;
     ProtectedContent m_protected;
+    MediaTimeline m_timeline;
     std::string m_lastFailure;
 };
 

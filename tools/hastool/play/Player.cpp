@@ -76,14 +76,15 @@ void Player::play() {
 void Player::keepOutputs() {
     for (const PlayTrack& track : m_tracks)
         track.writer->commit();
+    if (m_subtitles)
+        m_subtitles->commit();
     m_journal.commit();
 }
 
 void Player::playToEnd() {
     open();
     for (;;) {
-        m_schedule->run();
-        settle();
+        runAll();
         if (!m_schedule->wantsMore())
             break;
         pass();
@@ -99,23 +100,38 @@ void Player::open() {
     m_presentation = openWithDocuments();
     m_journal.troubles(m_presentation->takeWarnings());
     const auto& tracks = m_presentation->tracks();
-    for (size_t i = 0; i < tracks.size(); ++i)
-        m_tracks.emplace_back(i, tracks[i], writerOf(tracks[i]));
+    for (size_t i = 0; i < tracks.size(); ++i) {
+        if (!tracks[i].isText)
+            m_tracks.emplace_back(i, tracks[i], writerOf(tracks[i]));
+    }
     m_journal.follow(m_tracks[0]);
     m_buffer = PlaybackBuffer(kEnoughToBegin, m_tracks.size());
     m_adaptation.configure(m_options, m_tracks);
-    m_schedule.emplace(m_options,
-                       TrackFeed::Parts{m_clock, *m_fetcher, *m_presentation, m_desk, m_keys,
-                                        m_adaptation, m_buffer, m_intake, m_journal},
-                       m_tracks);
+    openSchedule(tracks);
+}
+
+void Player::openSchedule(const std::vector<TrackInfo>& tracks) {
+    const TrackFeed::Parts parts{m_clock,      *m_fetcher, *m_presentation, m_desk,   m_keys,
+                                 m_adaptation, m_buffer,   m_intake,        m_journal};
+    m_schedule.emplace(m_options, parts, m_tracks);
+    if (tracks.back().isText)
+        m_subtitles.emplace(m_options, parts, tracks.size() - 1, m_intake.timeline());
+}
+
+/// Moves all tracks on as far as they go; audio and video first.
+void Player::runAll() {
+    m_schedule->run();
+    if (m_subtitles)
+        m_subtitles->run();
+    settle();
 }
 
 std::unique_ptr<Presentation> Player::openWithDocuments() {
     const auto fetch = [this](const Resource& resource) { return m_desk.document(resource); };
     for (;;) {
         try {
-            auto presentation =
-                openPresentation(m_options.url, fetch, m_options.liveTimeout, m_clock.source());
+            auto presentation = openPresentation(m_options.url, fetch, m_options.liveTimeout,
+                                                 m_clock.source(), m_options.renditions);
             m_desk.release(m_opening);
             return presentation;
         } catch (const DocumentWanted& wanted) {
@@ -139,10 +155,22 @@ void Player::playOut() {
     if (m_options.fast)
         m_buffer.drainTo(milliseconds(0));
     const auto end = inMilliseconds(m_options.duration);
-    while (!m_buffer.isDone() && !isInterrupted() &&
-           (end.count() == 0 || m_buffer.position() < end))
+    m_subtitlesUntil = m_clock.steady() + m_options.liveTimeout;
+    while (!isInterrupted()) {
+        if (m_subtitles)
+            m_subtitles->run();
+        const bool isPlayed = m_buffer.isDone() || (end.count() > 0 && m_buffer.position() >= end);
+        if (isPlayed && !awaitsSubtitles())
+            break;
         pass();
+    }
     m_journal.sample(sample());
+}
+
+/// Whether subtitles of what was fetched are still to come, and will not take too long.
+bool Player::awaitsSubtitles() const {
+    return m_subtitles && m_subtitles->isBehind(m_tracks[0].seconds) &&
+           m_clock.steady() < *m_subtitlesUntil;
 }
 
 /// Lets time pass until a transfer ends, or a short time if none does.
@@ -209,6 +237,8 @@ Summary Player::summary() {
     summary.stallTime = inSeconds(m_buffer.stallTime());
     summary.bandwidth = m_adaptation.mean();
     summary.output = m_options.output;
+    if (m_subtitles)
+        summary.subtitleOutput = m_subtitles->output();
     summary.trace = m_options.trace;
     if (m_tracks.empty())
         return summary;

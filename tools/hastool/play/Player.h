@@ -11,6 +11,7 @@
 #include "PlayWorld.h"
 #include "PlaybackBuffer.h"
 #include "Schedule.h"
+#include "SubtitleRun.h"
 #include "Summary.h"
 #include "ViewerPause.h"
 #include <hastool/formats/Presentation.h>
@@ -49,6 +50,9 @@ private:
     void open();
     std::unique_ptr<Presentation> openWithDocuments();
     std::unique_ptr<MediaWriter> writerOf(const TrackInfo& track);
+    void openSchedule(const std::vector<TrackInfo>& tracks);
+    void runAll();
+    bool awaitsSubtitles() const;
     void playOut();
     void pass();
     void passTime();
@@ -72,7 +76,9 @@ private:
     PieceIntake m_intake;
     TransferSlot m_opening; ///< for the documents that opening the presentation needs
     std::optional<Schedule> m_schedule;
+    std::optional<SubtitleRun> m_subtitles; ///< where they are wanted
     Clock::TimePoint m_lastTick;
+    std::optional<Clock::TimePoint> m_subtitlesUntil; ///< they are not waited for any longer
 };
 
 } // namespace hastool

@@ -68,8 +68,14 @@ std::string toText(const Summary& s) {
                  static_cast<unsigned long long>(s.retries), s.retries == 1 ? "retry" : "retries");
     if (const std::string sizes = resolutions(s.renditions); !sizes.empty())
         text += "resolutions   " + sizes + "\n";
+    if (s.subtitles + s.subtitlesSkipped > 0)
+        text += line("subtitles     %llu segments, %llu skipped\n",
+                     static_cast<unsigned long long>(s.subtitles),
+                     static_cast<unsigned long long>(s.subtitlesSkipped));
     if (!s.output.empty())
         text += "output        " + s.output + "\n";
+    if (!s.subtitleOutput.empty())
+        text += "              " + s.subtitleOutput + "\n";
     if (!s.trace.empty())
         text += "trace         " + s.trace + "\n";
     return text;
@@ -95,7 +101,10 @@ nlohmann::ordered_json toJson(const Summary& s) {
         {"retries", s.retries},
         {"bandwidth_bps", measured(s.bandwidth)},
         {"renditions", toJson(s.renditions)},
+        {"subtitle_segments", s.subtitles},
+        {"subtitles_skipped", s.subtitlesSkipped},
         {"output", s.output},
+        {"subtitle_output", s.subtitleOutput},
         {"trace", s.trace},
     };
 }

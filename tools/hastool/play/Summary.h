@@ -32,7 +32,10 @@ struct Summary {
     uint64_t retries = 0;
     unsigned bandwidth = 0;                  ///< the last mean measured, bits per second
     std::vector<PlayedRendition> renditions; ///< in the order of their first segments
+    uint64_t subtitles = 0;                  ///< segments of them
+    uint64_t subtitlesSkipped = 0;           ///< that could not be had, or not be used
     std::string output;
+    std::string subtitleOutput; ///< the file; empty where there is none
     std::string trace;
 };
 

@@ -38,9 +38,12 @@ const std::vector<TraceColumn> kSegmentColumns = {
      "since the start, when the segment was there", "there", 4, "time"},
     {"begin", Unit::Seconds, [](Row row) { return Value(row.begin); }, "", "asked for", 3, "begin"},
     {"track", Unit::None,
-     [](Row row) { return Value(std::string(row.isAudio ? "audio" : "main")); },
-     "`main`, or `audio` for separate audio", "track", 1},
+     [](Row row) {
+         return Value(std::string(row.isText ? "subtitles" : row.isAudio ? "audio" : "main"));
+     },
+     "`main`, `audio` for separate audio, or `subtitles`", "track", 1},
     {"audio", Unit::None, [](Row row) { return Value(row.isAudio); }, "", "", 0, "audio"},
+    {"text", Unit::None, [](Row row) { return Value(row.isText); }, "", "", 0, "text"},
     {"index", Unit::None, [](Row row) { return Value(row.index); }, "the segment's number",
      "segment", 2, "index"},
     {"stream", Unit::None, [](Row row) { return Value(uint64_t{row.stream}); },

@@ -12,6 +12,7 @@ struct TraceRow {
     double time = 0;      ///< seconds since the play began, when the segment was there
     double begin = 0;     ///< seconds since the play began, when it was asked for
     bool isAudio = false; ///< of the audio track beside the main one
+    bool isText = false;  ///< of the subtitles
     uint64_t index = 0;   ///< its number in the stream
     size_t stream = 0;    ///< 0 for the lowest quality
     int bitrate = 0;      ///< of the stream, bits per second

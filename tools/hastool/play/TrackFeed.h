@@ -33,13 +33,14 @@ public:
         PlaybackBuffer& buffer;
         PieceTaker& intake;
         Journal& journal;
+        bool isAside = false; ///< see Fetcher::beginAside()
     };
 
     /// Both are borrowed.
     TrackFeed(const Parts& parts, PlayTrack& track)
         : m_parts(parts)
         , m_track(track)
-        , m_slot(parts.fetcher, parts.journal)
+        , m_slot(parts.fetcher, parts.journal, parts.isAside)
         , m_part(m_slot, parts.desk, parts.keys) {}
 
     const PlayTrack& track() const { return m_track; }

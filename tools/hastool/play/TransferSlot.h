@@ -11,13 +11,16 @@ namespace hastool {
 /// Room for one transfer at a time.
 class TransferSlot {
 public:
-    /// Both are borrowed.
-    TransferSlot(Fetcher& fetcher, Journal& journal)
+    /// Both are borrowed. @param isAside  see Fetcher::beginAside()
+    TransferSlot(Fetcher& fetcher, Journal& journal, bool isAside = false)
         : m_fetcher(fetcher)
-        , m_journal(journal) {}
+        , m_journal(journal)
+        , m_isAside(isAside) {}
 
     /// Begins a transfer; the slot must be free.
-    void begin(const Resource& resource, ByteSink& sink) { m_id = m_fetcher.begin(resource, sink); }
+    void begin(const Resource& resource, ByteSink& sink) {
+        m_id = m_isAside ? m_fetcher.beginAside(resource, sink) : m_fetcher.begin(resource, sink);
+    }
     /// Whether there is a transfer, and it has ended.
     bool hasEnded() const { return m_id && m_fetcher.outcome(*m_id) != nullptr; }
     /// How it ended; the slot is free again.
@@ -32,6 +35,7 @@ public:
 private:
     Fetcher& m_fetcher;
     Journal& m_journal;
+    const bool m_isAside;
     std::optional<Fetcher::Id> m_id;
 };
 

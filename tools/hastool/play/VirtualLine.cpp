@@ -46,6 +46,12 @@ Fetcher::Id VirtualLine::begin(const Resource& resource, ByteSink& sink) {
     return m_nextId++;
 }
 
+Fetcher::Id VirtualLine::beginAside(const Resource& resource, ByteSink& sink) {
+    const Id id = begin(resource, sink);
+    m_transfers.at(id).isAside = true;
+    return id;
+}
+
 const Outcome* VirtualLine::outcome(Id id) const {
     const auto& outcome = m_transfers.at(id).outcome;
     return outcome ? &*outcome : nullptr;
@@ -76,7 +82,8 @@ void VirtualLine::wait(Clock::TimePoint until) {
 
 /// Whether a transfer's body is coming in.
 bool VirtualLine::isFlowing(const Transfer& transfer) const {
-    return !transfer.outcome && !m_held && transfer.firstByte <= m_clock.steady();
+    return !transfer.outcome && !(m_held && !transfer.isAside) &&
+           transfer.firstByte <= m_clock.steady();
 }
 
 size_t VirtualLine::countFlowing() const {
@@ -109,7 +116,7 @@ Clock::TimePoint VirtualLine::nextMoment(Clock::TimePoint until) const {
     Clock::TimePoint next = std::min(until, nextRate());
     const double speed = bytesPerMicrosecond();
     for (const auto& [id, transfer] : m_transfers) {
-        if (transfer.outcome || m_held)
+        if (transfer.outcome || (m_held && !transfer.isAside))
             continue;
         if (!isFlowing(transfer)) {
             next = std::min(next, transfer.firstByte);
@@ -150,7 +157,8 @@ void VirtualLine::receive(Transfer& transfer) {
     }
     const uint64_t bytes = static_cast<uint64_t>(transfer.arrived) - transfer.delivered;
     if (bytes > 0) {
-        tellTraffic(transfer, bytes);
+        if (!transfer.isAside)
+            tellTraffic(transfer, bytes);
         if (!deliver(transfer, bytes)) {
             end(transfer, transfer.sink->failure());
             return;

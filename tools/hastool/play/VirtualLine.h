@@ -43,6 +43,7 @@ public:
                 hascommon::IDownloadEvent& traffic);
 
     Id begin(const Resource& resource, ByteSink& sink) override;
+    Id beginAside(const Resource& resource, ByteSink& sink) override;
     const Outcome* outcome(Id id) const override;
     void forget(Id id) override { m_transfers.erase(id); }
     void hold(bool held) override;
@@ -54,6 +55,7 @@ private:
     struct Transfer {
         std::string url;
         ByteSink* sink = nullptr;
+        bool isAside = false; ///< not held, not measured
         VirtualAnswer answer;
         uint64_t size = 0; ///< of the body
         Clock::TimePoint begun;

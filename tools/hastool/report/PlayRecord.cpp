@@ -22,7 +22,7 @@ void PlayRecord::onStatus(const PlayStatus&) {}
 
 void PlayRecord::onSegment(const TraceRow& row) {
     reach(row.time);
-    if (m_firstBitrate == 0 && !row.isAudio)
+    if (m_firstBitrate == 0 && !row.isAudio && !row.isText)
         m_firstBitrate = row.bitrate;
     if (m_segments.size() < kMaxSegments)
         m_segments.push_back(row);

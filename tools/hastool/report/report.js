@@ -275,13 +275,15 @@
     }
   }
 
+  const trackOf = (segment) => (segment.text ? 'subtitles' : segment.audio ? 'audio' : 'main');
+
   function drawBar(svg, axis, segment, holds, y, height) {
     const begin = axis.x(segment.begin);
     const end = axis.x(segment.begin + segment.download);
     const length = segment.skipped ? 0 : Math.max(end - begin, 1.5);
     // With retries it is not known when the last attempt began.
     const waited = segment.retries ? 0 : Math.min(axis.x(segment.begin + segment.firstByte) - begin, length);
-    const bar = add(svg, 'g', {class: 'bar', 'data-index': segment.index, 'data-track': segment.audio ? 'audio' : 'main',
+    const bar = add(svg, 'g', {class: 'bar', 'data-index': segment.index, 'data-track': trackOf(segment),
       'data-begin': segment.begin, 'data-end': segment.time});
     const part = (className, x, width) => {
       if (width > 0) add(bar, 'rect', {class: className, x: short(x), y: short(y), width: width.toFixed(2), height: short(height)});
@@ -319,11 +321,11 @@
     const rows = [];
     let bottom = 0;
     let top = 26;
-    for (const isAudio of [false, true]) {
-      const segments = data.segments.filter((segment) => segment.audio === isAudio);
+    for (const track of ['main', 'audio', 'subtitles']) {
+      const segments = data.segments.filter((segment) => trackOf(segment) === track);
       if (!segments.length) continue;
       if (bottom) top = bottom + 40;
-      bottom = drawTrack(svg, axis, segments, data.holds, isAudio ? 'audio' : 'main', top, rows);
+      bottom = drawTrack(svg, axis, segments, data.holds, track, top, rows);
     }
     if (!bottom) add(svg, 'text', {x: 0, y: 14}, 'No segment was downloaded.');
     return {top: 26, bottom: Math.max(bottom - 38, 26), height: Math.max(bottom, 30), rows};
@@ -362,7 +364,7 @@
 
   function segmentText(segment) {
     const lines = [
-      (segment.audio ? 'audio segment ' : 'segment ') + segment.index,
+      (trackOf(segment) === 'main' ? 'segment ' : trackOf(segment) + ' segment ') + segment.index,
       rate(segment.bitrate) + (segment.resolution ? ', ' + segment.resolution : ''),
       size(segment.bytes) + ', ' + seconds(segment.duration) + ' of media',
       'asked for at ' + seconds(segment.begin),

@@ -30,6 +30,10 @@ const char* stateText(const PlayStatus& status) {
     return status.stalled ? " STALLED" : "";
 }
 
+std::string kindText(const TraceRow& row) {
+    return row.isText ? "  subtitle " : row.isAudio ? "  audio " : "  ";
+}
+
 } // namespace
 
 void PlayProgress::onStatus(const PlayStatus& status) {
@@ -42,11 +46,11 @@ void PlayProgress::onStatus(const PlayStatus& status) {
 void PlayProgress::onSegment(const TraceRow& row) {
     if (m_terminal.isLive() || row.skipped)
         return;
-    m_terminal.line(secondsText(row.time) + (row.isAudio ? "  audio " : "  ") + "segment " +
-                    std::to_string(row.index) + "  " + rateText(row.bitrate) +
-                    sized(row.resolution) + "  " + sizeText(static_cast<double>(row.bytes)) +
-                    " in " + secondsText(row.download) + "  buffer " + secondsText(row.buffer) +
-                    "  bandwidth " + measured(row.mean) + stalled(row));
+    m_terminal.line(secondsText(row.time) + kindText(row) + "segment " + std::to_string(row.index) +
+                    "  " + rateText(row.bitrate) + sized(row.resolution) + "  " +
+                    sizeText(static_cast<double>(row.bytes)) + " in " + secondsText(row.download) +
+                    "  buffer " + secondsText(row.buffer) + "  bandwidth " + measured(row.mean) +
+                    stalled(row));
 }
 
 void PlayProgress::onSwitch(double time, int from, int to) {

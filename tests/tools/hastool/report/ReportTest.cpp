@@ -83,7 +83,7 @@ TEST(Report, GivesTheChartsEverySegment) {
     const json segments = dataIn(pageOf({reportedPlay()}))["segments"];
     ASSERT_EQ(segments.size(), 3U);
     EXPECT_EQ(segments[1], json::parse(R"({"time": 3.0, "begin": 2.5, "download": 0.5,
-        "firstByte": 0.125, "audio": true, "index": 7, "bitrate": 300000, "resolution": "320x180",
+        "firstByte": 0.125, "audio": true, "text": false, "index": 7, "bitrate": 300000, "resolution": "320x180",
         "bytes": 75000, "duration": 2.0, "redirects": 1, "retries": 2, "skipped": false})"));
     EXPECT_EQ(segments[2]["skipped"], true);
 }
