@@ -95,8 +95,8 @@ protected:
         EXPECT_EQ(result.status, 0) << result.err;
         return json::parse(result.out);
     }
-    std::string out() const { return m_dir.file("o.mp4"); }
-    std::string audioOut() const { return m_dir.file("o.audio.mp4"); }
+    std::string out() const { return m_dir.file("o.m4v"); }
+    std::string audioOut() const { return m_dir.file("o.audio.m4v"); }
 
     test::TempDir m_dir;
     test::Nginx m_server;

@@ -26,6 +26,8 @@ public:
     void write(const std::string& media);
     /// Gives the file its name if anything was written. @throws ToolError when that fails
     void commit();
+    /// Whether a file was or will be written.
+    bool hasFile() const { return m_file && m_hasMedia; }
 
 private:
     std::optional<OutputFile> m_file;

@@ -28,6 +28,7 @@ double inSeconds(milliseconds time) {
 void PieceIntake::protect(const MediaPiece& piece, const MediaPart& part, std::string& bytes) {
     if (!piece.protection)
         return;
+    m_isProtected = true;
     try {
         bytes = m_protected.rewrite(*piece.protection, bytes, part.resource.url);
     } catch (const ToolError& error) {

@@ -41,6 +41,8 @@ public:
 
     /// Why the last piece could not be had; empty when all could.
     const std::string& lastFailure() const { return m_lastFailure; }
+    /// Whether protected media, which is still encrypted, was written.
+    bool isProtected() const { return m_isProtected; }
 
 private:
     void protect(const MediaPiece& piece, const MediaPart& part, std::string& bytes);
@@ -54,6 +56,7 @@ private:
     ProtectedContent m_protected;
     MediaTimeline m_timeline;
     std::string m_lastFailure;
+    bool m_isProtected = false;
 };
 
 } // namespace hastool

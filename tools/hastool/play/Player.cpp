@@ -1,4 +1,5 @@
 #include "Player.h"
+#include "TrackMerge.h"
 
 #include <hastool/base/Interrupt.h>
 #include <hastool/base/ToolError.h>
@@ -68,9 +69,34 @@ void Player::play() {
     } catch (const ToolError&) {
         m_fetcher->cancelAll();
         keepOutputs(); // What came in before is worth having.
+        if (const auto failure = mergeOutputs())
+            m_journal.trouble(failure->what());
         throw;
     }
     keepOutputs();
+    if (const auto failure = mergeOutputs())
+        throw ToolError(*failure);
+}
+
+/// Makes one file out of separate audio and video, where its name asks for that. Where it is not
+/// possible they stay two, which is no failure.
+/// @return why it failed
+std::optional<ToolError> Player::mergeOutputs() {
+    if (!isMergedName(m_options.output) || m_tracks.size() < 2 || !m_tracks[0].writer->hasFile() ||
+        !m_tracks[1].writer->hasFile())
+        return std::nullopt;
+    const std::string audio = trackOutput(m_options.output, m_tracks[1].info);
+    const MergeResult result = m_intake.isProtected()
+                                   ? MergeResult{false, false, "they are encrypted"}
+                                   : mergeTracks(m_options.output, audio);
+    if (result.isMerged)
+        return std::nullopt;
+    const std::string what =
+        "has the video only, the audio is in " + inQuotes(audio) + ": " + result.why;
+    if (result.hasFailed)
+        return ToolError(m_options.output, what);
+    m_journal.trouble(m_options.output + ": " + what);
+    return std::nullopt;
 }
 
 void Player::keepOutputs() {

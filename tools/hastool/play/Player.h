@@ -14,6 +14,7 @@
 #include "SubtitleRun.h"
 #include "Summary.h"
 #include "ViewerPause.h"
+#include <hastool/base/ToolError.h>
 #include <hastool/formats/Presentation.h>
 #include <hastool/net/KeyStore.h>
 
@@ -47,6 +48,7 @@ public:
 private:
     void playToEnd();
     void keepOutputs();
+    std::optional<ToolError> mergeOutputs();
     void open();
     std::unique_ptr<Presentation> openWithDocuments();
     std::unique_ptr<MediaWriter> writerOf(const TrackInfo& track);
