@@ -5,6 +5,7 @@
 #include <Hascommon/GURL.h>
 
 #include <algorithm>
+#include <thread>
 #include <utility>
 
 namespace hastool {
@@ -45,7 +46,8 @@ EngineFetcher::EngineFetcher(EngineOptions options, hascommon::IDownloadEvent& t
 Fetcher::Id EngineFetcher::begin(const Resource& resource, ByteSink& sink) {
     const Id id = m_downloader.add(resource, sink, true);
     m_names[id] = nameIn(resource.url);
-    m_downloader.pump(); // so that it begins now, whatever its owner does before it waits
+    m_downloader.pump();       // so that it begins now, whatever its owner does before it waits
+    std::this_thread::yield(); // to the engine's thread, where there is one processor for both
     return id;
 }
 
