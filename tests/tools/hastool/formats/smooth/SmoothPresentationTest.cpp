@@ -147,6 +147,21 @@ TEST_F(SmoothPresentationTest, GivesAStoppedLiveStreamUp) {
               std::string(kUrl) + ": the live stream has stopped");
 }
 
+TEST_F(SmoothPresentationTest, SubtitlesGetAnInitialisationToo) {
+    hastool::SmoothStream stream;
+    stream.type = "text";
+    stream.timescale = 10000000;
+    hastool::SmoothQuality quality;
+    quality.fourCC = "TTML";
+    const std::string init = hastool::makeSmoothInit(stream, quality, 3);
+    EXPECT_NE(init.find("stpp"), std::string::npos);
+    EXPECT_NE(init.find("subt"), std::string::npos);
+    EXPECT_NE(init.find("sthd"), std::string::npos);
+    EXPECT_EQ(init.find("smhd"), std::string::npos);
+    quality.fourCC = "XXXX";
+    EXPECT_EQ(hastool::makeSmoothInit(stream, quality, 3), "");
+}
+
 TEST_F(SmoothPresentationTest, RefusesWhatHasNeitherVideoNorAudio) {
     EXPECT_EQ(test::errorOf([&] {
                   open("<SmoothStreamingMedia><StreamIndex Type='text' Url='u'><QualityLevel "
