@@ -1,6 +1,6 @@
 #include "PsiAssembler.h"
 
-#include <array>
+#include <hastool/base/SectionChecksum.h>
 
 namespace hastool {
 namespace {
@@ -10,18 +10,6 @@ constexpr size_t kLengthEnd = 3;   // table id and length
 constexpr size_t kMinSection = 12; // a header of eight bytes and the checksum
 constexpr size_t kMaxSection = 4096;
 
-std::array<uint32_t, 256> checksumTable() {
-    constexpr uint32_t kPolynomial = 0x04C11DB7;
-    std::array<uint32_t, 256> table{};
-    for (uint32_t i = 0; i < table.size(); ++i) {
-        uint32_t value = i << 24;
-        for (int bit = 0; bit < 8; ++bit)
-            value = (value << 1) ^ ((value >> 31) != 0 ? kPolynomial : 0);
-        table[i] = value;
-    }
-    return table;
-}
-
 size_t sectionSize(const Bytes& bytes) {
     return kLengthEnd + (static_cast<size_t>(bytes[1] & 0x0F) << 8 | bytes[2]);
 }
@@ -29,18 +17,10 @@ size_t sectionSize(const Bytes& bytes) {
 /// The tables read here all have the long header and a checksum.
 bool isSound(const Bytes& section) {
     return (section[1] & 0x80) != 0 && section.size() >= kMinSection &&
-           section.size() <= kMaxSection && psiChecksum(section.data(), section.size()) == 0;
+           section.size() <= kMaxSection && sectionChecksum(section.data(), section.size()) == 0;
 }
 
 } // namespace
-
-uint32_t psiChecksum(const unsigned char* data, size_t size) {
-    static const std::array<uint32_t, 256> table = checksumTable();
-    uint32_t value = 0xFFFFFFFF;
-    for (size_t i = 0; i < size; ++i)
-        value = value << 8 ^ table[(value >> 24) ^ data[i]];
-    return value;
-}
 
 void PsiAssembler::push(const TsUnit& unit, bool follows) {
     const unsigned char* const data = unit.payload();

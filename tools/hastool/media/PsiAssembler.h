@@ -37,7 +37,4 @@ private:
     uint64_t m_bad = 0;
 };
 
-/// The checksum of MPEG sections; over a section together with its own checksum it is 0.
-uint32_t psiChecksum(const unsigned char* data, size_t size);
-
 } // namespace hastool

@@ -1,6 +1,7 @@
 #include "PsiPatch.h"
 
 #include "PsiTables.h"
+#include <hastool/base/SectionChecksum.h>
 
 #include <algorithm>
 
@@ -57,7 +58,7 @@ void patchProgramMap(unsigned char* at, size_t size, const PidMap& map) {
 } // namespace
 
 void patchSection(unsigned char* section, size_t size, const PidMap& map) {
-    if (size < kHeader + kChecksum || psiChecksum(section, size) != 0)
+    if (size < kHeader + kChecksum || sectionChecksum(section, size) != 0)
         return;
     unsigned char* const body = section + kHeader;
     const size_t bodySize = size - kHeader - kChecksum;
@@ -67,7 +68,7 @@ void patchSection(unsigned char* section, size_t size, const PidMap& map) {
         patchDescriptors(body, bodySize, map);
     else if (section[0] == kTableIdPmt)
         patchProgramMap(body, bodySize, map);
-    const uint32_t checksum = psiChecksum(section, size - kChecksum);
+    const uint32_t checksum = sectionChecksum(section, size - kChecksum);
     for (size_t i = 0; i < kChecksum; ++i)
         section[size - kChecksum + i] = static_cast<unsigned char>(checksum >> (24 - 8 * i));
 }

@@ -35,12 +35,6 @@ const Bytes kLarge = section(2, 1, Bytes(400, 0x55));
 
 } // namespace
 
-TEST(PsiChecksum, IsTheOneOfTheStandard) {
-    const Bytes bytes = {'1', '2', '3', '4', '5', '6', '7', '8', '9'};
-    EXPECT_EQ(hastool::psiChecksum(bytes.data(), bytes.size()), 0x0376E6E7U);
-    EXPECT_EQ(hastool::psiChecksum(kLarge.data(), kLarge.size()), 0U);
-}
-
 TEST_F(PsiAssemblerTest, TakesSeveralSectionsOfOnePacket) {
     push(Bytes{0} + kSmall + kSmall + Bytes{0xFF, 0xFF}, true);
     EXPECT_EQ(m_sections, (std::vector<Bytes>{kSmall, kSmall}));
