@@ -1,6 +1,7 @@
 // Playing DASH and Smooth Streaming, clear and protected, judged by ffmpeg.
 #include "Hastool.h"
 
+#include <support/BoxBuilder.h>
 #include <support/CencFragments.h>
 #include <support/FaultOrigin.h>
 #include <support/MediaLadder.h>
@@ -382,6 +383,31 @@ TEST_F(HastoolPlayOrigin, TellsWhatThePlayerIsTold) {
     for (const char* const line :
          {"date-time: 20240101T000100\n", "discontinuity: at 2000 ms of the media\n",
           "ad-start: at 2000 ms of the media\n", "ad-end: at 4000 ms of the media\n"})
+        EXPECT_NE(result.err.find(line), std::string::npos) << line << result.err;
+}
+
+TEST_F(HastoolPlayOrigin, TellsTheEventsOfTheManifestAndOfTheSegments) {
+    m_origin.on("/m.mpd",
+                Reply().body("<MPD mediaPresentationDuration='PT6S'><Period id='p'>"
+                             "<EventStream schemeIdUri='urn:scte:scte35:2013:xml'><Event id='1' "
+                             "presentationTime='1'><SpliceInsert outOfNetworkIndicator='true'>"
+                             "<BreakDuration duration='180000'/></SpliceInsert></Event>"
+                             "</EventStream><AdaptationSet contentType='video'><SegmentTemplate "
+                             "media='s$Number$' duration='2'/><Representation id='v' "
+                             "bandwidth='1'/></AdaptationSet></Period></MPD>"));
+    for (const int i : {1, 2})
+        m_origin.on("/s" + std::to_string(i), Reply().body("media"));
+    using namespace test::boxes;
+    const auto message = fullBox("emsg", 0, 0,
+                                 text("urn:x") + u8(0) + text("1") + u8(0) + u32(1000) + u32(500) +
+                                     u32(0) + u32(7) + text("hello"));
+    m_origin.on("/s3", Reply().body(std::string(message.begin(), message.end())));
+    const Child::Result result = runHastool({"play", "--fast", url("/m.mpd")});
+    EXPECT_EQ(result.status, 0);
+    for (const char* const line :
+         {"cue: EventStream p//1 of urn:scte:scte35:2013:xml at 1.0 s for 2.0 s: splice insert",
+          "ad-start: at 1000 ms of the media\n", "ad-end: at 3000 ms of the media\n",
+          "cue: emsg 1/7 of urn:x at 4.5 s: hello\n"})
         EXPECT_NE(result.err.find(line), std::string::npos) << line << result.err;
 }
 

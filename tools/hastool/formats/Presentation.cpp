@@ -9,6 +9,15 @@ void Presentation::warn(const std::string& what) {
         m_warnings.push_back(what);
 }
 
+void Presentation::announce(TimedEvent event) {
+    if (m_events.size() < kMaxAnnounced)
+        m_events.push_back(std::move(event));
+}
+
+std::vector<TimedEvent> Presentation::takeEvents() {
+    return std::exchange(m_events, {});
+}
+
 std::vector<std::string> Presentation::takeWarnings() {
     return std::exchange(m_warnings, {});
 }

@@ -1,6 +1,7 @@
 // What a player sees of a presentation, whatever its format.
 #pragma once
 
+#include "TimedEvent.h"
 #include <hastool/base/TimeSource.h>
 #include <hastool/net/AesKey.h>
 #include <hastool/net/ByteRange.h>
@@ -100,6 +101,9 @@ struct NextPiece {
 /// The most warnings that one presentation gives: more of them say nothing new.
 constexpr size_t kMaxWarnings = 100;
 
+/// The most events that wait for takeEvents(): no presentation has so many at a time.
+constexpr size_t kMaxAnnounced = 20000;
+
 /// The largest manifest that is read; that of a long live recording has a few megabytes.
 constexpr size_t kMaxManifestBytes = 64u << 20;
 
@@ -138,6 +142,9 @@ public:
     /// Takes the warnings since the last call, in the order they came up: what the user should know
     /// though the presentation goes on. Each is given once.
     std::vector<std::string> takeWarnings();
+    /// Takes the events that were announced since the last call. One may come again, with more
+    /// known of it.
+    std::vector<TimedEvent> takeEvents();
     /// The next piece of a track, from the stream that the caller chooses; every call moves the
     /// track on by a piece. May fetch documents, see FetchDocument. @throws ToolError when the
     /// presentation cannot go on
@@ -146,8 +153,11 @@ public:
 protected:
     /// Keeps a warning for takeWarnings(), unless the same text was given before.
     void warn(const std::string& what);
+    /// Keeps an event for takeEvents(); when too many wait, it is dropped.
+    void announce(TimedEvent event);
 
 private:
+    std::vector<TimedEvent> m_events;
     std::vector<std::string> m_warnings;
     std::set<std::string> m_told;
 };

@@ -15,6 +15,11 @@ std::string tenths(double seconds) {
     return std::to_string(count / 10) + "." + std::to_string(count % 10) + " s";
 }
 
+/// A position in the media as a time stamp for the hub.
+unsigned long long ptsAt(double seconds) {
+    return static_cast<unsigned long long>(seconds * 1000) * PlayerCallbacks::kTimestampsPerMs;
+}
+
 /// "20240101T000100", UTC.
 std::string dateText(double seconds) {
     return hascommon::has_dateTimeToString(std::llround(seconds * 1000));
@@ -57,12 +62,32 @@ void Journal::reached(const MediaPiece& piece) {
     if (piece.discontinuity)
         m_callbacks.hub().OnDiscontinue(0, pts(), pts(), pts(), pts());
     if (piece.advertisement == Advertisement::Begins)
-        m_callbacks.hub().OnADStart(pts(), pts(), pts(), pts());
+        adStart(pts());
     else if (piece.advertisement == Advertisement::Ends)
-        m_callbacks.hub().OnADEnd(pts(), pts(), pts(), pts(), 0);
+        adEnd(pts());
     if (piece.dateTime && (!m_hasDateTime || piece.discontinuity))
         event("date-time", dateText(*piece.dateTime));
     m_hasDateTime = m_hasDateTime || piece.dateTime;
+}
+
+void Journal::breakBegins(double position) {
+    if (!m_isInBreak)
+        adStart(ptsAt(position));
+}
+
+void Journal::breakEnds(double position) {
+    if (m_isInBreak)
+        adEnd(ptsAt(position));
+}
+
+void Journal::adStart(unsigned long long pts) {
+    m_isInBreak = true;
+    m_callbacks.hub().OnADStart(pts, pts, pts, pts);
+}
+
+void Journal::adEnd(unsigned long long pts) {
+    m_isInBreak = false;
+    m_callbacks.hub().OnADEnd(pts, pts, pts, pts, 0);
 }
 
 void Journal::shown(const TraceRow& row) {
@@ -152,8 +177,7 @@ void Journal::commit() {
 
 /// The end of the media that was fetched, as a time stamp for the hub.
 unsigned long long Journal::pts() const {
-    return static_cast<unsigned long long>(m_main->seconds * 1000) *
-           PlayerCallbacks::kTimestampsPerMs;
+    return ptsAt(m_main->seconds);
 }
 
 } // namespace hastool

@@ -34,6 +34,10 @@ public:
     void changed(int from, int to, bool isUp);
     /// The player comes to a piece of the main track.
     void reached(const MediaPiece& piece);
+    /// An advertisement break begins or ends in the media. A begin within a break, and an end
+    /// outside of one, say nothing new. @param position  seconds of media
+    void breakBegins(double position);
+    void breakEnds(double position);
     void refused(const std::string& what) { m_callbacks.hub().OnDRMErrorMsg(what.c_str()); }
     /// A segment of the main track is there; its resolution is known, or is not.
     void shown(const TraceRow& row);
@@ -62,6 +66,8 @@ public:
 private:
     void watchStall(const PlaySample& now);
     unsigned long long pts() const;
+    void adStart(unsigned long long pts);
+    void adEnd(unsigned long long pts);
 
     PlayObserver& m_observer;
     const Clock& m_clock;
@@ -74,6 +80,7 @@ private:
     PlaySample m_lastSample;
     bool m_isStallTold = false; ///< a stall's begin was told, and its end not yet
     double m_stallBegun = 0;
+    bool m_isInBreak = false;        ///< of advertisements
     bool m_hasDateTime = false;      ///< the first date of the media was told
     size_t m_shownStream = SIZE_MAX; ///< the stream whose resolution was told last
     Clock::TimePoint m_begun;

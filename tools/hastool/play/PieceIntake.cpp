@@ -1,6 +1,7 @@
 #include "PieceIntake.h"
 
 #include <hastool/base/ToolError.h>
+#include <hastool/media/EventMessages.h>
 
 #include <cmath>
 #include <utility>
@@ -39,12 +40,13 @@ void PieceIntake::protect(const MediaPiece& piece, const MediaPart& part, std::s
 
 ArrivedPiece PieceIntake::arrive(PlayTrack& track, const PieceOrder& order, const Outcome& outcome,
                                  std::string media) {
+    const double position = track.seconds;
     track.failuresInARow = 0;
     track.bytes += media.size();
     track.mediaSeconds += order.piece.seconds;
     buffered(track, order.piece, outcome.bytes);
     ArrivedPiece arrived{order.piece, std::move(media), track.initBytes,
-                         rowOf(track, order, outcome)};
+                         rowOf(track, order, outcome), position};
     track.change = "";
     if (m_isFast)
         m_buffer.drainTo(kFastLevel);
@@ -58,12 +60,21 @@ void PieceIntake::digest(PlayTrack& track, ArrivedPiece arrived) {
         arrived.initBytes = arrived.piece.makeInit(arrived.media);
     track.writer->setInit(arrived.initBytes);
     track.writer->write(arrived.media);
+    takeEvents(track, arrived);
     if (track.number == 0) {
         m_timeline.add(arrived.piece, arrived.initBytes, arrived.media);
         row.resolution = track.renditions.learn(row.stream, arrived.media);
         m_journal.shown(row);
     }
     m_journal.row(row);
+}
+
+/// Messages in the media are told at once: only now is known that they happen here.
+void PieceIntake::takeEvents(const PlayTrack& track, const ArrivedPiece& arrived) {
+    const MediaPiece& piece = arrived.piece;
+    m_events.announce(eventMessages(arrived.initBytes, arrived.media, piece.start));
+    if (track.number == 0)
+        m_events.reach(piece.start, piece.seconds, arrived.position);
 }
 
 void PieceIntake::buffered(PlayTrack& track, const MediaPiece& piece, uint64_t bytes) {

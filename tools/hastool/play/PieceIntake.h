@@ -7,6 +7,7 @@
 #include "PieceTaker.h"
 #include "PlaybackBuffer.h"
 #include "ProtectedContent.h"
+#include "TimedEvents.h"
 
 #include <string>
 
@@ -18,10 +19,11 @@ class PieceIntake : public PieceTaker {
 public:
     /// All are borrowed.
     PieceIntake(const PlayOptions& options, Adaptation& adaptation, PlaybackBuffer& buffer,
-                Journal& journal)
+                TimedEvents& events, Journal& journal)
         : m_isFast(options.fast)
         , m_adaptation(adaptation)
         , m_buffer(buffer)
+        , m_events(events)
         , m_journal(journal) {}
 
     /// How the main track's clock runs.
@@ -46,12 +48,14 @@ public:
 
 private:
     void protect(const MediaPiece& piece, const MediaPart& part, std::string& bytes);
+    void takeEvents(const PlayTrack& track, const ArrivedPiece& arrived);
     void buffered(PlayTrack& track, const MediaPiece& piece, uint64_t bytes);
     TraceRow rowOf(const PlayTrack& track, const PieceOrder& order, const Outcome& outcome);
 
     const bool m_isFast;
     Adaptation& m_adaptation;
     PlaybackBuffer& m_buffer;
+    TimedEvents& m_events;
     Journal& m_journal;
     ProtectedContent m_protected;
     MediaTimeline m_timeline;

@@ -26,6 +26,7 @@ struct ArrivedPiece {
     std::string media;
     std::string initBytes; ///< what the media cannot be decoded without; empty for none
     TraceRow row;          ///< as things stood when it came
+    double position = 0;   ///< seconds of the track before it
 };
 
 /// The fields of a record that only the order and its transfer give.

@@ -50,7 +50,8 @@ Player::Player(PlayOptions options, PlayObserver& observer, const PlayWorld& wor
         return m_desk.bytes(url, kMaxKeyBytes, bytes);
     })
     , m_buffer(kEnoughToBegin)
-    , m_intake(m_options, m_adaptation, m_buffer, m_journal)
+    , m_events(m_journal)
+    , m_intake(m_options, m_adaptation, m_buffer, m_events, m_journal)
     , m_opening(*m_fetcher, m_journal)
     , m_lastTick(m_clock.steady()) {
     m_fetcher->onRetry([this](const std::string& what) { m_journal.event("retry", what); });
@@ -138,7 +139,7 @@ void Player::open() {
 
 void Player::openSchedule(const std::vector<TrackInfo>& tracks) {
     const TrackFeed::Parts parts{m_clock,      *m_fetcher, *m_presentation, m_desk,   m_keys,
-                                 m_adaptation, m_buffer,   m_intake,        m_journal};
+                                 m_adaptation, m_buffer,   m_intake,        m_events, m_journal};
     m_schedule.emplace(m_options, parts, m_tracks);
     if (tracks.back().isText)
         m_subtitles.emplace(m_options, parts, tracks.size() - 1, m_intake.timeline());

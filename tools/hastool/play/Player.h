@@ -75,6 +75,7 @@ private:
     std::deque<PlayTrack> m_tracks; ///< the first is the one that the switcher chooses for
     PlaybackBuffer m_buffer;
     ViewerPause m_viewer;
+    TimedEvents m_events;
     PieceIntake m_intake;
     TransferSlot m_opening; ///< for the documents that opening the presentation needs
     std::optional<Schedule> m_schedule;

@@ -98,6 +98,7 @@ std::optional<NextPiece> TrackFeed::nextPiece() {
     try {
         NextPiece next = m_parts.presentation.next(m_track.number, m_track.stream);
         m_parts.journal.troubles(m_parts.presentation.takeWarnings());
+        m_parts.events.announce(m_parts.presentation.takeEvents());
         m_track.lastGoodStream = m_track.stream;
         m_track.hasGoodStream = true;
         return next;
@@ -135,8 +136,12 @@ void TrackFeed::take(NextPiece next) {
     if (m_order.piece.lost > 0 || m_order.piece.missing)
         digest(); // The rows of pieces keep their order.
     m_parts.intake.lose(m_order.piece.lost);
-    if (m_track.number == 0)
-        tell([piece = m_order.piece](Journal& journal) { journal.reached(piece); });
+    if (m_track.number == 0) {
+        tell([this, piece = m_order.piece, position = m_track.seconds](Journal& journal) {
+            journal.reached(piece);
+            m_parts.events.reach(piece.start, piece.seconds, position);
+        });
+    }
     if (m_order.piece.missing)
         m_parts.intake.skip(m_track, m_order, {});
     else

@@ -5,6 +5,7 @@
 #include "PartTransfer.h"
 #include "PieceTaker.h"
 #include "PlaybackBuffer.h"
+#include "TimedEvents.h"
 #include <hastool/base/ToolError.h>
 
 #include <functional>
@@ -32,6 +33,7 @@ public:
         Adaptation& adaptation;
         PlaybackBuffer& buffer;
         PieceTaker& intake;
+        TimedEvents& events;
         Journal& journal;
         bool isAside = false; ///< see Fetcher::beginAside()
     };

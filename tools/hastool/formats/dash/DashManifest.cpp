@@ -1,6 +1,7 @@
 #include "DashManifest.h"
 
 #include "DashAddressingReader.h"
+#include "DashEventStream.h"
 #include "DashTemplate.h"
 #include <hastool/base/IsoTime.h>
 #include <hastool/base/ToolError.h>
@@ -66,6 +67,7 @@ private:
     void readLinked(const XmlElement& element, const Level& level, const Read& read);
     std::unique_ptr<XmlDocument> fetchRemote(const Level& level, const std::string& href);
     void readPeriod(const XmlElement& element, const Level& above);
+    void addEvents(const XmlElement& element, DashPeriod& period);
     void readSet(const XmlElement& element, const Level& above, DashPeriod& period);
     void fillSet(const XmlElement& element, const Level& above, DashAdaptationSet& set);
     DashRepresentation readRepresentation(const XmlElement& element, const Level& above);
@@ -83,6 +85,7 @@ private:
     DashAddressingReader m_addressing;
     DashManifest m_manifest;
     size_t m_remotes = 0;
+    size_t m_events = 0;
     bool m_isRemote = false;                 ///< what is read stands elsewhere
     std::optional<ToolError> m_firstFailure; ///< of a set or representation that was left out
 };
@@ -146,8 +149,17 @@ void Parser::readPeriod(const XmlElement& element, const Level& above) {
     for (XmlElement it = element.FirstChild(); it; it = it.Next()) {
         if (it.Name() == "AdaptationSet")
             readLinked(it, level, [&](const XmlElement& set) { readSet(set, level, period); });
+        else if (it.Name() == "EventStream")
+            addEvents(it, period);
     }
     m_manifest.periods.push_back(std::move(period));
+}
+
+void Parser::addEvents(const XmlElement& element, DashPeriod& period) {
+    for (TimedEvent& event : readEventStream(element, m_url, m_manifest.problems)) {
+        if (m_events++ < kMaxDashEvents)
+            period.events.push_back(std::move(event));
+    }
 }
 
 /// A set that cannot be used is left out; the others stay.

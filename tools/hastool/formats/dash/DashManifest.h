@@ -1,6 +1,7 @@
 // DASH manifests: Media Presentation Descriptions (ISO/IEC 23009-1).
 #pragma once
 
+#include <hastool/formats/TimedEvent.h>
 #include <hastool/net/ByteRange.h>
 
 #include <cstdint>
@@ -81,6 +82,7 @@ struct DashPeriod {
     double start = 0;               ///< seconds since the begin of the presentation
     std::optional<double> duration; ///< seconds; not known for the last one of a live presentation
     std::vector<DashAdaptationSet> sets;
+    std::vector<TimedEvent> events; ///< times count from the begin of the period
 };
 
 /// One UTCTiming: how to read the server's clock.

@@ -40,12 +40,25 @@ DashPresentation::DashPresentation(const Document& document, FetchDocument fetch
     , m_liveTimeout(liveTimeout)
     , m_loader(document, std::move(fetch), time) {
     tellProblems();
+    announceEvents();
     openTracks();
 }
 
 void DashPresentation::tellProblems() {
     for (const std::string& problem : manifest().problems)
         warn(problem);
+}
+
+void DashPresentation::announceEvents() {
+    for (const DashPeriod& period : manifest().periods) {
+        for (TimedEvent event : period.events) {
+            event.id = period.id + "/" + event.id; // streams of several periods count anew
+            event.start += period.start;
+            if (event.end)
+                *event.end += period.start;
+            announce(std::move(event));
+        }
+    }
 }
 
 /// The main track and the audio beside it are those of the first period that has anything to play;
@@ -106,6 +119,7 @@ void DashPresentation::reloadWhenDue() {
         m_loader.reload();
         m_timeline.forget();
         tellProblems();
+        announceEvents();
         for (DashReading& reading : m_readings)
             reading.wait.loaded();
     } catch (const ToolError& error) {

@@ -34,6 +34,7 @@ public:
 private:
     const DashManifest& manifest() const { return m_loader.manifest(); }
     void tellProblems();
+    void announceEvents();
     void openTracks();
     void addTrack(const DashPeriod& period, TrackKind kind);
     void reloadWhenDue();

@@ -75,6 +75,7 @@ private:
     void onCueOut(std::string_view) { m_pending.cue = HlsCue::Out; }
     void onCueIn(std::string_view) { m_pending.cue = HlsCue::In; }
     void onDateTime(std::string_view value);
+    void onDateRange(std::string_view value);
     void onMedia(std::string_view value);
     void onEndList(std::string_view) { m_playlist.ended = true; }
     void onDefine(std::string_view value);
@@ -170,6 +171,7 @@ void Parser::takeTag(std::string_view line) {
         {"#EXT-X-CUE-OUT", &Parser::onCueOut},
         {"#EXT-X-CUE-IN", &Parser::onCueIn},
         {"#EXT-X-PROGRAM-DATE-TIME", &Parser::onDateTime},
+        {"#EXT-X-DATERANGE", &Parser::onDateRange},
         {"#EXT-X-MEDIA", &Parser::onMedia},
         {"#EXT-X-ENDLIST", &Parser::onEndList},
         {"#EXT-X-DEFINE", &Parser::onDefine},
@@ -293,6 +295,16 @@ void Parser::onStreamInf(std::string_view value) {
 /// A date that cannot be read is ignored.
 void Parser::onDateTime(std::string_view value) {
     m_pending.dateTime = parseIsoDateTime(std::string(value));
+}
+
+/// A range that cannot be read is ignored: the media plays without it.
+void Parser::onDateRange(std::string_view value) {
+    auto list = HlsAttributes::parse(value);
+    if (!list || list->substitute(m_playlist.variables))
+        return;
+    auto range = readDateRange(*list);
+    if (range && m_playlist.dateRanges.size() < kMaxDateRanges)
+        m_playlist.dateRanges.push_back(std::move(*range));
 }
 
 void Parser::onMedia(std::string_view value) {

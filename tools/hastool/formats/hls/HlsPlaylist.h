@@ -1,6 +1,7 @@
 // HLS playlists (RFC 8216).
 #pragma once
 
+#include "HlsDateRange.h"
 #include "HlsVariables.h"
 #include <hastool/net/ByteRange.h>
 
@@ -75,6 +76,7 @@ struct HlsPlaylist {
     std::vector<HlsRendition> subtitles;
     bool hasClosedCaptions = false; ///< inside the video
     std::vector<HlsSegment> segments;
+    std::vector<HlsDateRange> dateRanges;
     double targetSeconds = 0;
     uint64_t mediaSequence = 0;
     bool ended = false; ///< no segment will be added
@@ -87,6 +89,7 @@ struct HlsPlaylist {
 /// The most that a playlist may list. A day of one-second segments is 86,400 of them.
 constexpr size_t kMaxSegments = 200000;
 constexpr size_t kMaxVariants = 1000;
+constexpr size_t kMaxDateRanges = 20000; ///< more of them are left out
 constexpr double kMaxSegmentSeconds = 86400;
 
 /// Parses a playlist. Unknown tags are passed over; blank lines and comments may stand anywhere.

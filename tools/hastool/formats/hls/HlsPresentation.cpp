@@ -29,6 +29,8 @@ HlsPresentation::HlsPresentation(const Document& document, const FetchDocument& 
     const auto reader = [&](const HlsVariables* variables) {
         m_readers.emplace_back(
             fetch, [this](const std::string& what) { warn(what); }, liveTimeout, time);
+        if (m_readers.size() == 1)
+            m_readers[0].onEvent([this](TimedEvent event) { announce(std::move(event)); });
         if (variables != nullptr)
             m_readers.back().setVariables(*variables);
     };

@@ -29,6 +29,24 @@ Place placeAt(const HlsPlaylist& playlist, double time) {
     return {playlist.mediaSequence + playlist.segments.size(), begin};
 }
 
+/// When a segment begins, in seconds since the epoch: by its own date, or by the last date before
+/// it. Where dates begin behind it, by the first of them.
+std::optional<double> dateOf(const HlsPlaylist& playlist, const HlsSegment& wanted) {
+    std::optional<double> origin; // the date of the playlist's begin
+    double offset = 0;
+    double wantedOffset = 0;
+    for (const HlsSegment& it : playlist.segments) {
+        if (it.sequence > wanted.sequence && origin)
+            break;
+        if (it.dateTime)
+            origin = *it.dateTime - offset;
+        if (it.sequence == wanted.sequence)
+            wantedOffset = offset;
+        offset += it.seconds;
+    }
+    return origin ? std::optional(*origin + wantedOffset) : std::nullopt;
+}
+
 std::chrono::milliseconds inMilliseconds(double seconds) {
     return std::chrono::milliseconds(static_cast<long long>(seconds * 1000));
 }
@@ -66,6 +84,7 @@ NextPiece HlsTrack::next(size_t stream) {
         return nothingNew(rendition);
     NextPiece result = pieceOf(rendition, *segment);
     result.piece.lost = lost;
+    announceRanges(rendition, *segment);
     m_time += segment->seconds;
     m_sequence = segment->sequence + 1;
     m_wait.end();
@@ -90,6 +109,7 @@ void HlsTrack::take(Rendition& rendition, HlsPlaylist playlist, const std::strin
     rendition.playlist = std::move(playlist);
     rendition.base = base;
     rendition.loaded = true;
+    rendition.announced = false;
 }
 
 /// Loads a live playlist again once that is due. A failure ends the play only after the live
@@ -164,6 +184,20 @@ NextPiece HlsTrack::pieceOf(const Rendition& rendition, const HlsSegment& segmen
         result.piece.advertisement = MediaPiece::Advertisement::Ends;
     result.piece.start = m_time;
     return result;
+}
+
+/// Date ranges are placed by the date of the segment that is read next. A discontinuity may move
+/// the dates.
+void HlsTrack::announceRanges(Rendition& rendition, const HlsSegment& segment) {
+    const bool isMoved = segment.discontinuity && segment.dateTime;
+    if (!m_announce || rendition.playlist.dateRanges.empty() || (rendition.announced && !isMoved))
+        return;
+    const auto date = dateOf(rendition.playlist, segment);
+    if (!date)
+        return;
+    rendition.announced = true;
+    for (const HlsDateRange& range : rendition.playlist.dateRanges)
+        m_announce(eventOf(range, *date - m_time));
 }
 
 MediaPart HlsTrack::mediaOf(const Rendition& rendition, const HlsSegment& segment) const {

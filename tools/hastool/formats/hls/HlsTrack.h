@@ -4,6 +4,7 @@
 #include "HlsPlaylist.h"
 #include <hastool/formats/LiveWait.h>
 #include <hastool/formats/Presentation.h>
+#include <hastool/formats/TimedEvent.h>
 
 #include <chrono>
 #include <functional>
@@ -24,6 +25,7 @@ class HlsTrack {
 public:
     /// Takes a warning about what was left out of a playlist.
     using Warn = std::function<void(const std::string& what)>;
+    using Announce = std::function<void(TimedEvent event)>;
 
     /// @param liveTimeout  how long a live stream may stay without a new segment
     HlsTrack(FetchDocument fetch, Warn warn, std::chrono::milliseconds liveTimeout,
@@ -33,6 +35,8 @@ public:
         , m_clock(time)
         , m_wait(liveTimeout, time) {}
 
+    /// Takes the events of its playlists, which come again whenever a playlist is loaded.
+    void onEvent(Announce announce) { m_announce = std::move(announce); }
     /// The variables that its playlists may import.
     void setVariables(const HlsVariables& variables) { m_variables = variables; }
     /// Adds a stream by the URL of its playlist, which is loaded when it is first read.
@@ -54,7 +58,8 @@ private:
         bool loaded = false;
         HlsPlaylist playlist;
         Clock::time_point loadedAt;
-        bool changed = true; ///< by the last load
+        bool changed = true;    ///< by the last load
+        bool announced = false; ///< the events of the last load
     };
 
     void load(Rendition& rendition);
@@ -65,6 +70,7 @@ private:
     const HlsSegment* find(const Rendition& rendition, uint64_t& lost) const;
     NextPiece nothingNew(const Rendition& rendition);
     NextPiece pieceOf(const Rendition& rendition, const HlsSegment& segment);
+    void announceRanges(Rendition& rendition, const HlsSegment& segment);
     MediaPart mediaOf(const Rendition& rendition, const HlsSegment& segment) const;
     MediaPart initOf(const Rendition& rendition, const HlsSegment& segment) const;
     /// @throws ToolError for an encryption of another kind
@@ -75,6 +81,7 @@ private:
 
     FetchDocument m_fetch;
     Warn m_warn;
+    Announce m_announce;
     std::optional<HlsVariables> m_variables;
     TimeSource m_clock;
     std::vector<Rendition> m_renditions;
