@@ -1,11 +1,14 @@
 // A URL and, behind a line feed, a reference that is resolved against it.
 #include <Hascommon/GURL.h>
+#include <Hascommon/detail/PlainUrl.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+
+#include <curl/curl.h>
 
 namespace {
 
@@ -35,6 +38,32 @@ void checkValid(const GURL& url) {
         require(c > ' ' && c < 0x7F, "printable characters only", url);
 }
 
+std::string partOf(CURLU* url, CURLUPart part) {
+    char* text = nullptr;
+    if (curl_url_get(url, part, &text, CURLU_NO_DEFAULT_PORT) != CURLUE_OK)
+        return {};
+    const std::string copy(text);
+    curl_free(text);
+    return copy;
+}
+
+/// What is taken apart without libcurl is what libcurl makes of it.
+void checkPlain(const std::string& text) {
+    const auto plain = hascommon::detail::readPlainUrl(text);
+    if (!plain)
+        return;
+    CURLU* const peer = curl_url();
+    const bool same = curl_url_set(peer, CURLUPART_URL, text.c_str(), 0) == CURLUE_OK &&
+                      partOf(peer, CURLUPART_URL) == text &&
+                      partOf(peer, CURLUPART_SCHEME) == plain->scheme &&
+                      partOf(peer, CURLUPART_HOST) == plain->host &&
+                      partOf(peer, CURLUPART_PORT) == plain->port &&
+                      partOf(peer, CURLUPART_PATH) == plain->path &&
+                      partOf(peer, CURLUPART_QUERY) == plain->query;
+    curl_url_cleanup(peer);
+    require(same, "a plain URL is what libcurl makes of it", GURL(text));
+}
+
 void check(const GURL& url) {
     if (url.is_valid()) {
         checkValid(url);
@@ -49,6 +78,7 @@ void check(const GURL& url) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string input(reinterpret_cast<const char*>(data), size);
     const size_t lineFeed = input.find('\n');
+    checkPlain(input.substr(0, lineFeed));
     const GURL url(input.substr(0, lineFeed));
     check(url);
     if (lineFeed == std::string::npos)

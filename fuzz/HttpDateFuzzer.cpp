@@ -1,5 +1,6 @@
 // Dates, read with a libcurl whose time_t has 32 bits: the result must be that of 64 bits.
 #include <Hasnet/detail/HttpDate.h>
+#include <Hasnet/detail/ImfDate.h>
 
 #include <Input.h>
 
@@ -46,6 +47,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string bytes(reinterpret_cast<const char*>(data), size);
     const std::string text(bytes.c_str()); // up to the first zero byte
     const std::int64_t wide = readDateByCurl(text.c_str());
+    const std::int64_t fixed = hascommon::detail::readImfDate(text);
+    fuzz::require(fixed < 0 || fixed == wide);
     const std::int64_t narrow = hascommon::detail::readHttpDate(text, readShort);
     if (wide >= 0 && !mayHaveZone(text) && !hasLooseColon(text))
         fuzz::require(narrow == wide);

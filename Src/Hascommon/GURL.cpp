@@ -1,6 +1,7 @@
 #include <Hascommon/GURL.h>
 
 #include <Hascommon/detail/CurlUrl.h>
+#include <Hascommon/detail/PlainUrl.h>
 
 namespace hascommon {
 namespace {
@@ -57,6 +58,16 @@ std::string canonical(std::string text, CurlUrl& url) {
 } // namespace
 
 GURL::GURL(const std::string& url) {
+    if (const auto plain = detail::readPlainUrl(url)) {
+        m_valid = true;
+        m_spec = url;
+        m_scheme = plain->scheme;
+        m_host = plain->host;
+        m_port = plain->port;
+        m_path = plain->path;
+        m_query = plain->query;
+        return;
+    }
     CurlUrl parts;
     m_spec = canonical(encoded(url), parts);
     m_valid = !m_spec.empty();

@@ -1,6 +1,7 @@
 #include <Hasnet/detail/HttpDate.h>
 
 #include <Hascommon/detail/Number.h>
+#include <Hasnet/detail/ImfDate.h>
 
 #include <algorithm>
 #include <cctype>
@@ -134,6 +135,9 @@ std::int64_t readDateByCurl(const char* text) {
 }
 
 std::int64_t readHttpDate(const std::string& text) {
+    const std::int64_t date = readImfDate(text);
+    if (date != kNoDate)
+        return date;
     if constexpr (sizeof(std::time_t) >= sizeof(std::int64_t))
         return readDateByCurl(text.c_str());
     return readHttpDate(text, readDateByCurl);

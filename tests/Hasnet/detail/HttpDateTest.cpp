@@ -1,4 +1,5 @@
 #include <Hasnet/detail/HttpDate.h>
+#include <Hasnet/detail/ImfDate.h>
 
 #include <gtest/gtest.h>
 
@@ -12,6 +13,7 @@ namespace {
 
 using hascommon::detail::readDateByCurl;
 using hascommon::detail::readHttpDate;
+using hascommon::detail::readImfDate;
 
 /// libcurl's reading where time_t has 32 bits: -1 for a date that does not fit.
 std::int64_t readShort(const char* text) {
@@ -65,6 +67,41 @@ TEST(HttpDate, WhatIsNoDateStaysNone) {
         EXPECT_LT(readHttpDate(text), 0) << text;
         EXPECT_LT(readHttpDate(text, readShort), 0) << text;
     }
+}
+
+TEST(ImfDate, IsReadAsLibcurlReadsIt) {
+    constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    for (int year : {1970, 1972, 1999, 2000, 2001, 2026, 2100, 2400, 9999}) {
+        for (const char* month : kMonths) {
+            for (int day = 1; day <= 31; ++day) {
+                const std::string text = "Sun, " + std::string(day < 10 ? "0" : "") +
+                                         std::to_string(day) + " " + month + " " +
+                                         std::to_string(year) + " 08:49:37 GMT";
+                const std::int64_t date = readImfDate(text);
+                if (date >= 0) {
+                    EXPECT_EQ(date, readDateByCurl(text.c_str())) << text;
+                } else {
+                    EXPECT_GE(day, 29) << text;
+                }
+            }
+        }
+    }
+    EXPECT_EQ(readImfDate("Thu, 01 Jan 1970 00:00:00 GMT"), 0);
+    EXPECT_EQ(readImfDate("Fri, 31 Dec 9999 23:59:59 GMT"), 253402300799);
+}
+
+TEST(ImfDate, LeavesEveryOtherFormToTheReader) {
+    for (const char* text : {"", "Sun, 06 Nov 1994 08:49:37", "Sun, 06 Nov 1994 08:49:37 UTC",
+                             "Sun, 06 Nov 1994 08:49:37 GMT ", "Sun 06 Nov 1994  08:49:37 GMT",
+                             "sun, 06 Nov 1994 08:49:37 GMT", "Sun, 06 nov 1994 08:49:37 GMT",
+                             "Sun, 06 Nvo 1994 08:49:37 GMT", "Xyz, 06 Nov 1994 08:49:37 GMT",
+                             "Sun,  6 Nov 1994 08:49:37 GMT", "Sun, 00 Nov 1994 08:49:37 GMT",
+                             "Sun, 31 Nov 1994 08:49:37 GMT", "Sun, 06 Nov 1969 08:49:37 GMT",
+                             "Sun, 06 Nov 1994 24:49:37 GMT", "Sun, 06 Nov 1994 08:60:37 GMT",
+                             "Sun, 06 Nov 1994 08:49:60 GMT", "Sun, -6 Nov 1994 08:49:37 GMT",
+                             "Sunday, 06-Nov-94 08:49:37 GMT", "n S, 06 Nov 1994 08:49:37 GMT"})
+        EXPECT_EQ(readImfDate(text), -1) << text;
 }
 
 } // namespace
