@@ -259,6 +259,17 @@ void CHttpCookie::delUsrDefCookie() {
 
 std::string CHttpCookie::getCookieFromPool(std::string url) {
     HAS_LOG("getCookieFromPool start >>>");
+    std::string text = hasCookies() ? cookiesFor(url) : std::string();
+    HAS_LOG("<<< getCookieFromPool end");
+    return text;
+}
+
+bool CHttpCookie::hasCookies() {
+    const LockGuard<Mutex> guard(m_mutex);
+    return !m_cookieList->empty() || !m_userCookie->empty();
+}
+
+std::string CHttpCookie::cookiesFor(const std::string& url) {
     const GURL request(url);
     const std::string& host = request.host();
     const std::string& path = request.path();
@@ -277,7 +288,6 @@ std::string CHttpCookie::getCookieFromPool(std::string url) {
         if (!userMatch.empty())
             appendPair(text, *userMatch.front());
     }
-    HAS_LOG("<<< getCookieFromPool end");
     return text;
 }
 

@@ -176,6 +176,8 @@ public:
 
 private:
     std::string textToSave(bool sessionOnly, long long now) HAS_REQUIRES(m_mutex);
+    HAS_LOCAL bool hasCookies();
+    HAS_LOCAL std::string cookiesFor(const std::string& url);
 
     /// Held while a file is written, so that an older state cannot come after a newer one; taken
     /// before m_mutex, which no file operation holds up.

@@ -10,9 +10,21 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace hascommon::detail {
+
+namespace {
+
+/// Whether the line can be one that is read here: a status line, Date, Location, Set-Cookie or the
+/// end of the headers. Most are not.
+bool mayBeRead(std::string_view line) {
+    constexpr std::string_view kFirst = "HDdLlSs\r\n";
+    return !line.empty() && kFirst.find(line.front()) != std::string_view::npos;
+}
+
+} // namespace
 
 HeaderIntake::HeaderIntake(ItemLock& lock, UrlInfoTable& urlInfo, CHttpCookie& cookieJar)
     : m_lock(lock)
@@ -36,6 +48,8 @@ void HeaderIntake::OnHeaderDownload(UnitObject* unit, const char* text, unsigned
         HAS_LOG_NO_UNIT();
         return;
     }
+    if (!mayBeRead({text, length}))
+        return;
     const std::string line(text, length);
     if (line.size() >= kShortestDate && has_strncasecmp(line.c_str(), "Date", 4) == 0) {
         const std::int64_t date = readHttpDate(fieldValue(line));
