@@ -35,7 +35,7 @@ UnitObject* CompletionWait::Wait(int& code, long& date, int timeoutMs) {
     const auto end = timeoutMs < 0 ? Clock::time_point::max()
                                    : Clock::now() + std::chrono::milliseconds(timeoutMs);
     for (;;) {
-        {
+        if (timeoutMs == 0 || mayEnd()) {
             const ItemGuard lock(m_pass.lock);
             if (UnitObject* unit = m_table.TakeCompleted(code, date))
                 return unit;
@@ -50,25 +50,40 @@ UnitObject* CompletionWait::Wait(int& code, long& date, int timeoutMs) {
     }
 }
 
+/// Whether it is worth taking the lock, which a pass is likely to hold.
+bool CompletionWait::mayEnd() const {
+    return m_table.AnyCompleted() || m_queue.Quit() || m_pass.InPass();
+}
+
 void CompletionWait::waitStep(int timeoutMs) {
-    pollfd watched[] = {{m_table.CompletionFd(), POLLIN, 0},
+    if (m_queue.Quit())
+        waitForUnit(shorter(timeoutMs, kLookMs));
+    else if (m_queue.Looping())
+        waitForUnit(fallback(timeoutMs));
+    else if (m_pass.Runs())
+        waitForUnit(shorter(timeoutMs, kLookMs));
+    else if (m_pass.Process(shorter(timeoutMs, Pass::kMaxWaitMs)) == 0 && !m_pass.HasTransfers())
+        waitForWork(fallback(timeoutMs));
+}
+
+void CompletionWait::waitForUnit(int timeoutMs) {
+    const WakeEvent::Wait completion(m_table.Waiting());
+    pollfd watched[] = {{completion.Descriptor(), POLLIN, 0}, {m_queue.EndedFd(), POLLIN, 0}};
+    poll(watched, m_queue.Quit() ? 1 : 2, timeoutMs);
+}
+
+void CompletionWait::waitForWork(int timeoutMs) {
+    const WakeEvent::Wait completion(m_table.Waiting());
+    const WakeEvent::Wait work(m_pass.wake);
+    pollfd watched[] = {{completion.Descriptor(), POLLIN, 0},
                         {m_queue.EndedFd(), POLLIN, 0},
-                        {m_pass.wake.Descriptor(), POLLIN, 0}};
-    if (m_queue.Quit()) {
-        poll(watched, 1, shorter(timeoutMs, kLookMs));
-    } else if (m_queue.Looping()) {
-        poll(watched, 2, fallback(timeoutMs));
-    } else if (m_pass.Runs()) {
-        poll(watched, 2, shorter(timeoutMs, kLookMs));
-    } else if (m_pass.Process(shorter(timeoutMs, Pass::kMaxWaitMs)) == 0 &&
-               !m_pass.HasTransfers()) {
-        poll(watched, 3, fallback(timeoutMs)); // until there is something for a pass to do
-    }
+                        {work.Descriptor(), POLLIN, 0}};
+    poll(watched, 3, timeoutMs);
 }
 
 /// Without a descriptor nothing would end the wait.
 int CompletionWait::fallback(int timeoutMs) const {
-    const bool hasAll = m_table.CompletionFd() >= 0 && m_queue.EndedFd() >= 0;
+    const bool hasAll = m_table.Waiting().CanFire() && m_queue.EndedFd() >= 0;
     return hasAll ? timeoutMs : shorter(timeoutMs, kLookMs);
 }
 

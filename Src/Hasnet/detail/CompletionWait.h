@@ -24,7 +24,11 @@ public:
     UnitObject* Wait(int& code, long& date, int timeoutMs);
 
 private:
+    bool mayEnd() const;
     void waitStep(int timeoutMs);
+    void waitForUnit(int timeoutMs);
+    /// Also until there is something for a pass to do.
+    void waitForWork(int timeoutMs);
     int fallback(int timeoutMs) const;
 
     UnitTable& m_table;

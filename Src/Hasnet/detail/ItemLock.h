@@ -47,6 +47,8 @@ public:
     /// itself: in what libcurl calls. Debug and sanitizer builds end the program where it is not
     /// so.
     void AssertHeld() const HAS_ASSERT_CAPABILITY(itemLock);
+    /// How deep this thread holds the lock.
+    unsigned int Depth() const HAS_REQUIRES(itemLock) { return m_depth; }
     /// Whether another thread waits for the lock.
     bool HasWaiters() const { return m_waiters > 0; }
     /// Is free at every depth for a moment where another thread waits, which then comes first.

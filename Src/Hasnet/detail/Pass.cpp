@@ -4,6 +4,7 @@
 
 #include <Hasnet/Curl.h>
 #include <Hasnet/detail/Engine.h>
+#include <Hasnet/detail/ItemRelease.h>
 #include <Hasnet/detail/Outcome.h>
 #include <Hasnet/detail/ResultCode.h>
 #include <Hasnet/detail/TrafficWait.h>
@@ -19,6 +20,9 @@ namespace {
 
 /// A pass that has traffic goes on as long as this before it reaps and lets the loop take a turn.
 constexpr std::chrono::milliseconds kBurst{20};
+/// While more transfers than one have finished, passes reap without performing before each, but for
+/// no longer than this: a loop that sleeps between its passes performs in every one.
+constexpr std::chrono::milliseconds kFresh{1};
 
 } // namespace
 
@@ -51,6 +55,7 @@ Pass::Pass(Curl& front, ICurlFactory& factory, UnitTable& table, RequestQueue& q
 
 int Pass::Process(int maxWaitMs) {
     const ItemGuard guard(lock);
+    letAnotherEnd();
     if (Runs())
         return 0; // One stands on another thread's stack, or below this callback.
     const int result = m_queue.Quit() ? 0 : run(maxWaitMs);
@@ -60,9 +65,17 @@ int Pass::Process(int maxWaitMs) {
     return result;
 }
 
+/// Two threads that both run passes take turns, also where one would wait for traffic.
+void Pass::letAnotherEnd() {
+    while (m_asleep && !InPass()) {
+        wake.Signal();
+        const ItemRelease release(lock);
+        std::this_thread::yield();
+    }
+}
+
 int Pass::run(int maxWaitMs) {
     const Mark mark(*this);
-    wake.Drain();
     // One that waited for its resume: there is no traffic to wait for.
     const int result = CompleteHeld();
     if (result != 0 || m_queue.Quit())
@@ -131,9 +144,11 @@ void Pass::ApplyPause(UnitObject& unit) {
 // ---- Performing and waiting --------------------------------------------------------------------
 
 void Pass::RunTransfers(int maxWaitMs) {
+    if (m_unreaped > 0 && std::chrono::steady_clock::now() < m_performed + kFresh)
+        return;
     int running = PerformAll();
     // Looked at behind Drain(), which may have swallowed the signal of an owner that waits.
-    if (running <= 0 || WaitForTraffic(MayGoOn(running) ? maxWaitMs : 0) < 0)
+    if (!MayGoOn(running) || WaitForTraffic(maxWaitMs) < 0)
         return;
     const auto until = std::chrono::steady_clock::now() + kBurst;
     do {
@@ -142,10 +157,12 @@ void Pass::RunTransfers(int maxWaitMs) {
 }
 
 int Pass::PerformAll() {
+    wake.Drain();
     ApplyRequests();
     int running = 0;
     while (m_multi->Perform(running)) {
     }
+    m_performed = std::chrono::steady_clock::now();
     return running;
 }
 
@@ -155,11 +172,26 @@ bool Pass::MayGoOn(int running) const {
 }
 
 int Pass::WaitForTraffic(int timeoutMs) {
-    return waitForTraffic(*m_multi, wake.Descriptor(), highSockets, timeoutMs);
+    const WakeEvent::Wait wait(wake);
+    // Where the lock is this pass's alone, owners need not wait until the pass is woken. They do
+    // not touch the multi handle, and another pass does not begin.
+    if (timeoutMs == 0 || lock.Depth() != 1)
+        return waitForTraffic(*m_multi, wait.Descriptor(), highSockets, timeoutMs);
+    m_asleep = true;
+    int result = 0;
+    {
+        const ItemRelease release(lock);
+        result = waitForTraffic(*m_multi, wait.Descriptor(), highSockets, timeoutMs);
+    }
+    m_asleep = false;
+    return result;
 }
 
 int Pass::ProgressCB(void* pointer, double, double, double, double) {
     const auto* unit = static_cast<UnitObject*>(pointer);
+    ItemLock& lock = unit->engine.pass.lock;
+    lock.AssertHeld();
+    lock.LetWaitersIn(); // libcurl calls this for every transfer that it looks at.
     const bool stop = unit->engine.queue.Quit() || !unit->InUse() || unit->IsAborted();
     return stop ? -1 : 0;
 }
@@ -167,9 +199,9 @@ int Pass::ProgressCB(void* pointer, double, double, double, double) {
 // ---- Reaping and completing --------------------------------------------------------------------
 
 int Pass::ReapOne() {
-    int left = 0;
     CurlMsg msg{};
-    if (m_multi->InfoRead(left, msg) == 0)
+    m_unreaped = 0;
+    if (m_multi->InfoRead(m_unreaped, msg) == 0)
         return 0;
     auto* unit = static_cast<UnitObject*>(msg.privateData);
     if (msg.result == CURLE_ABORTED_BY_CALLBACK)

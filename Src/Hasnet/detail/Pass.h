@@ -11,6 +11,7 @@
 #include <Hasnet/detail/WakeEvent.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -60,6 +61,7 @@ public:
 private:
     class Mark;
 
+    void letAnotherEnd() HAS_REQUIRES(itemLock);
     int run(int maxWaitMs) HAS_REQUIRES(itemLock);
     void ApplyRequests() HAS_REQUIRES(itemLock);
     void AddBegun(UnitObject& unit) HAS_REQUIRES(itemLock);
@@ -83,7 +85,10 @@ private:
         m_multi HAS_PT_GUARDED_BY(itemLock);
     std::atomic<std::thread::id> m_thread{};
     std::atomic<int> m_handles{0};
+    bool m_asleep HAS_GUARDED_BY(itemLock) = false; ///< the pass waits, without the lock
     bool m_pausesDue HAS_GUARDED_BY(itemLock) = false;
+    int m_unreaped HAS_GUARDED_BY(itemLock) = 0; ///< finished transfers that libcurl still tells of
+    std::chrono::steady_clock::time_point m_performed HAS_GUARDED_BY(itemLock);
 };
 
 } // namespace hascommon::detail

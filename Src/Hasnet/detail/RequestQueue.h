@@ -17,7 +17,8 @@ class RequestQueue {
 public:
     /// @param wake  tells the pass of a request
     explicit RequestQueue(WakeEvent& wake)
-        : m_wake(wake) {}
+        : m_wake(wake)
+        , m_endedFd(m_ended.Descriptor()) {}
 
     /// Hands a request to the pass; refused once the engine has quit, and when a reset has made
     /// the request's key stale.
@@ -36,7 +37,7 @@ public:
     /// Whether the engine has been ended and not opened again.
     bool Quit() const { return m_quit; }
     /// Readable while that is so; -1 where the system had no descriptor.
-    int EndedFd() const { return m_ended.Descriptor(); }
+    int EndedFd() const { return m_endedFd; }
 
     /// Whether the transfer thread is to end; it counts as ended from then on.
     bool EndsLoop();
@@ -49,6 +50,7 @@ private:
     std::atomic<unsigned int> m_key{0};
     std::atomic<bool> m_quit{false};
     WakeEvent m_ended;
+    const int m_endedFd;
     std::atomic<bool> m_looping{false};
     /// Whether there are any requests, for a pass that looks often.
     std::atomic<bool> m_anyBegun{false};

@@ -37,13 +37,16 @@ bool UnitTable::Complete(UnitObject& unit) {
     if (!unit.state.Change(UnitState::Completed))
         return false;
     m_completed.push_back(&unit);
+    m_anyCompleted = true;
     m_waiting.Signal();
     return true;
 }
 
 UnitObject* UnitTable::TakeCompleted(int& code, long& date) {
-    if (m_completed.empty())
+    if (m_completed.empty()) {
+        tellWhenEmpty();
         return nullptr;
+    }
     UnitObject* unit = m_completed.front();
     m_completed.pop_front();
     tellWhenEmpty();
@@ -64,9 +67,13 @@ void UnitTable::forget(const UnitObject& unit) {
     tellWhenEmpty();
 }
 
+/// Also where nothing was there to take: a wait that began just as the last unit was taken may have
+/// brought its signal back.
 void UnitTable::tellWhenEmpty() {
-    if (m_completed.empty())
-        m_waiting.Drain();
+    if (!m_completed.empty())
+        return;
+    m_anyCompleted = false;
+    m_waiting.Drain();
 }
 
 bool UnitTable::AnyToComplete() const {

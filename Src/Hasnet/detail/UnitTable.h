@@ -8,6 +8,7 @@
 #include <Hasnet/detail/UrlInfoTable.h>
 #include <Hasnet/detail/WakeEvent.h>
 
+#include <atomic>
 #include <deque>
 #include <string>
 
@@ -34,10 +35,14 @@ public:
     /// The unit that has waited longest, with its code and the response's date; null, and both
     /// untouched, when none waits.
     UnitObject* TakeCompleted(int& code, long& date) HAS_REQUIRES(itemLock);
+    /// Whether any waits. Any thread; without the lock it may be so no longer.
+    bool AnyCompleted() const { return m_anyCompleted; }
     /// Whether a unit in use has not completed, and so may still come to wait.
     bool AnyToComplete() const HAS_REQUIRES(itemLock);
     /// Readable while a unit waits; -1 where the system had no descriptor. Any thread.
     int CompletionFd() const { return m_waiting.Descriptor(); }
+    /// What fires when a unit comes to wait.
+    const WakeEvent& Waiting() const { return m_waiting; }
     /// Frees the slot of a completed unit, whether or not it still waits for its owner.
     void Collect(UnitObject& unit) HAS_REQUIRES(itemLock);
 
@@ -52,6 +57,7 @@ private:
 
     std::deque<UnitObject> m_units;
     std::deque<UnitObject*> m_completed HAS_GUARDED_BY(itemLock);
+    std::atomic<bool> m_anyCompleted{false};
     WakeEvent m_waiting; ///< stands while there are completed units
 
     Mutex m_beginMutex;
