@@ -111,6 +111,14 @@ public:
     ///         nothing changes, and without memory, when no extra lines are sent at all
     bool SetRequestHeaders(const std::vector<std::string>& lines);
 
+    /// Limits how long a connection may take to stand for later requests: name look-up, TCP and TLS
+    /// together, of each hop of a redirect. A transfer that comes to the limit ends with -53, as
+    /// time-outs do, and is not retried. A unit that is paused and resumed before its connection
+    /// stands gets the limits that Resume() sets in its place. SetConnTimeout(), which platforms
+    /// call with values of their own, has no part in it. Any thread.
+    /// @param milliseconds  0 or below for libcurl's own limit, five minutes
+    void SetConnectLimit(int milliseconds);
+
     /// Turns the verification of servers' certificates on or off for later requests; off at first.
     void SetVerifyPeer(bool verify);
 
@@ -139,6 +147,14 @@ public:
     /// Reads what is known of a download so far; any thread may call until EndDownload().
     /// @return false for a null unit
     bool GetUnitInfo(UnitObject* unit, UnitInfo& info);
+
+    /// Reads the header lines that have come for a download so far, as the servers sent them, each
+    /// with its end of line. Every response begins with its status line and ends with an empty line
+    /// where it has come that far: interim ones (1xx) and those of redirects first, the last one
+    /// last. Behind 64 KiB nothing more is kept. Any thread may call until EndDownload().
+    /// @param lines  receives the text; empty where nothing has come
+    /// @return false for a null unit; `lines` is then untouched
+    bool GetResponseHeaders(UnitObject* unit, std::string& lines);
 
     /// Reads how a download that has completed went, in libcurl's terms: the unit code merges most
     /// failures, see ICurl. To be called before EndDownload(), from any thread; it tells of the

@@ -54,6 +54,10 @@ void Curl::SetCaFile(const std::string& path) {
     m_engine->setup.Set(&RequestOptions::caFile, path);
 }
 
+void Curl::SetConnectLimit(int milliseconds) {
+    m_engine->setup.Set(&RequestOptions::connectLimitMs, milliseconds);
+}
+
 void Curl::SetConnTimeout(int timeout) {
     m_engine->setup.connTimeout = timeout;
 }
@@ -169,6 +173,16 @@ bool Curl::GetUnitInfo(UnitObject* unit, UnitInfo& info) {
     info.received = static_cast<long long>(unit->received.load());
     info.contentLength = total == 0 ? -1 : static_cast<long long>(total);
     info.infoIndex = unit->infoIndex;
+    return true;
+}
+
+bool Curl::GetResponseHeaders(UnitObject* unit, std::string& lines) {
+    if (unit == nullptr) {
+        HAS_LOG_NO_UNIT();
+        return false;
+    }
+    const ItemGuard lock(m_engine->pass.lock);
+    lines = unit->headerLines;
     return true;
 }
 

@@ -3,6 +3,9 @@
 #include <support/LogCapture.h>
 #include <support/Nginx.h>
 #include <support/Proxy.h>
+#include <support/SilentPort.h>
+
+#include <Hasnet/ResultCode.h>
 
 #include <gmock/gmock.h>
 
@@ -52,6 +55,63 @@ TEST_F(CurlOptionsTest, StoredTimeOutsAreNotApplied) {
     engine->SetLowSpeedTimeout(1);
     origin.on("/slow", Reply().body("x").delayed(1200ms));
     EXPECT_EQ(fetchPath("/slow"), 0);
+}
+
+TEST_F(CurlOptionsTest, ConnectLimitEndsAConnectionThatDoesNotStand) {
+    const test::SilentPort port;
+    engine->SetConnectLimit(100);
+    engine->StartLoop();
+    UnitObject* unit = begin(port.url("https"));
+    ASSERT_TRUE(completes(unit));
+    hascommon::DownloadFailure failure;
+    EXPECT_TRUE(engine->GetFailure(unit, failure));
+    EXPECT_EQ(failure.curlCode, CURLE_OPERATION_TIMEDOUT);
+    EXPECT_EQ(engine->EndDownload(unit), hascommon::RESULT_TIMEOUT);
+}
+
+TEST_F(CurlOptionsTest, ConnectLimitLeavesAnswersTheirTime) {
+    engine->SetConnectLimit(100);
+    origin.on("/slow", Reply().body("x").delayed(300ms));
+    EXPECT_EQ(fetchPath("/slow"), 0);
+    engine->SetConnectLimit(0);
+    EXPECT_EQ(fetchPath("/a"), 0);
+}
+
+TEST_F(CurlOptionsTest, ResponseHeadersAreToldAsTheyCame) {
+    origin.on("/r", Reply().redirect("/h").header("X-Hop", "1"));
+    origin.on("/h", Reply().body("x").header("ETag", "\"v 1\""));
+    engine->StartLoop();
+    UnitObject* unit = beginPath("/r");
+    ASSERT_TRUE(completes(unit));
+    std::string lines = "untouched";
+    EXPECT_FALSE(engine->GetResponseHeaders(nullptr, lines));
+    EXPECT_EQ(lines, "untouched");
+    EXPECT_TRUE(engine->GetResponseHeaders(unit, lines));
+    const size_t last = lines.rfind("HTTP/1.1 200 ");
+    ASSERT_NE(last, std::string::npos) << lines;
+    EXPECT_EQ(lines.rfind("HTTP/1.1 302 ", 0), 0U) << lines;
+    EXPECT_LT(lines.find("\r\nX-Hop: 1\r\n"), last);
+    EXPECT_GT(lines.find("\r\nETag: \"v 1\"\r\n"), last);
+    EXPECT_EQ(lines.substr(lines.size() - 4), "\r\n\r\n");
+    engine->EndDownload(unit);
+
+    unit = beginPath("/a"); // in the same slot
+    ASSERT_TRUE(completes(unit));
+    EXPECT_TRUE(engine->GetResponseHeaders(unit, lines));
+    EXPECT_EQ(lines.find("302"), std::string::npos) << lines;
+    engine->EndDownload(unit);
+}
+
+TEST_F(CurlOptionsTest, ResponseHeadersAreKeptWithinBounds) {
+    origin.on("/flood", Reply().body("x").headerFlood(90, 1000));
+    engine->StartLoop();
+    UnitObject* unit = beginPath("/flood");
+    ASSERT_TRUE(completes(unit));
+    std::string lines;
+    EXPECT_TRUE(engine->GetResponseHeaders(unit, lines));
+    EXPECT_GT(lines.size(), 60000U);
+    EXPECT_LE(lines.size(), 65536U);
+    EXPECT_EQ(engine->EndDownload(unit), 0);
 }
 
 TEST_F(CurlOptionsTest, SetCookieComesBackInTheNextRequest) {

@@ -82,6 +82,8 @@ void setAgent(ICurlEasy& easy, const EasyRequest& request) {
 void setBounds(ICurlEasy& easy, const EasyRequest& request) {
     easy.SetOpt(CURLOPT_PROTOCOLS_STR, "http,https");
     easy.SetOpt(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    if (request.options->connectLimitMs > 0)
+        easy.SetOpt(CURLOPT_CONNECTTIMEOUT_MS, asOption(request.options->connectLimitMs));
     easy.SetOpt(CURLOPT_MAXREDIRS, asOption(kMaxRedirects));
     // A proxy's answer to CONNECT is not the server's: no cookie or date is taken from it.
     easy.SetOpt(CURLOPT_SUPPRESS_CONNECT_HEADERS, asOption(1));

@@ -17,6 +17,9 @@ namespace hascommon::detail {
 
 namespace {
 
+/// What is kept of a download's header lines for its owner.
+constexpr std::size_t kMostHeaderBytes = 65536;
+
 /// Whether the line can be one that is read here: a status line, Date, Location, Set-Cookie or the
 /// end of the headers. Most are not.
 bool mayBeRead(std::string_view line) {
@@ -48,6 +51,8 @@ void HeaderIntake::OnHeaderDownload(UnitObject* unit, const char* text, unsigned
         HAS_LOG_NO_UNIT();
         return;
     }
+    if (unit->headerLines.size() + length <= kMostHeaderBytes)
+        unit->headerLines.append(text, length);
     if (!mayBeRead({text, length}))
         return;
     const std::string line(text, length);

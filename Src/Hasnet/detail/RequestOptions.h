@@ -13,6 +13,7 @@ struct RequestOptions {
     std::string agent;
     std::string caFile;
     bool verifyPeer = false;
+    int connectLimitMs = 0; ///< 0 or below for libcurl's own
     HeaderList headerList;
 };
 

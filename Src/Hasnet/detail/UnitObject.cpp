@@ -35,6 +35,7 @@ void UnitObject::Prepare(const std::string& newUrl, int index, bool newKeepInfo,
     report = {};
     location.clear();
     hopLocation.clear();
+    headerLines.clear();
     inHeaders = false;
     limitsDue = false;
     finished = false;

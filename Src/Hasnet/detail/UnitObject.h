@@ -84,6 +84,9 @@ public:
     /// Where the response whose headers are coming in redirects to.
     std::string hopLocation HAS_GUARDED_BY(detail::itemLock);
 
+    /// The responses' header lines as they came.
+    std::string headerLines HAS_GUARDED_BY(detail::itemLock);
+
     /// How the transfer went, once libcurl is done with it.
     DownloadFailure report HAS_GUARDED_BY(detail::itemLock);
 
