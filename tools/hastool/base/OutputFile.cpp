@@ -29,6 +29,8 @@ OutputFile::OutputFile(std::string path, Mode mode)
     , m_writtenPath(m_path) {
     if (mode == Mode::Replace && isReplaceable(m_path))
         m_writtenPath += ".part";
+    if (m_writtenPath != m_path)
+        unlink(noteOfPart(m_writtenPath).c_str());
     m_fd = open(m_writtenPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode);
     if (m_fd < 0)
         throw ToolError(m_path, std::string("cannot be written: ") + std::strerror(errno));
@@ -79,6 +81,10 @@ void OutputFile::commit() {
     if (std::rename(m_writtenPath.c_str(), m_path.c_str()) != 0)
         throw ToolError(m_path, std::string("cannot be written: ") + std::strerror(errno));
     m_writtenPath = m_path;
+}
+
+std::string noteOfPart(const std::string& partPath) {
+    return partPath + ".json";
 }
 
 void OutputFile::close() {

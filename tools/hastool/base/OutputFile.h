@@ -17,7 +17,8 @@ public:
         Replace, ///< written as FILE.part until commit() renames it; a device or pipe is Direct
     };
 
-    /// Opens the file. @throws ToolError with the path when that fails
+    /// Opens the file. What was remembered of an earlier FILE.part is forgotten. @throws ToolError
+    /// with the path when that fails
     OutputFile(std::string path, Mode mode);
     /// The standard output, written as it comes.
     static OutputFile standardOutput();
@@ -44,5 +45,8 @@ private:
     int m_fd = -1;
     std::string m_failure;
 };
+
+/// Where it is remembered what a FILE.part has, so that a later download may go on with it.
+std::string noteOfPart(const std::string& partPath);
 
 } // namespace hastool

@@ -52,6 +52,10 @@ void showUrls() {
     g_showsUrls = true;
 }
 
+bool showsUrls() {
+    return g_showsUrls;
+}
+
 std::string withoutSecrets(const std::string& text) {
     if (g_showsUrls)
         return text;

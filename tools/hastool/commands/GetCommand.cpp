@@ -5,10 +5,15 @@
 #include "EngineFlags.h"
 #include "ExitCode.h"
 #include "FileName.h"
+#include "UrlList.h"
+#include <hastool/base/ByteSource.h>
 #include <hastool/base/Interrupt.h>
 #include <hastool/base/ShownUrl.h>
 #include <hastool/base/ToolError.h>
+#include <hastool/net/ResultText.h>
 #include <hastool/ui/StandardOutput.h>
+
+#include <Hasnet/ResultCode.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -35,6 +40,8 @@ constexpr char kExamples[] = R"(Examples:
   hastool get -q -o - http://host/master.m3u8 | less
   hastool get -o part.bin --range 0-1023 http://host/video.ts
   hastool get -O segments -j 20 http://host/{1,2,3}.ts
+  hastool get -c -H 'Authorization: Bearer TOKEN' http://host/film.mp4
+  hastool get -O segments -i urls.txt --timeout 10
   hastool get --json http://host/a http://host/b > report.json
 )";
 
@@ -42,6 +49,14 @@ double rateOf(uint64_t bytes, milliseconds time) {
     return time.count() == 0
                ? 0
                : static_cast<double>(bytes) * 8000 / static_cast<double>(time.count());
+}
+
+/// How a download ended that has never begun.
+Outcome withoutDownload(const std::string& failure) {
+    Outcome outcome;
+    outcome.code = hascommon::RESULT_CANCELLED;
+    outcome.failure = failure;
+    return outcome;
 }
 
 std::string percentText(uint64_t received, uint64_t expected) {
@@ -56,7 +71,12 @@ std::string percentText(uint64_t received, uint64_t expected) {
 GetCommand::GetCommand(CLI::App& app)
     : m_command(app.add_subcommand("get", "Download URLs into files")) {
     CLI::App& command = *m_command;
-    command.add_option("URL", m_urls, "What to download")->required();
+    command.add_option("URL", m_urls, "What to download");
+    command
+        .add_option("-i,--input-file", m_list,
+                    "Read URLs from this file too, one a line; - for the standard input. Blank "
+                    "lines and those that begin with # are left out")
+        ->type_name("FILE");
     auto* const file =
         command
             .add_option("-o,--output", m_file, "File for a single URL; - for the standard output")
@@ -64,8 +84,14 @@ GetCommand::GetCommand(CLI::App& app)
     command.add_option("-O,--output-dir", m_folder, "Folder for files named after their URLs")
         ->type_name("DIR")
         ->excludes(file);
-    command.add_option("--range", m_range, "Only the bytes from A to B, or from A on")
-        ->type_name("A-B");
+    auto* const range =
+        command.add_option("--range", m_range, "Only the bytes from A to B, or from A on")
+            ->type_name("A-B");
+    command
+        .add_flag("-c,--continue", m_continue,
+                  "Go on with FILE.part where an earlier run was cut short, if the server says "
+                  "that the rest belongs to it; otherwise anew")
+        ->excludes(range);
     command.add_option("-j,--jobs", m_parallel, "Downloads at once")
         ->capture_default_str()
         ->check(CLI::Range(1, 20))
@@ -80,7 +106,7 @@ GetCommand::GetCommand(CLI::App& app)
 
 int GetCommand::run() {
     Terminal terminal(m_quiet);
-    if (!planJobs(terminal))
+    if (!readList(terminal) || !planJobs(terminal))
         return kWrongUsage;
     if (const std::string trouble = troubleOf(m_engine); !trouble.empty())
         terminal.trouble(trouble);
@@ -97,6 +123,17 @@ int GetCommand::run() {
     return reportFailures(terminal) ? kFailed : kDone;
 }
 
+bool GetCommand::readList(Terminal& terminal) {
+    if (!m_list.empty()) {
+        const bool isStandardInput = m_list == kStandardOutput;
+        for (std::string& url : readUrls(isStandardInput ? standardInput() : fileSource(m_list)))
+            m_urls.push_back(std::move(url));
+    }
+    if (m_urls.empty())
+        terminal.trouble(m_list.empty() ? "a URL is needed" : m_list + ": no URLs in it");
+    return !m_urls.empty();
+}
+
 bool GetCommand::planJobs(Terminal& terminal) {
     if (!m_file.empty() && m_urls.size() > 1) {
         terminal.trouble("-o takes one URL; use -O for several");
@@ -104,6 +141,10 @@ bool GetCommand::planJobs(Terminal& terminal) {
     }
     if (isToStandardOutput() && m_json) {
         terminal.trouble("--json and -o - would both be printed");
+        return false;
+    }
+    if (isToStandardOutput() && m_continue) {
+        terminal.trouble("-c needs a file, not the standard output");
         return false;
     }
     if (!m_range.empty() && !parseRange(m_range)) {
@@ -141,16 +182,44 @@ std::unique_ptr<OutputFile> GetCommand::openOutput(const std::string& path) cons
     return std::make_unique<OutputFile>(path, OutputFile::Mode::Replace);
 }
 
+/// @throws ToolError when the only file cannot be written; one of several has just failed
+void GetCommand::startJob(Downloader& downloader, Job& job) const {
+    try {
+        if (m_continue) {
+            job.part = std::make_unique<PartFile>(job.path, job.url);
+            job.id = downloader.add(job.url, *job.part);
+        } else {
+            job.file = openOutput(job.path);
+            job.id = downloader.add({job.url, parseRange(m_range)}, *job.file);
+        }
+    } catch (const ToolError& error) {
+        if (m_jobs.size() == 1)
+            throw;
+        job.outcome = withoutDownload(error.what());
+    }
+}
+
+/// Starts what there is room for: a file is open only while it is being written.
+/// @return whether anything was started or has ended
+bool GetCommand::startJobs(Downloader& downloader) {
+    const size_t before = m_started;
+    while (m_started < m_jobs.size() && (isInterrupted() || downloader.hasRoom())) {
+        Job& job = m_jobs[m_started++];
+        if (isInterrupted())
+            job.outcome = withoutDownload(resultText(hascommon::RESULT_CANCELLED, 0));
+        else
+            startJob(downloader, job);
+        downloader.pump();
+    }
+    return m_started > before;
+}
+
 void GetCommand::runJobs(Downloader& downloader, Terminal& terminal) {
     if (!m_folder.empty()) {
         std::error_code error;
         std::filesystem::create_directories(m_folder, error);
         if (error)
             throw ToolError(m_folder, "cannot be made: " + error.message());
-    }
-    for (Job& job : m_jobs) {
-        job.file = openOutput(job.path);
-        job.id = downloader.add({job.url, parseRange(m_range)}, *job.file);
     }
     downloader.onRetry(
         [&](Downloader::Id id, const std::string& what) { tellRetry(id, what, terminal); });
@@ -159,6 +228,7 @@ void GetCommand::runJobs(Downloader& downloader, Terminal& terminal) {
     bool isRunning = true;
     while (isRunning) {
         isRunning = downloader.pump();
+        isRunning = startJobs(downloader) || isRunning;
         for (Job& job : m_jobs)
             collect(downloader, job, terminal);
         showProgress(downloader, terminal);
@@ -179,16 +249,19 @@ void GetCommand::tellRetry(Downloader::Id id, const std::string& what, Terminal&
 }
 
 void GetCommand::collect(Downloader& downloader, Job& job, Terminal& terminal) {
-    if (job.outcome || downloader.outcome(job.id) == nullptr)
+    if (job.outcome || job.id == 0 || downloader.outcome(job.id) == nullptr)
         return;
     job.outcome = *downloader.outcome(job.id);
-    if (job.outcome->ok)
+    if (job.outcome->ok && job.part)
+        job.part->commit();
+    else if (job.outcome->ok)
         job.file->commit();
     job.file.reset();
+    job.part.reset();
     const Outcome& outcome = *job.outcome;
     if (!terminal.isLive() && outcome.ok)
         terminal.line(job.path + ": " + sizeText(static_cast<double>(outcome.bytes)) + ", " +
-                      rateText(rateOf(outcome.bytes, outcome.time)));
+                      rateText(rateOf(outcome.bytes - outcome.kept, outcome.time)));
 }
 
 bool GetCommand::isProgressDue(const Terminal& terminal) {
@@ -204,9 +277,10 @@ void GetCommand::showProgress(const Downloader& downloader, Terminal& terminal) 
     bool areAllKnown = true;
     size_t done = 0;
     for (const Job& job : m_jobs) {
-        received += downloader.received(job.id);
-        expected += downloader.expected(job.id);
-        areAllKnown = areAllKnown && downloader.expected(job.id) > 0;
+        const bool isStarted = job.id != 0;
+        received += isStarted ? downloader.received(job.id) : 0;
+        expected += isStarted ? downloader.expected(job.id) : 0;
+        areAllKnown = areAllKnown && isStarted && downloader.expected(job.id) > 0;
         done += job.outcome ? 1 : 0;
     }
     const auto now = steady_clock::now();
@@ -240,14 +314,14 @@ void GetCommand::printTable() const {
     print("  code  status       bytes        rate  first byte  redirects  retries  file\n");
     for (const Job& job : m_jobs) {
         const Outcome& it = *job.outcome;
-        const std::string row = padded(std::to_string(it.code), 6, true) +
-                                padded(std::to_string(it.httpStatus), kSmall, true) +
-                                padded(std::to_string(it.bytes), kNumber, true) +
-                                padded(rateText(rateOf(it.bytes, it.time)), kNumber + 2, true) +
-                                padded(std::to_string(it.latency.count()) + " ms", kNumber, true) +
-                                padded(std::to_string(it.redirects), kNumber - 1, true) +
-                                padded(std::to_string(it.retries), kSmall + 1, true) + "  " +
-                                job.path + "\n";
+        const std::string row =
+            padded(std::to_string(it.code), 6, true) +
+            padded(std::to_string(it.httpStatus), kSmall, true) +
+            padded(std::to_string(it.bytes), kNumber, true) +
+            padded(rateText(rateOf(it.bytes - it.kept, it.time)), kNumber + 2, true) +
+            padded(std::to_string(it.latency.count()) + " ms", kNumber, true) +
+            padded(std::to_string(it.redirects), kNumber - 1, true) +
+            padded(std::to_string(it.retries), kSmall + 1, true) + "  " + job.path + "\n";
         print(row);
     }
 }
@@ -262,8 +336,9 @@ void GetCommand::printJson() const {
                         {"code", it.code},
                         {"status", it.httpStatus},
                         {"bytes", it.bytes},
+                        {"kept_bytes", it.kept},
                         {"time_ms", it.time.count()},
-                        {"rate_bps", static_cast<uint64_t>(rateOf(it.bytes, it.time))},
+                        {"rate_bps", static_cast<uint64_t>(rateOf(it.bytes - it.kept, it.time))},
                         {"first_byte_ms", it.latency.count()},
                         {"redirects", it.redirects},
                         {"retries", it.retries},

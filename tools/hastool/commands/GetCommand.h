@@ -32,14 +32,18 @@ private:
         std::string url;
         std::string path;
         std::unique_ptr<OutputFile> file;
+        std::unique_ptr<PartFile> part; ///< in its place with -c
         Downloader::Id id = 0;
         std::optional<Outcome> outcome;
     };
 
+    bool readList(Terminal& terminal);
     bool planJobs(Terminal& terminal);
     std::string pathOf(const std::string& url) const;
     bool isToStandardOutput() const;
     std::unique_ptr<OutputFile> openOutput(const std::string& path) const;
+    void startJob(Downloader& downloader, Job& job) const;
+    bool startJobs(Downloader& downloader);
     void runJobs(Downloader& downloader, Terminal& terminal);
     void collect(Downloader& downloader, Job& job, Terminal& terminal);
     void tellRetry(Downloader::Id id, const std::string& what, Terminal& terminal) const;
@@ -52,14 +56,17 @@ private:
     CLI::App* m_command;
     EngineOptions m_engine;
     std::vector<std::string> m_urls;
+    std::string m_list; ///< file of further URLs
     std::string m_file;
     std::string m_folder;
     std::string m_range;
     int m_parallel = 6;
     bool m_json = false;
     bool m_quiet = false;
+    bool m_continue = false;
 
     std::vector<Job> m_jobs;
+    size_t m_started = 0; ///< of the jobs
     std::chrono::steady_clock::time_point m_lastProgress;
     uint64_t m_lastBytes = 0;
 };

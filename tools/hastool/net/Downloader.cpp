@@ -1,5 +1,7 @@
 #include "Downloader.h"
 
+#include "RequestHeader.h"
+#include "ResourceState.h"
 #include "ResultText.h"
 #include <hastool/base/Interrupt.h>
 
@@ -9,6 +11,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <utility>
 
 #include <poll.h>
 
@@ -16,8 +19,10 @@ namespace hastool {
 namespace {
 
 constexpr int kMaxParallel = 20; // the engine has no more units
-constexpr int kLoopMicroseconds = 1000;
+/// The loop waits for traffic itself, and sleeps a millisecond only while there is nothing to do.
+constexpr int kLoopMicroseconds = 0;
 constexpr long kPartialContent = 206;
+constexpr long kRangeNotSatisfiable = 416;
 constexpr std::chrono::milliseconds kMaxRetryPause{30000};
 
 /// The pause before the n-th repetition, from 1.
@@ -28,11 +33,17 @@ std::chrono::milliseconds pauseBefore(int retry, std::chrono::milliseconds first
     return std::min(pause, kMaxRetryPause);
 }
 
+bool isAcceptEncoding(const std::string& line) {
+    return isHeaderNamed(line, "Accept-Encoding");
+}
+
 } // namespace
 
 Downloader::Downloader(EngineOptions options, hascommon::IDownloadEvent* traffic)
     : m_options(std::move(options))
-    , m_traffic(traffic) {
+    , m_trace(m_options.verbosity)
+    , m_traffic(traffic)
+    , m_lastLook(std::chrono::steady_clock::now()) {
     openEngine();
 }
 
@@ -55,10 +66,12 @@ void Downloader::openEngine() {
     m_curl->SetProxy(m_options.proxy);
     m_curl->SetVerifyPeer(!m_options.caFile.empty());
     m_curl->SetCaFile(m_options.caFile);
+    m_curl->SetConnectLimit(static_cast<int>(m_options.limits.connect.count()));
     if (m_options.engineInfo) {
         unsigned int info = *m_options.engineInfo;
         m_curl->setEngineInfo(&info);
     }
+    m_sentHeaders.clear();
     m_curl->StartLoop();
     m_fresh = true;
 }
@@ -72,7 +85,20 @@ Downloader::Id Downloader::add(const Resource& resource, ByteSink& sink, bool wh
     transfer->resource = resource;
     transfer->sink = &sink;
     transfer->whole = whole;
+    return queue(std::move(transfer));
+}
+
+Downloader::Id Downloader::add(const std::string& url, PartFile& file) {
+    auto transfer = std::make_unique<Transfer>();
+    transfer->resource = {url, std::nullopt};
+    transfer->sink = &file;
+    transfer->part = &file;
+    return queue(std::move(transfer));
+}
+
+Downloader::Id Downloader::queue(std::unique_ptr<Transfer> transfer) {
     const Id id = m_nextId++;
+    transfer->id = id;
     m_transfers.emplace(id, std::move(transfer));
     m_queue.push_back(id);
     return id;
@@ -80,8 +106,15 @@ Downloader::Id Downloader::add(const Resource& resource, ByteSink& sink, bool wh
 
 bool Downloader::pump() {
     collect();
+    giveUpOverdue();
     beginQueued();
     return m_running > 0 || !m_queue.empty();
+}
+
+bool Downloader::hasRoom() const {
+    const auto now = std::chrono::steady_clock::now();
+    const auto isDue = [&](Id id) { return m_transfers.at(id)->notBefore <= now; };
+    return m_running < m_parallel && std::none_of(m_queue.begin(), m_queue.end(), isDue);
 }
 
 void Downloader::wait(std::chrono::nanoseconds most) const {
@@ -130,9 +163,13 @@ Downloader::Begun Downloader::begin(Transfer& transfer) {
         return Begun::Failed;
     transfer.answered = false;
     transfer.refused = false;
+    transfer.misfits = false;
     transfer.redirectedTo.clear();
+    transfer.attemptBegun = std::chrono::steady_clock::now();
     if (transfer.begun == std::chrono::steady_clock::time_point())
-        transfer.begun = std::chrono::steady_clock::now();
+        transfer.begun = transfer.attemptBegun;
+    if (transfer.part != nullptr && !resumePart(transfer))
+        return Begun::Failed;
 
     const uint64_t delivered = transfer.delivered;
     ByteRange wanted = transfer.resource.range.value_or(ByteRange());
@@ -140,18 +177,48 @@ Downloader::Begun Downloader::begin(Transfer& transfer) {
     if (wanted.length)
         *wanted.length -= delivered;
     const bool isPart = transfer.resource.range || delivered > 0;
+    const std::string range = isPart ? rangeText(wanted) : "";
+    const std::vector<std::string> headers = headersFor(transfer);
+    if (headers != m_sentHeaders) // A request keeps those that it begins with.
+        m_curl->SetRequestHeaders(headers);
+    m_sentHeaders = headers;
     hascommon::UnitObject* unit = nullptr;
-    const int result =
-        m_curl->BeginDownload2(m_curl->GetRequestKey(), transfer.resource.url,
-                               isPart ? rangeText(wanted) : "", false, unit, false, &transfer);
+    const int result = m_curl->BeginDownload2(m_curl->GetRequestKey(), transfer.resource.url, range,
+                                              false, unit, false, &transfer);
     if (result != 0 || unit == nullptr)
         return Begun::NoUnit;
+    m_trace.request(transfer.id, transfer.resource.url, range, m_options.agent, headers);
     transfer.unit = unit;
+    transfer.position = 0;
+    transfer.timer.begin(transfer.attemptBegun);
     if (m_paused)
         m_curl->Pause(unit);
     ++m_running;
     m_fresh = false;
     return Begun::Yes;
+}
+
+/// What may not be asked to go on with begins again.
+bool Downloader::resumePart(Transfer& transfer) {
+    PartFile& part = *transfer.part;
+    const bool mayGoOn = part.size() == 0 || !part.state().ifRange().empty();
+    transfer.refused = !mayGoOn && !part.beginAnew({});
+    transfer.delivered = part.size();
+    if (transfer.attempts++ == 0)
+        transfer.kept = part.size();
+    return !transfer.refused;
+}
+
+/// The bytes of a part are counted as they are: no encoding of them is of use.
+std::vector<std::string> Downloader::headersFor(const Transfer& transfer) const {
+    std::vector<std::string> headers = m_options.headers;
+    if (transfer.part == nullptr)
+        return headers;
+    if (std::none_of(headers.begin(), headers.end(), isAcceptEncoding))
+        headers.emplace_back("Accept-Encoding: identity");
+    if (transfer.delivered > 0)
+        headers.push_back("If-Range: " + transfer.part->state().ifRange());
+    return headers;
 }
 
 void Downloader::collect() {
@@ -172,14 +239,27 @@ void Downloader::conclude(Id id, Transfer& transfer, int code) {
     Ending ending;
     m_curl->GetUnitInfo(transfer.unit, ending.info);
     m_curl->GetFailure(transfer.unit, ending.failure);
+    trace(transfer, code, ending);
+    if (transfer.part != nullptr)
+        code = codeOfPart(transfer, code);
     m_curl->EndDownload(transfer.unit);
     transfer.unit = nullptr;
+    transfer.timer.end();
     --m_running;
     const auto& range = transfer.resource.range;
     if (transfer.complete)
         code = 0;
+    else if (code == hascommon::RESULT_CANCELLED && !transfer.overdue.empty())
+        code = hascommon::RESULT_TIMEOUT;
     else if (code == 0 && transfer.whole && range && transfer.delivered < range->length.value_or(0))
         code = hascommon::RESULT_PARTIAL;
+    if (transfer.misfits && !transfer.begunAnew && !transfer.cancelled &&
+        transfer.part->beginAnew({})) {
+        transfer.begunAnew = true;
+        transfer.kept = 0;
+        m_queue.push_front(id);
+        return;
+    }
     if (isRetried(transfer, code, ending.info.httpStatus))
         repeat(id, transfer, shortFailureText(code, ending.failure));
     else
@@ -197,7 +277,8 @@ void Downloader::repeat(Id id, Transfer& transfer, const std::string& why) {
 }
 
 bool Downloader::isRetried(const Transfer& transfer, int code, long httpStatus) const {
-    if (transfer.cancelled || transfer.refused || transfer.retries >= m_options.maxRetries)
+    if (transfer.cancelled || transfer.refused || transfer.misfits ||
+        transfer.retries >= m_options.maxRetries)
         return false;
     if (code == 0 || code == hascommon::RESULT_CANCELLED || code == hascommon::RESULT_RETRY_LIMIT)
         return false;
@@ -212,6 +293,7 @@ void Downloader::finish(Transfer& transfer, int code, const Ending& ending) {
     outcome.code = code;
     outcome.httpStatus = info.httpStatus;
     outcome.bytes = transfer.delivered;
+    outcome.kept = transfer.kept;
     outcome.retries = transfer.retries;
     outcome.redirects = info.redirects;
     outcome.latency = milliseconds(info.latency);
@@ -219,9 +301,27 @@ void Downloader::finish(Transfer& transfer, int code, const Ending& ending) {
     outcome.url = transfer.redirectedTo.empty() ? transfer.resource.url : transfer.redirectedTo;
     if (transfer.refused)
         outcome.failure = transfer.sink->failure();
+    else if (transfer.misfits)
+        outcome.failure =
+            "the server's answers do not fit the request (code " + std::to_string(code) + ")";
+    else if (code == hascommon::RESULT_TIMEOUT && !transfer.overdue.empty())
+        outcome.failure = "timed out: " + transfer.overdue + " (code " + std::to_string(code) + ")";
     else if (!outcome.ok)
         outcome.failure = failureText(code, ending.failure, !m_options.proxy.empty());
     transfer.outcome = std::move(outcome);
+}
+
+void Downloader::trace(const Transfer& transfer, int code, const Ending& ending) {
+    using namespace std::chrono;
+    if (!m_trace.isOn())
+        return;
+    std::string lines;
+    m_curl->GetResponseHeaders(transfer.unit, lines);
+    m_trace.response(transfer.id, lines);
+    m_trace.ending(transfer.id, ending.failure,
+                   duration_cast<microseconds>(steady_clock::now() - transfer.attemptBegun),
+                   static_cast<unsigned long long>(ending.info.received),
+                   resultText(code, ending.info.httpStatus));
 }
 
 const Outcome* Downloader::outcome(Id id) const {
@@ -273,6 +373,44 @@ void Downloader::forget(Id id) {
     m_transfers.erase(id);
 }
 
+/// Time counts neither while transfers are held nor while a sink holds the engine up.
+void Downloader::giveUpOverdue() {
+    const TimeLimits& limits = m_options.limits;
+    if (limits.idle.count() == 0 && limits.total.count() == 0)
+        return;
+    const auto now = std::chrono::steady_clock::now();
+    const auto passed = now - std::exchange(m_lastLook, now);
+    const bool isHeld = m_paused || m_writing;
+    std::vector<Id> waiting;
+    for (auto& [id, transfer] : m_transfers) {
+        if (transfer->outcome || transfer->begun == std::chrono::steady_clock::time_point())
+            continue;
+        if (isHeld)
+            transfer->timer.hold(passed);
+        if (isHeld || !isOverdue(*transfer, now))
+            continue;
+        if (transfer->unit != nullptr)
+            m_curl->Cancel(transfer->unit);
+        else
+            waiting.push_back(id);
+    }
+    for (const Id id : waiting) {
+        m_queue.erase(std::remove(m_queue.begin(), m_queue.end(), id), m_queue.end());
+        finish(*m_transfers.at(id), hascommon::RESULT_TIMEOUT, {});
+    }
+}
+
+bool Downloader::isOverdue(Transfer& transfer, std::chrono::steady_clock::time_point now) {
+    if (transfer.unit != nullptr) {
+        const unsigned int position = m_curl->GetPos(transfer.unit);
+        if (std::exchange(transfer.position, position) != position)
+            transfer.timer.progress(now);
+    }
+    if (transfer.overdue.empty())
+        transfer.overdue = transfer.timer.overdue(m_options.limits, now);
+    return !transfer.overdue.empty();
+}
+
 void Downloader::OnDownloadBegin(hascommon::UnitObject*) {}
 
 int Downloader::OnDataReceived(hascommon::UnitObject* unit, int, unsigned char* data,
@@ -288,6 +426,10 @@ void Downloader::deliver(Transfer& transfer, hascommon::UnitObject* unit, const 
                          size_t size) {
     if (!transfer.answered)
         takeAnswer(transfer, unit);
+    if (transfer.misfits || transfer.refused) {
+        m_curl->Cancel(unit);
+        return;
+    }
     const auto dropped = static_cast<size_t>(std::min<uint64_t>(transfer.skip, size));
     transfer.skip -= dropped;
     data += dropped;
@@ -295,7 +437,10 @@ void Downloader::deliver(Transfer& transfer, hascommon::UnitObject* unit, const 
     const ByteRange range = transfer.resource.range.value_or(ByteRange());
     if (range.length)
         size = static_cast<size_t>(std::min<uint64_t>(size, *range.length - transfer.delivered));
-    if (size > 0 && !transfer.sink->write(data, size)) {
+    m_writing = true;
+    const bool written = size == 0 || transfer.sink->write(data, size);
+    m_writing = false;
+    if (!written) {
         transfer.refused = true;
         m_curl->Cancel(unit);
         return;
@@ -309,6 +454,10 @@ void Downloader::deliver(Transfer& transfer, hascommon::UnitObject* unit, const 
 
 /// A server that does not know ranges sends everything from the start.
 void Downloader::takeAnswer(Transfer& transfer, hascommon::UnitObject* unit) {
+    if (transfer.part != nullptr) {
+        takePartAnswer(transfer, unit);
+        return;
+    }
     hascommon::Curl::UnitInfo info;
     m_curl->GetUnitInfo(unit, info);
     const ByteRange range = transfer.resource.range.value_or(ByteRange());
@@ -321,6 +470,48 @@ void Downloader::takeAnswer(Transfer& transfer, hascommon::UnitObject* unit) {
     else if (length > 0)
         transfer.expected =
             transfer.isPart ? transfer.delivered + length : length - std::min(length, range.first);
+}
+
+ResponseHead Downloader::headOf(hascommon::UnitObject* unit) {
+    std::string lines;
+    m_curl->GetResponseHeaders(unit, lines);
+    return ResponseHead(lines);
+}
+
+/// Before the first byte of an answer is taken it is clear where it belongs.
+void Downloader::takePartAnswer(Transfer& transfer, hascommon::UnitObject* unit) {
+    const ResponseHead head = headOf(unit);
+    PartFile& part = *transfer.part;
+    transfer.answered = true;
+    transfer.skip = 0;
+    const AnswerFit fit = fitOf(head, part.size(), part.state());
+    transfer.isPart = fit == AnswerFit::GoesOn;
+    transfer.misfits = fit == AnswerFit::NotAtAll;
+    if (fit == AnswerFit::Anew) {
+        transfer.delivered = 0;
+        transfer.kept = 0;
+        transfer.refused = !part.beginAnew(stateOf(head));
+    }
+    transfer.total = fit == AnswerFit::GoesOn ? totalOf(head, part.state()) : part.state().total;
+    transfer.expected = transfer.total.value_or(0);
+}
+
+/// What an attempt's code means for a part: whether all of it is there now.
+int Downloader::codeOfPart(Transfer& transfer, int code) {
+    if (code == 0 && !transfer.answered)
+        takePartAnswer(transfer, transfer.unit); // It had no body.
+    if (transfer.refused)
+        return hascommon::RESULT_CANCELLED;
+    const ResponseHead head = headOf(transfer.unit);
+    if (head.status() == kRangeNotSatisfiable && transfer.delivered > 0) {
+        transfer.misfits = !saysComplete(head, transfer.delivered, transfer.part->state());
+        code = 0;
+    }
+    if (code == 0 && transfer.total && transfer.delivered < *transfer.total)
+        code = hascommon::RESULT_PARTIAL;
+    if (code == 0 && transfer.total && transfer.delivered > *transfer.total)
+        transfer.misfits = true;
+    return transfer.misfits ? hascommon::RESULT_RECEIVE_ERROR : code;
 }
 
 void Downloader::OnRedirected(hascommon::UnitObject* unit, std::string location) {

@@ -2,6 +2,9 @@
 #pragma once
 
 #include "ByteRange.h"
+#include "PartFile.h"
+#include "TransferTimer.h"
+#include "TransferTrace.h"
 #include <hastool/base/ByteSink.h>
 
 #include <Hasnet/Curl.h>
@@ -27,6 +30,9 @@ struct EngineOptions {
     std::string caFile; ///< trusted certificates; empty: servers are not verified
     /// A connection that breaks counts as a body cut short, which is retried.
     bool retriesBrokenConnections = false;
+    std::vector<std::string> headers; ///< "Name: value", for every request
+    TimeLimits limits;
+    Verbosity verbosity = Verbosity::None;
     int maxRetries = 20;
     /// The pause before the first retry; each further pause is twice as long, up to half a minute.
     std::chrono::milliseconds retryPause{0};
@@ -38,6 +44,7 @@ struct Outcome {
     int code = 0;        ///< the engine's unit code
     long httpStatus = 0; ///< of the last attempt
     uint64_t bytes = 0;
+    uint64_t kept = 0; ///< of the bytes, from an earlier run
     int retries = 0;
     long redirects = 0;
     std::chrono::milliseconds latency{0}; ///< to the first byte, of the last attempt
@@ -74,9 +81,17 @@ public:
     /// @param whole  whether a range that ends early counts as a body cut short
     Id add(const Resource& resource, ByteSink& sink, bool whole = false);
 
+    /// Queues the download of a whole resource behind the bytes that a file has. What is missing is
+    /// asked for by If-Range. A server that sends everything, or whose answer does not fit what is
+    /// there, has it begun anew. The file is borrowed until the download has ended.
+    Id add(const std::string& url, PartFile& file);
+
     /// Begins what can be begun and collects what has ended; to be called again and again.
     /// @return whether downloads are unfinished
     bool pump();
+
+    /// Whether another download would begin at once; after a pump().
+    bool hasRoom() const;
 
     /// Waits until pump() has something to do, but not longer than `most`.
     void wait(std::chrono::nanoseconds most) const;
@@ -100,8 +115,10 @@ public:
 
 private:
     struct Transfer {
+        Id id = 0;
         Resource resource;
         ByteSink* sink = nullptr;
+        PartFile* part = nullptr; ///< the sink, where it may have bytes already
         bool whole = false;
         hascommon::UnitObject* unit = nullptr; ///< while an attempt runs
         std::chrono::steady_clock::time_point begun;
@@ -110,6 +127,13 @@ private:
         std::chrono::steady_clock::time_point notBefore; ///< the next attempt
         bool cancelled = false;
         std::string redirectedTo;
+        TransferTimer timer;
+        std::chrono::steady_clock::time_point attemptBegun;
+        unsigned int position = 0; ///< of the attempt, when it was last looked at
+        std::string overdue;       ///< the limit that has ended it
+        uint64_t kept = 0;         ///< bytes of an earlier run that are gone on with
+        int attempts = 0;          ///< of a part
+        bool begunAnew = false;    ///< after an answer that did not fit
         // Written on the engine's thread:
         std::atomic<uint64_t> expected{0};
         std::atomic<uint64_t> delivered{0}; ///< by all attempts
@@ -118,6 +142,8 @@ private:
         bool answered = false;              ///< this attempt's status is known
         bool isPart = false;                ///< the server answers with the range, not with all
         uint64_t skip = 0;                  ///< bytes to drop before the first that is wanted
+        std::optional<uint64_t> total;      ///< bytes of the whole part, when all are there
+        std::atomic<bool> misfits{false};   ///< the answer is of no use for the part
     };
     enum class Begun { Yes, NoUnit, Failed };
 
@@ -126,7 +152,12 @@ private:
                        unsigned int size) override;
     void OnRedirected(hascommon::UnitObject* unit, std::string location) override;
 
+    Id queue(std::unique_ptr<Transfer> transfer);
     void openEngine();
+    static bool resumePart(Transfer& transfer);
+    std::vector<std::string> headersFor(const Transfer& transfer) const;
+    void giveUpOverdue();
+    bool isOverdue(Transfer& transfer, std::chrono::steady_clock::time_point now);
     void beginQueued();
     Begun begin(Transfer& transfer);
     void collect();
@@ -140,10 +171,15 @@ private:
     void finish(Transfer& transfer, int code, const Ending& ending);
     bool isRetried(const Transfer& transfer, int code, long httpStatus) const;
     void takeAnswer(Transfer& transfer, hascommon::UnitObject* unit);
+    void takePartAnswer(Transfer& transfer, hascommon::UnitObject* unit);
+    ResponseHead headOf(hascommon::UnitObject* unit);
+    int codeOfPart(Transfer& transfer, int code);
+    void trace(const Transfer& transfer, int code, const Ending& ending);
     void deliver(Transfer& transfer, hascommon::UnitObject* unit, const unsigned char* data,
                  size_t size);
 
     const EngineOptions m_options;
+    const TransferTrace m_trace;
     hascommon::IDownloadEvent* const m_traffic;
     std::unique_ptr<hascommon::Curl> m_curl;
     std::map<Id, std::unique_ptr<Transfer>> m_transfers;
@@ -153,7 +189,10 @@ private:
     int m_parallel = 20;
     Id m_nextId = 1;
     bool m_paused = false;
-    bool m_fresh = true; ///< no download has run over the engine yet
+    std::vector<std::string> m_sentHeaders; ///< that the engine has
+    std::chrono::steady_clock::time_point m_lastLook;
+    std::atomic<bool> m_writing{false}; ///< a sink takes its time, and holds the engine up
+    bool m_fresh = true;                ///< no download has run over the engine yet
 };
 
 /// Runs one download to its end, calling `tick` every now and then.
