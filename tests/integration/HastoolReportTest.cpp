@@ -39,7 +39,10 @@ protected:
             return Reply().redirect("/all" + request.path.substr(2));
         if (name == "3.ts")
             return Reply().status(410);
-        return Reply().file((m_ladder.folder() / request.path.substr(3)).string()).rate(kRate);
+        return Reply()
+            .file((m_ladder.folder() / request.path.substr(3)).string())
+            .header("Cache-Control", "max-age=9")
+            .rate(kRate);
     }
     /// Leaves the trace in `m_trace` and the summary in `m_summary`.
     void play() {
@@ -130,6 +133,35 @@ TEST(Browser, HearsWhatAPageTellsItsConsole) {
     const test::TempDir dir;
     const std::string path = dir.write("p.html", "<script>nothing();</script>");
     EXPECT_TRUE(has(Browser().load("file://" + path).console, "nothing is not defined"));
+}
+
+TEST_F(HastoolReport, TellsHowEachAttemptOfASegmentWent) {
+    play();
+    const json data = dataIn(readFile(page()));
+    const json& retried = data["segments"][1];
+    ASSERT_EQ(retried["attempts"].size(), 2U) << retried;
+    EXPECT_EQ(retried["attempts"][0]["result"], "HTTP 503");
+    const json& last = retried["attempts"][1];
+    EXPECT_EQ(last["result"], "HTTP 200");
+    EXPECT_EQ(last["bytes"], retried["bytes"]);
+    EXPECT_EQ(last["peer"].get<std::string>().rfind("127.0.0.1:", 0), 0U);
+    EXPECT_TRUE(last["tls"].is_null()) << "plain http";
+    EXPECT_GT(last["firstByte"], 0);
+    EXPECT_GT(last["end"], last["firstByte"]);
+    EXPECT_TRUE(has(retried["url"], "/v/")) << retried["url"];
+    EXPECT_TRUE(has(data["segments"][2]["url"], "/all/")) << "where the redirect led";
+    EXPECT_EQ(data["segments"][3]["attempts"].back()["result"], "HTTP 410");
+}
+
+TEST_F(HastoolReport, OpensATableOfAllTransfers) {
+    play();
+    const std::string dom = loadWith("document.querySelector('details.transfers').open = true;");
+    EXPECT_FALSE(has(readFile(page()), "<td>HTTP 503</td>")) << "made when it is opened";
+    EXPECT_TRUE(has(dom, "<td>HTTP 503</td>"));
+    EXPECT_TRUE(has(dom, "<td>HTTP 410</td>"));
+    EXPECT_TRUE(has(dom, "<th class=\"number\">first byte, ms</th>"));
+    EXPECT_EQ(count(dom, "<td>HTTP 200</td>"), 7);
+    EXPECT_TRUE(has(dom, "<td>Cache-Control: max-age=9</td>"));
 }
 
 TEST_F(HastoolReport, ShowsInABrowserWhatTheTraceTells) {

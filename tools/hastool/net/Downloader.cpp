@@ -33,6 +33,10 @@ std::chrono::milliseconds pauseBefore(int retry, std::chrono::milliseconds first
     return std::min(pause, kMaxRetryPause);
 }
 
+double inSeconds(long long microseconds) {
+    return static_cast<double>(microseconds) / 1e6;
+}
+
 bool isAcceptEncoding(const std::string& line) {
     return isHeaderNamed(line, "Accept-Encoding");
 }
@@ -239,7 +243,7 @@ void Downloader::conclude(Id id, Transfer& transfer, int code) {
     Ending ending;
     m_curl->GetUnitInfo(transfer.unit, ending.info);
     m_curl->GetFailure(transfer.unit, ending.failure);
-    trace(transfer, code, ending);
+    record(transfer, code, ending);
     if (transfer.part != nullptr)
         code = codeOfPart(transfer, code);
     m_curl->EndDownload(transfer.unit);
@@ -308,18 +312,32 @@ void Downloader::finish(Transfer& transfer, int code, const Ending& ending) {
         outcome.failure = "timed out: " + transfer.overdue + " (code " + std::to_string(code) + ")";
     else if (!outcome.ok)
         outcome.failure = failureText(code, ending.failure, !m_options.proxy.empty());
+    outcome.attempts = transfer.ended;
     transfer.outcome = std::move(outcome);
 }
 
-void Downloader::trace(const Transfer& transfer, int code, const Ending& ending) {
+/// Keeps what the attempt was, and tells it where that is asked for.
+void Downloader::record(Transfer& transfer, int code, const Ending& ending) {
     using namespace std::chrono;
-    if (!m_trace.isOn())
-        return;
+    const auto time = duration_cast<microseconds>(steady_clock::now() - transfer.attemptBegun);
     std::string lines;
     m_curl->GetResponseHeaders(transfer.unit, lines);
+    Attempt attempt;
+    attempt.result = code == 0 ? "HTTP " + std::to_string(ending.info.httpStatus)
+                               : shortFailureText(code, ending.failure);
+    attempt.peer = ending.failure.peer;
+    attempt.cache = cacheFields(lines);
+    attempt.lookup = inSeconds(ending.failure.nameLookup);
+    attempt.connect = inSeconds(ending.failure.connect);
+    attempt.tls = inSeconds(ending.failure.tls);
+    attempt.firstByte = inSeconds(ending.failure.firstByte);
+    attempt.end = inSeconds(time.count());
+    attempt.bytes = static_cast<uint64_t>(ending.info.received);
+    keepAttempt(transfer.ended, std::move(attempt));
+    if (!m_trace.isOn())
+        return;
     m_trace.response(transfer.id, lines);
-    m_trace.ending(transfer.id, ending.failure,
-                   duration_cast<microseconds>(steady_clock::now() - transfer.attemptBegun),
+    m_trace.ending(transfer.id, ending.failure, time,
                    static_cast<unsigned long long>(ending.info.received),
                    resultText(code, ending.info.httpStatus));
 }

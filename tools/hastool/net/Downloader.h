@@ -1,6 +1,7 @@
 // Downloads over one download engine.
 #pragma once
 
+#include "Attempt.h"
 #include "ByteRange.h"
 #include "PartFile.h"
 #include "TransferTimer.h"
@@ -51,6 +52,7 @@ struct Outcome {
     std::chrono::milliseconds time{0};    ///< of all attempts
     std::string url;                      ///< where it came from, after all redirects
     std::string failure;                  ///< why it is not ok
+    std::vector<Attempt> attempts;        ///< the last ones
 };
 
 /// Queues downloads over one engine, 20 at once at most, and repeats those that the engine counts
@@ -123,6 +125,7 @@ private:
         hascommon::UnitObject* unit = nullptr; ///< while an attempt runs
         std::chrono::steady_clock::time_point begun;
         std::optional<Outcome> outcome;
+        std::vector<Attempt> ended; ///< attempts
         int retries = 0;
         std::chrono::steady_clock::time_point notBefore; ///< the next attempt
         bool cancelled = false;
@@ -174,7 +177,7 @@ private:
     void takePartAnswer(Transfer& transfer, hascommon::UnitObject* unit);
     ResponseHead headOf(hascommon::UnitObject* unit);
     int codeOfPart(Transfer& transfer, int code);
-    void trace(const Transfer& transfer, int code, const Ending& ending);
+    void record(Transfer& transfer, int code, const Ending& ending);
     void deliver(Transfer& transfer, hascommon::UnitObject* unit, const unsigned char* data,
                  size_t size);
 

@@ -21,6 +21,9 @@ EngineOptions forPlayer(EngineOptions options) {
 EngineOptions forAside(EngineOptions options) {
     options = forPlayer(std::move(options));
     options.maxRetries = std::min(options.maxRetries, 1);
+    if (options.verbosity == Verbosity::Library)
+        options.verbosity =
+            Verbosity::Transfers; // the other engine shows the library's log of both
     return options;
 }
 

@@ -23,6 +23,8 @@ TraceRow orderRow(const PieceOrder& order, const Outcome& outcome) {
     row.firstByte = inSeconds(outcome.latency);
     row.redirects = outcome.redirects;
     row.retries = outcome.retries;
+    row.url = outcome.url;
+    row.attempts = outcome.attempts;
     return row;
 }
 

@@ -1,9 +1,12 @@
 // What is recorded about one segment.
 #pragma once
 
+#include <hastool/net/Attempt.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace hastool {
 
@@ -32,9 +35,11 @@ struct TraceRow {
     unsigned choiceFirst = 0;   ///< the first sample as known then, bits per second
     long long choiceBuffer = 0; ///< milliseconds of media in the buffer then
     static constexpr int kNotAsked = -2;
-    int retries = 0;        ///< of this segment
-    bool skipped = false;   ///< it could not be had
-    std::string resolution; ///< "640x360"; empty when not known
+    int retries = 0;               ///< of this segment
+    bool skipped = false;          ///< it could not be had
+    std::string url;               ///< after all redirects
+    std::vector<Attempt> attempts; ///< of its media
+    std::string resolution;        ///< "640x360"; empty when not known
 };
 
 } // namespace hastool

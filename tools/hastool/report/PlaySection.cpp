@@ -57,12 +57,34 @@ ordered_json samplesData(const std::vector<PlaySample>& samples) {
             {"buffer", buffer}, {"position", position},   {"bitrate", bitrate}};
 }
 
+/// Milliseconds; none of what an attempt did not come to.
+ordered_json millis(double seconds) {
+    return seconds > 0 ? ordered_json(rounded(seconds * 1000)) : ordered_json();
+}
+
+ordered_json attemptsData(const std::vector<Attempt>& attempts) {
+    auto list = ordered_json::array();
+    for (const Attempt& it : attempts)
+        list.push_back({{"result", it.result},
+                        {"peer", it.peer},
+                        {"cache", withoutSecrets(it.cache)},
+                        {"lookup", millis(it.lookup)},
+                        {"connect", millis(it.connect)},
+                        {"tls", millis(it.tls)},
+                        {"firstByte", millis(it.firstByte)},
+                        {"end", millis(it.end)},
+                        {"bytes", it.bytes}});
+    return list;
+}
+
 ordered_json segmentData(const TraceRow& row) {
     ordered_json data;
     for (const TraceColumn& column : traceColumns()) {
         if (*column.key != '\0')
             data[column.key] = jsonOf(column.value(row));
     }
+    data["url"] = withoutSecrets(row.url);
+    data["attempts"] = attemptsData(row.attempts);
     return data;
 }
 

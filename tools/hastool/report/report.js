@@ -362,6 +362,16 @@
     ].concat(states.length ? [states.join(', ')] : []);
   }
 
+  /** Milliseconds as text; a dash for what an attempt did not come to. */
+  const millis = (value) => value === null ? '–' : digits(value);
+
+  function attemptText(attempt, i) {
+    const parts = [['look-up', attempt.lookup], ['connect', attempt.connect], ['TLS', attempt.tls],
+      ['first byte', attempt.firstByte], ['end', attempt.end]];
+    const times = parts.filter(([, value]) => value !== null).map(([name, value]) => name + ' ' + millis(value));
+    return `attempt ${i + 1}: ${attempt.result}` + (times.length ? '; ' + times.join(', ') + ' ms' : '');
+  }
+
   function segmentText(segment) {
     const lines = [
       (trackOf(segment) === 'main' ? 'segment ' : trackOf(segment) + ' segment ') + segment.index,
@@ -373,6 +383,10 @@
     if (segment.retries) lines.push('retries ' + segment.retries);
     if (segment.redirects) lines.push('redirects ' + segment.redirects);
     if (segment.skipped) lines.push('skipped');
+    if (segment.url) lines.push(segment.url);
+    lines.push(...segment.attempts.map(attemptText));
+    const last = segment.attempts[segment.attempts.length - 1];
+    if (last && last.cache) lines.push(last.cache);
     return lines;
   }
 
@@ -457,6 +471,42 @@
     chart.svg.addEventListener('keydown', (event) => press(play, chart, event));
   }
 
+  // ---- the table of transfers ----
+
+  const transferColumns = [
+    ['track', ({segment}) => trackOf(segment)],
+    ['segment', ({segment}) => segment.index, true],
+    ['asked for, s', ({segment}) => segment.begin.toFixed(3), true],
+    ['attempt', ({number}) => number, true],
+    ['result', ({attempt}) => attempt.result],
+    ['look-up, ms', ({attempt}) => millis(attempt.lookup), true],
+    ['connect, ms', ({attempt}) => millis(attempt.connect), true],
+    ['TLS, ms', ({attempt}) => millis(attempt.tls), true],
+    ['first byte, ms', ({attempt}) => millis(attempt.firstByte), true],
+    ['end, ms', ({attempt}) => millis(attempt.end), true],
+    ['bytes', ({attempt}) => attempt.bytes, true],
+    ['server', ({attempt}) => attempt.peer],
+    ['URL', ({segment}) => segment.url],
+    ['caches', ({attempt}) => attempt.cache],
+  ];
+
+  /** The rows are made when the table is opened: a long play has thousands that few look at. */
+  function fillTransfers(details, data) {
+    const place = details.querySelector('div');
+    if (place.hasChildNodes()) return;
+    const table = addHtml(place, 'table', 'transfers');
+    const head = addHtml(addHtml(table, 'thead'), 'tr');
+    for (const [heading, , isNumber] of transferColumns) addHtml(head, 'th', isNumber ? 'number' : '', heading);
+    const body = addHtml(table, 'tbody');
+    for (const segment of data.segments) {
+      segment.attempts.forEach((attempt, i) => {
+        const row = addHtml(body, 'tr');
+        for (const [, value, isNumber] of transferColumns)
+          addHtml(row, 'td', isNumber ? 'number' : '', String(value({segment, attempt, number: i + 1})));
+      });
+    }
+  }
+
   // ---- the page ----
 
   const kinds = {
@@ -502,6 +552,8 @@
       play.charts.push(chart);
       listen(play, chart);
     }
+    const details = section.querySelector('details.transfers');
+    details.addEventListener('toggle', () => details.open && fillTransfers(details, play.data));
     return play;
   }
 

@@ -84,8 +84,30 @@ TEST(Report, GivesTheChartsEverySegment) {
     ASSERT_EQ(segments.size(), 3U);
     EXPECT_EQ(segments[1], json::parse(R"({"time": 3.0, "begin": 2.5, "download": 0.5,
         "firstByte": 0.125, "audio": true, "text": false, "index": 7, "bitrate": 300000, "resolution": "320x180",
-        "bytes": 75000, "duration": 2.0, "redirects": 1, "retries": 2, "skipped": false})"));
+        "bytes": 75000, "duration": 2.0, "redirects": 1, "retries": 2, "skipped": false, "url": "",
+        "attempts": []})"));
     EXPECT_EQ(segments[2]["skipped"], true);
+}
+
+TEST(Report, GivesTheAttemptsOfASegmentWithoutSecrets) {
+    ReportedPlay play = reportedPlay();
+    hastool::TraceRow row = test::traceRow(12, 4, 0);
+    row.url = "http://me:secret@h/a?token=1";
+    hastool::Attempt attempt;
+    attempt.result = "HTTP 200";
+    attempt.cache = "Via: http://me:secret@h/";
+    attempt.connect = 0.0015;
+    attempt.end = 0.25;
+    attempt.bytes = 9;
+    row.attempts = {attempt};
+    play.record.onSegment(row);
+    const std::string page = pageOf({play});
+    const json segment = dataIn(page)["segments"].back();
+    EXPECT_EQ(segment["url"], "http://me:...@h/a?...");
+    EXPECT_EQ(segment["attempts"], json::parse(R"([{"result": "HTTP 200", "peer": "",
+        "cache": "Via: http://me:...@h/", "lookup": null, "connect": 1.5, "tls": null,
+        "firstByte": null, "end": 250.0, "bytes": 9}])"));
+    EXPECT_FALSE(has(page, "secret"));
 }
 
 TEST(Report, ListsSegmentsAsTheTraceHasThem) {
