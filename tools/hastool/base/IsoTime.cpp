@@ -3,6 +3,7 @@
 #include "Number.h"
 
 #include <algorithm>
+#include <cmath>
 #include <ctime>
 #include <iterator>
 #include <limits>
@@ -134,6 +135,17 @@ std::optional<double> parseIsoDateTime(const std::string& text) {
     if (!fraction || !zone)
         return std::nullopt;
     return *plain + *fraction - *zone;
+}
+
+std::string isoDateTime(double seconds) {
+    const long long milliseconds = std::llround(std::clamp(seconds, 0.0, kMaxSeconds) * 1000);
+    const auto time = static_cast<time_t>(milliseconds / 1000);
+    tm parts{};
+    gmtime_r(&time, &parts);
+    char text[32] = "";
+    std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &parts);
+    const std::string fraction = std::to_string(1000 + milliseconds % 1000);
+    return text + ("." + fraction.substr(1)) + "Z";
 }
 
 } // namespace hastool

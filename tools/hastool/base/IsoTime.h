@@ -15,4 +15,7 @@ std::optional<double> parseIsoDuration(const std::string& text);
 /// @return nothing for another text
 std::optional<double> parseIsoDateTime(const std::string& text);
 
+/// "2024-01-01T00:01:00.500Z" for seconds since the epoch, from 0 on.
+std::string isoDateTime(double seconds);
+
 } // namespace hastool

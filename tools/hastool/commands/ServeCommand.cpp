@@ -20,6 +20,7 @@ namespace {
 constexpr char kExamples[] = R"(Examples:
   hastool serve
   hastool serve --root segments --port 8080 --profile rates.csv
+  hastool serve --live --low-latency
   hastool serve --fault 'seg=7:404*2' --fault 'path=/audio:stall=2'
 Faults are WHICH:WHAT or WHICH:WHAT*TIMES. WHICH is seg=N, the Nth segment of
 each stream, or path=TEXT, a part of the path. WHAT is a status from 400 to
@@ -68,6 +69,9 @@ ServeCommand::ServeCommand(CLI::App& app)
     command.add_option("--fault", m_faults, "Let requests fail; repeatable")
         ->allow_extra_args(false)
         ->type_name("WHICH:WHAT");
+    command.add_flag("--live", m_live, "Publish HLS and DASH live, their media repeated for ever");
+    command.add_flag("--low-latency", m_lowLatency,
+                     "With --live: chunked segments (DASH), parts and blocking reload (HLS)");
     command.footer(kExamples);
 }
 
@@ -79,12 +83,18 @@ int ServeCommand::run() {
         if (!m_profile.empty())
             options.profile = RateProfile::load(m_profile);
         const FaultRules rules(m_faults); // only to throw what is wrong with them
+        if (m_lowLatency && !m_live)
+            throw ToolError("--low-latency", "needs --live");
     } catch (const ToolError& error) {
         terminal.trouble(error.what());
         return kWrongUsage;
     }
     options.port = m_port;
     options.faults = m_faults;
+    if (m_live) {
+        options.live.emplace();
+        options.live->lowLatency = m_lowLatency;
+    }
     options.onFault = [](const std::string& path, const Fault& fault) {
         std::fprintf(stderr, "%s: %s\n", encodedPath(path).c_str(), whatOf(fault).c_str());
     };
@@ -92,6 +102,8 @@ int ServeCommand::run() {
     for (const std::string& url : origin.presentations())
         print(url + "\n");
     finishStandardOutput();
+    for (const std::string& problem : origin.problems())
+        terminal.trouble(problem);
     terminal.line("serving " + options.root.string() + " at " + origin.url("/") +
                   " until interrupted");
     while (!isInterrupted())

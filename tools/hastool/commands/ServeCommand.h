@@ -26,6 +26,8 @@ private:
     uint16_t m_port = 0;
     std::string m_profile;
     std::vector<std::string> m_faults; ///< as written
+    bool m_live = false;
+    bool m_lowLatency = false;
 };
 
 } // namespace hastool

@@ -5,6 +5,7 @@
 #include "SegmentNumber.h"
 #include <hastool/base/PercentCoding.h>
 
+#include <cstdio>
 #include <utility>
 
 namespace hastool {
@@ -43,11 +44,15 @@ Origin::Origin(OriginOptions options)
     , m_faults(options.faults)
     , m_onFault(std::move(options.onFault))
     , m_limiter(options.profile)
+    , m_liveTime(options.liveTime ? options.liveTime : std::make_shared<MachineTime>())
+    , m_live(options.live ? std::make_unique<LivePublisher>(m_folder, *options.live, *m_liveTime)
+                          : nullptr)
     , m_server({options.port, options.profile ? kLineSendBuffer : 0},
                [this](WebConnection& connection) { serve(connection); }) {}
 
 void Origin::stop() {
     m_limiter.stop();
+    m_liveTime->stop();
     m_server.stop();
 }
 
@@ -74,12 +79,18 @@ OriginAnswer Origin::answer(const WebRequest& request) {
         m_onFault(path, *fault);
     if (fault && fault->kind == Fault::Kind::Status)
         return plainAnswer(fault->status, std::to_string(fault->status) + " on request\n");
+    if (m_live) {
+        if (auto live = m_live->answer(request, path, fault))
+            return std::move(*live);
+    }
     return found ? file(request, *found, fault) : folder(path);
 }
 
 std::optional<Fault> Origin::faultOf(const WebRequest& request, const std::string& path,
                                      const std::optional<fs::path>& file) {
     return m_faults.take(path, [&]() -> std::optional<uint64_t> {
+        if (const auto number = m_live ? m_live->segmentNumber(path) : std::nullopt)
+            return number;
         if (!file)
             return std::nullopt;
         const auto range = answerRange(request.header("Range"), fs::file_size(*file));
@@ -149,6 +160,8 @@ bool Origin::send(WebConnection& connection, const WebRequest& request, OriginAn
         return false;
     if (request.method == "HEAD")
         return true;
+    if (answer.paced)
+        return sendPaced(connection, answer);
     if (!answer.file)
         return sendAtRate(connection, answer.body);
     uint64_t sent = 0;
@@ -164,6 +177,26 @@ bool Origin::send(WebConnection& connection, const WebRequest& request, OriginAn
         sent += piece.size();
     }
     return true;
+}
+
+/// @return whether the connection can be used for another request
+bool Origin::sendPaced(WebConnection& connection, OriginAnswer& answer) {
+    constexpr std::string_view kEnd = "0\r\n\r\n";
+    ChunkedSegment& body = *answer.paced;
+    const bool isChunked = answer.isChunked();
+    for (std::string_view bytes = body.next(); !bytes.empty(); bytes = body.next()) {
+        char head[24] = "";
+        std::snprintf(head, sizeof head, "%zx\r\n", bytes.size());
+        if (isChunked && !connection.send(head, true))
+            return false;
+        if (!sendAtRate(connection, bytes) || (isChunked && !connection.send("\r\n")))
+            return false;
+    }
+    if (body.isReset())
+        connection.reset();
+    if (!body.isWhole())
+        return false;
+    return !isChunked || connection.send(kEnd);
 }
 
 bool Origin::sendAtRate(WebConnection& connection, std::string_view bytes) {
@@ -182,9 +215,13 @@ std::string Origin::url(const std::string& path) const {
 
 std::vector<std::string> Origin::presentations() const {
     std::vector<std::string> urls;
-    for (const std::string& path : m_folder.presentations())
+    for (const std::string& path : m_live ? m_live->presentations() : m_folder.presentations())
         urls.push_back(url(path));
     return urls;
+}
+
+std::vector<std::string> Origin::problems() const {
+    return m_live ? m_live->problems() : std::vector<std::string>();
 }
 
 } // namespace hastool

@@ -2,6 +2,8 @@
 #pragma once
 
 #include "FaultRules.h"
+#include "LivePublisher.h"
+#include "LiveTime.h"
 #include "OriginAnswer.h"
 #include "RateLimiter.h"
 #include "RateProfile.h"
@@ -12,6 +14,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -27,6 +30,8 @@ struct OriginOptions {
     std::vector<std::string> faults; ///< see FaultRules
     /// Called for every fault that a request meets, on the connection's thread.
     std::function<void(const std::string& path, const Fault& fault)> onFault;
+    std::optional<LiveOptions> live;    ///< publishes the presentations live; nothing: as they are
+    std::shared_ptr<LiveTime> liveTime; ///< the clock that they go by; null for the machine's
 };
 
 /// Serves a folder on 127.0.0.1 from construction to stop(): HTTP/1.1 with single ranges,
@@ -46,6 +51,8 @@ public:
     std::string url(const std::string& path) const;
     /// URLs of the presentations in the folder.
     std::vector<std::string> presentations() const;
+    /// Which presentations could not be published live, and why; a line each.
+    std::vector<std::string> problems() const;
 
     /// Ends all connections, also those that wait for something.
     void stop();
@@ -61,12 +68,15 @@ private:
     static bool judge(const WebRequest& request, const Validators& validators,
                       OriginAnswer& answer);
     bool send(WebConnection& connection, const WebRequest& request, OriginAnswer& answer);
+    bool sendPaced(WebConnection& connection, OriginAnswer& answer);
     bool sendAtRate(WebConnection& connection, std::string_view bytes);
 
     const ServedFolder m_folder;
     FaultRules m_faults;
     const std::function<void(const std::string&, const Fault&)> m_onFault;
     RateLimiter m_limiter;
+    const std::shared_ptr<LiveTime> m_liveTime;
+    const std::unique_ptr<LivePublisher> m_live; ///< null when nothing is published live
     WebServer m_server;
 };
 

@@ -15,6 +15,12 @@ void OriginAnswer::setBody(const std::string& text, const std::string& type) {
     headers.emplace_back("Content-Type", type);
 }
 
+uint64_t OriginAnswer::bodyLength() const {
+    if (paced)
+        return paced->size();
+    return file ? length : body.size();
+}
+
 std::string OriginAnswer::head(const WebRequest& request) const {
     http::response<http::empty_body> response;
     response.result(static_cast<unsigned>(status));
@@ -24,7 +30,9 @@ std::string OriginAnswer::head(const WebRequest& request) const {
     for (const auto& [name, value] : headers)
         response.set(name, value);
     const bool hasBody = status != 204 && status != 304; // RFC 9110, 8.6
-    if (hasBody)
+    if (isChunked())
+        response.chunked(true);
+    else if (hasBody)
         response.content_length(bodyLength());
     response.keep_alive(request.keepsConnection);
     std::ostringstream text;

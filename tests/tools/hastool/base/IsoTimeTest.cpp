@@ -61,3 +61,9 @@ TEST(IsoDateTime, IsNothingForOtherText) {
           "2024-01-01T00:01:00.Z", "2024-01-01T00:01:00+01:0x", "2024-99-01T00:01:00Z"})
         EXPECT_FALSE(parseIsoDateTime(text)) << text;
 }
+
+TEST(IsoTimeTest, WritesTimesThatItReads) {
+    EXPECT_EQ(hastool::isoDateTime(1700000000.25), "2023-11-14T22:13:20.250Z");
+    EXPECT_EQ(hastool::isoDateTime(1699999999.9996), "2023-11-14T22:13:20.000Z");
+    EXPECT_EQ(hastool::parseIsoDateTime(hastool::isoDateTime(1234.5)), 1234.5);
+}
