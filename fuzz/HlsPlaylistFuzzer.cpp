@@ -24,6 +24,18 @@ void checkKey(const hastool::HlsKey& key) {
     require(key.method != "AES-128" || key.iv.empty() || hastool::parseIvAttribute(key.iv));
 }
 
+void checkParts(const hastool::HlsSegment& segment) {
+    const hastool::HlsPart* before = nullptr;
+    for (const hastool::HlsPart& part : segment.parts) {
+        require(!part.uri.empty() && std::isfinite(part.seconds) && part.seconds > 0);
+        if (before != nullptr && before->uri == part.uri)
+            require(part.range &&
+                    (!before->range ||
+                     part.range->first >= before->range->first + *before->range->length));
+        before = &part;
+    }
+}
+
 void checkSegments(const hastool::HlsPlaylist& playlist) {
     require(playlist.segments.size() <= hastool::kMaxSegments);
     uint64_t sequence = playlist.mediaSequence;
@@ -33,6 +45,7 @@ void checkSegments(const hastool::HlsPlaylist& playlist) {
         require(std::isfinite(segment.seconds) && segment.seconds >= 0);
         require(segment.seconds <= hastool::kMaxSegmentSeconds);
         require(!segment.map || !segment.map->uri.empty());
+        checkParts(segment);
         if (segment.key)
             checkKey(*segment.key);
         if (segment.map && segment.map->key)
@@ -51,11 +64,13 @@ void checkVariants(const hastool::HlsPlaylist& playlist) {
 constexpr char kUrl[] = "http://host/list?name=value";
 constexpr char kOther[] = "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXT-X-DEFINE:IMPORT=\"v\"\n"
                           "#EXTINF:2,\n{$v}\n#EXT-X-ENDLIST\n";
-constexpr size_t kMaxPieces = hastool::kMaxSegments + 1;
+constexpr size_t kMaxPieces = hastool::kMaxSegments + hastool::kMaxParts + 1;
 
 /// Takes every piece of a stream. A live playlist gets no new segments.
 void walk(const std::string& text, size_t track, size_t stream) {
     const auto fetch = [&](const hastool::Resource& resource) {
+        if (resource.isHeld)
+            throw hastool::ToolError(resource.url, "refused");
         return hastool::Document{resource.url == kUrl ? text : kOther, resource.url};
     };
     hastool::TimeSource time;
@@ -67,11 +82,12 @@ void walk(const std::string& text, size_t track, size_t stream) {
         return;
     uint64_t index = 0;
     for (size_t i = 0;; ++i) {
+        const bool isInside = presentation.isInside(track);
         const auto next = presentation.next(track, stream);
         if (next.kind != hastool::NextPiece::Kind::Piece)
             return;
         require(i < kMaxPieces);
-        require(i == 0 || next.piece.index == index + 1);
+        require(i == 0 || next.piece.index == index + 1 || (isInside && next.piece.index == index));
         index = next.piece.index;
     }
 }

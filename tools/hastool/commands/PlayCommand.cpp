@@ -75,6 +75,9 @@ PlayCommand::PlayCommand(CLI::App& app)
         ->capture_default_str()
         ->check(secondsCheck())
         ->type_name("SECONDS");
+    command.add_flag_callback(
+        "--no-low-latency", [this] { m_options.lowLatency = false; },
+        "Take whole segments only, even where a live stream offers less");
     command.add_flag("--json", m_json, "Print the summary as JSON");
     command.add_flag("-q,--quiet", m_quiet, "Show no progress");
     command

@@ -17,9 +17,11 @@ namespace hastool {
 /// @param liveTimeout  how long a live presentation may stay without anything new
 /// @param time         the clocks that a live presentation goes by
 /// @param choice       which renditions are played
+/// @param lowLatency   whether a live presentation is read at low latency where it can be
 std::unique_ptr<Presentation> openPresentation(const std::string& url, const FetchDocument& fetch,
                                                std::chrono::milliseconds liveTimeout,
                                                const TimeSource& time = {},
-                                               const RenditionChoice& choice = {});
+                                               const RenditionChoice& choice = {},
+                                               bool lowLatency = true);
 
 } // namespace hastool

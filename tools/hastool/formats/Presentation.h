@@ -88,6 +88,7 @@ struct MediaPiece {
     std::shared_ptr<const Protection> protection;      ///< null when it is clear
     bool missing = false; ///< the presentation itself says that there is nothing to fetch
     uint64_t lost = 0;    ///< pieces before it that are no longer to be had
+    double growsFor = 0;  ///< seconds until its server has made all of it; it comes meanwhile
 };
 
 /// What comes next.
@@ -139,6 +140,14 @@ public:
     virtual const std::vector<TrackInfo>& tracks() const = 0;
     /// Whether pieces are still being added.
     virtual bool isLive() const = 0;
+    /// Up to where a live presentation has media by now, on the scale of MediaPiece::start; nothing
+    /// for others, and while that is not known.
+    virtual std::optional<double> liveEdge() const { return std::nullopt; }
+    /// Whether it is read at low latency: by pieces that are shorter than segments, or still grow.
+    virtual bool isLowLatency() const { return false; }
+    /// Whether the last piece of a track was the begin of a segment whose rest is to come: the
+    /// stream cannot be changed there.
+    virtual bool isInside(size_t) const { return false; }
     /// Takes the warnings since the last call, in the order they came up: what the user should know
     /// though the presentation goes on. Each is given once.
     std::vector<std::string> takeWarnings();

@@ -21,6 +21,7 @@ struct ByteRange {
 struct Resource {
     std::string url;
     std::optional<ByteRange> range;
+    bool isHeld = false; ///< the server may hold its answer until there is one
 
     bool operator==(const Resource& other) const {
         return url == other.url && range == other.range;

@@ -375,6 +375,21 @@ void Downloader::resume() {
     }
 }
 
+void Downloader::cancel(Id id) {
+    Transfer& transfer = *m_transfers.at(id);
+    if (transfer.outcome)
+        return;
+    transfer.cancelled = true;
+    const auto queued = std::find(m_queue.begin(), m_queue.end(), id);
+    if (queued != m_queue.end()) {
+        m_queue.erase(queued);
+        finish(transfer, hascommon::RESULT_CANCELLED, {});
+    } else if (transfer.unit != nullptr) {
+        m_curl->Resume(transfer.unit); // so that it comes to its end, if it is held
+        m_curl->Cancel(transfer.unit);
+    }
+}
+
 void Downloader::cancelAll() {
     resume(); // so that what is cancelled comes to its end
     for (const Id id : m_queue)

@@ -110,6 +110,8 @@ public:
     void resume();
     bool isPaused() const { return m_paused; }
 
+    /// Ends a download that has not ended.
+    void cancel(Id id);
     /// Ends everything that has not ended.
     void cancelAll();
     /// Forgets a download that has ended.

@@ -40,6 +40,7 @@ bool Adaptation::poll(long long now) {
     if (untilPoll(now).count() > 0)
         return false;
     m_lastPoll = now;
+    m_traffic.flush();
     m_checker.OnPolling(now);
     return true;
 }

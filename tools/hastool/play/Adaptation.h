@@ -1,6 +1,7 @@
 // The choice of a stream.
 #pragma once
 
+#include "PacedTraffic.h"
 #include "PlayOptions.h"
 #include "PlayTrack.h"
 #include "PlaybackBuffer.h"
@@ -19,7 +20,7 @@ namespace hastool {
 class Adaptation {
 public:
     /// The observer to tell of all bytes that come in.
-    hascommon::IDownloadEvent& traffic() { return m_checker; }
+    PacedTraffic& traffic() { return m_traffic; }
     /// Begins to measure. @param now  milliseconds since the epoch, here and below
     void start(long long now);
     /// Takes a new measurement when one is due. @return whether it was
@@ -41,6 +42,7 @@ public:
 
 private:
     hascommon::BandwidthChecker m_checker;
+    PacedTraffic m_traffic{m_checker};
     hascommon::AdaptiveSegSwitcher m_switcher;
     long long m_lastPoll = 0;
 };

@@ -26,6 +26,8 @@ DocumentDesk::Entry& DocumentDesk::take(const DocumentWanted& wanted) {
         if (!entry->outcome && entry->reader->hasEnded())
             entry->outcome = entry->reader->take();
         if (entry->outcome)
+            entry->held.reset();
+        if (entry->outcome)
             return *entry;
     }
     throw wanted;
@@ -42,7 +44,9 @@ void DocumentDesk::fetch(const DocumentWanted& wanted, TransferSlot& reader) {
         return;
     m_entries.push_back(std::make_unique<Entry>(wanted, reader));
     Entry& entry = *m_entries.back();
-    reader.begin(entry.resource, entry.sink);
+    if (m_traffic != nullptr && wanted.resource.isHeld)
+        entry.held = std::make_unique<HeldSink>(entry.sink, *m_traffic);
+    reader.begin(entry.resource, entry.held ? static_cast<ByteSink&>(*entry.held) : entry.sink);
 }
 
 bool DocumentDesk::isUnderWay(const Resource& resource) const {

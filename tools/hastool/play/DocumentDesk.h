@@ -1,6 +1,7 @@
 // Documents that have to be fetched on the way to a piece.
 #pragma once
 
+#include "HeldSink.h"
 #include "TransferSlot.h"
 #include <hastool/formats/Presentation.h>
 
@@ -17,6 +18,9 @@ namespace hastool {
 /// reader is not fetched a second time for another.
 class DocumentDesk {
 public:
+    /// Tells the traffic of documents that their servers may hold back, borrowed.
+    void setTraffic(PacedTraffic& traffic) { m_traffic = &traffic; }
+
     /// @throws DocumentWanted when the document is not there yet, ToolError when fetching it failed
     Document document(const Resource& resource);
     /// Likewise for bytes, but a failure is told by the outcome. @param limit  of their size
@@ -40,12 +44,14 @@ private:
         Resource resource;
         TransferSlot* reader;
         MemorySink sink;
+        std::unique_ptr<HeldSink> held; ///< writes to the sink; null where nothing is held back
         std::optional<Outcome> outcome; ///< nothing while it is on its way
     };
 
     Entry& take(const DocumentWanted& wanted);
     const Entry* find(const Resource& resource) const;
 
+    PacedTraffic* m_traffic = nullptr;
     std::vector<std::unique_ptr<Entry>> m_entries; ///< pointers, as transfers write into the sinks
 };
 

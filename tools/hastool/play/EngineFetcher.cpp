@@ -106,6 +106,15 @@ void EngineFetcher::askFirstEngine(Aside& aside) {
     m_downloader.pump();
 }
 
+void EngineFetcher::cancel(Id id) {
+    if (id > 0) {
+        m_downloader.cancel(id);
+        return;
+    }
+    const Aside& aside = m_asides.at(id);
+    aside.engine->cancel(aside.id);
+}
+
 void EngineFetcher::hold(bool held) {
     if (held == isHeld())
         return;

@@ -23,6 +23,7 @@ public:
     Id beginAside(const Resource& resource, ByteSink& sink) override;
     const Outcome* outcome(Id id) const override;
     void forget(Id id) override;
+    void cancel(Id id) override;
     void hold(bool held) override;
     bool isHeld() const override { return m_downloader.isPaused(); }
     void cancelAll() override;

@@ -32,6 +32,8 @@ public:
     virtual const Outcome* outcome(Id id) const = 0;
     /// Forgets a transfer that has ended.
     virtual void forget(Id id) = 0;
+    /// Ends a transfer that has not ended; its outcome comes as that of any other.
+    virtual void cancel(Id id) = 0;
     /// Holds all transfers but those aside, those that begin later too, or lets them go on.
     virtual void hold(bool held) = 0;
     virtual bool isHeld() const = 0;

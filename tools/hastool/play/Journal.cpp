@@ -142,6 +142,10 @@ void Journal::watchStall(const PlaySample& now) {
 
 void Journal::sample(const PlaySample& now) {
     m_lastSample = now;
+    if (now.playing && now.liveDistance > 0) {
+        m_distances += now.liveDistance;
+        ++m_distanceCount;
+    }
     m_observer.onSample(now);
 }
 
@@ -160,12 +164,15 @@ void Journal::show(const PlaySample& now) {
     status.switches = m_summary.switchesUp + m_summary.switchesDown;
     status.stalled = now.stalled;
     status.paused = now.paused;
+    status.liveDistance = now.liveDistance;
     m_observer.onStatus(status);
 }
 
 Summary Journal::counts() const {
     Summary summary = m_summary;
     summary.wallTime = seconds();
+    if (m_distanceCount > 0)
+        summary.liveDistance = m_distances / static_cast<double>(m_distanceCount);
     summary.meanBitrate = m_mainSeconds > 0 ? m_bitSeconds / m_mainSeconds : 0;
     return summary;
 }

@@ -9,8 +9,11 @@
 #include "Summary.h"
 #include "Trace.h"
 
+#include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace hastool {
@@ -56,6 +59,10 @@ public:
     /// Tells the observer the status, a few times a second at most.
     void show(const PlaySample& now);
 
+    /// Sets how to measure what PlaySample::liveDistance is.
+    void measureDistance(std::function<double()> distance) { m_distance = std::move(distance); }
+    double liveDistance() const { return m_distance ? m_distance() : 0; }
+
     /// Segments that were taken in.
     uint64_t segments() const { return m_summary.segments; }
     /// What was counted so far.
@@ -75,6 +82,9 @@ private:
     PlayerCallbacks m_callbacks;
     const PlayTrack* m_main = nullptr;
     Summary m_summary;
+    std::function<double()> m_distance;
+    double m_distances = 0; ///< all that were measured while media was played
+    uint64_t m_distanceCount = 0;
     double m_bitSeconds = 0;  ///< bitrates of the main track's pieces times their durations
     double m_mainSeconds = 0; ///< durations of these pieces
     PlaySample m_lastSample;

@@ -3,6 +3,7 @@
 #include <hastool/base/ToolError.h>
 #include <hastool/media/EventMessages.h>
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -38,13 +39,23 @@ void PieceIntake::protect(const MediaPiece& piece, const MediaPart& part, std::s
     }
 }
 
+void PieceIntake::count(PlayTrack& track, PieceOrder& order, double seconds, uint64_t bytes) {
+    const milliseconds all = inMilliseconds(std::min(seconds, order.piece.seconds));
+    if (all <= order.counted)
+        return;
+    m_buffer.add(all - order.counted, bytes - order.countedBytes, track.number);
+    order.counted = all;
+    order.countedBytes = bytes;
+    track.mediaEnd = order.piece.start + inSeconds(all);
+}
+
 ArrivedPiece PieceIntake::arrive(PlayTrack& track, const PieceOrder& order, const Outcome& outcome,
                                  std::string media) {
     const double position = track.seconds;
     track.failuresInARow = 0;
     track.bytes += media.size();
     track.mediaSeconds += order.piece.seconds;
-    buffered(track, order.piece, outcome.bytes);
+    buffered(track, order, outcome.bytes);
     ArrivedPiece arrived{order.piece, std::move(media), track.initBytes,
                          rowOf(track, order, outcome), position};
     track.change = "";
@@ -77,10 +88,13 @@ void PieceIntake::takeEvents(const PlayTrack& track, const ArrivedPiece& arrived
         m_events.reach(piece.start, piece.seconds, arrived.position);
 }
 
-void PieceIntake::buffered(PlayTrack& track, const MediaPiece& piece, uint64_t bytes) {
+void PieceIntake::buffered(PlayTrack& track, const PieceOrder& order, uint64_t bytes) {
+    const MediaPiece& piece = order.piece;
     track.seconds += piece.seconds;
     m_journal.taken(bytes);
-    m_buffer.add(inMilliseconds(piece.seconds), bytes, track.number);
+    m_buffer.add(inMilliseconds(piece.seconds) - order.counted,
+                 bytes - std::min(bytes, order.countedBytes), track.number);
+    track.mediaEnd = piece.start + piece.seconds;
     if (track.number != 0)
         return;
     m_journal.chosen(piece.seconds, track.bitrate());
@@ -130,6 +144,7 @@ TraceRow PieceIntake::rowOf(const PlayTrack& track, const PieceOrder& order,
     row.change = track.change;
     row.stalls = m_buffer.stalls();
     row.stallTime = inSeconds(m_buffer.stallTime());
+    row.liveDistance = m_journal.liveDistance();
     row.resolution = track.number == 0 ? track.renditions.resolution(track.stream) : "";
     return row;
 }

@@ -9,6 +9,8 @@
 #include "ProtectedContent.h"
 #include "TimedEvents.h"
 
+#include <chrono>
+#include <cstdint>
 #include <string>
 
 namespace hastool {
@@ -34,6 +36,7 @@ public:
     void prepareInit(const MediaPiece& piece, const MediaPart& part, std::string& bytes) override {
         protect(piece, part, bytes);
     }
+    void count(PlayTrack& track, PieceOrder& order, double seconds, uint64_t bytes) override;
     ArrivedPiece arrive(PlayTrack& track, const PieceOrder& order, const Outcome& outcome,
                         std::string media) override;
     void digest(PlayTrack& track, ArrivedPiece arrived) override;
@@ -49,7 +52,7 @@ public:
 private:
     void protect(const MediaPiece& piece, const MediaPart& part, std::string& bytes);
     void takeEvents(const PlayTrack& track, const ArrivedPiece& arrived);
-    void buffered(PlayTrack& track, const MediaPiece& piece, uint64_t bytes);
+    void buffered(PlayTrack& track, const PieceOrder& order, uint64_t bytes);
     TraceRow rowOf(const PlayTrack& track, const PieceOrder& order, const Outcome& outcome);
 
     const bool m_isFast;

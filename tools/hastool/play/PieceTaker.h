@@ -7,6 +7,7 @@
 #include <hastool/formats/Presentation.h>
 #include <hastool/net/Downloader.h>
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -16,7 +17,9 @@ namespace hastool {
 struct PieceOrder {
     MediaPiece piece;
     StreamChoice choice;
-    double begun = 0; ///< seconds since the play began
+    double begun = 0;                     ///< seconds since the play began
+    std::chrono::milliseconds counted{0}; ///< media of it that the buffer has already
+    uint64_t countedBytes = 0;
 };
 
 /// A piece that has come, with all that its digestion needs: its track may be on its way to another
@@ -44,6 +47,9 @@ public:
     /// Prepares an initialisation for use. @throws ToolError when it cannot be used
     virtual void prepareInit(const MediaPiece& piece, const MediaPart& part,
                              std::string& bytes) = 0;
+    /// Media of a piece has come that is not yet whole: it can be played from now on.
+    /// @param seconds, bytes  all that has come of it
+    virtual void count(PlayTrack& track, PieceOrder& order, double seconds, uint64_t bytes) = 0;
     /// Counts a piece. @return what digest() is to get
     virtual ArrivedPiece arrive(PlayTrack& track, const PieceOrder& order, const Outcome& outcome,
                                 std::string media) = 0;

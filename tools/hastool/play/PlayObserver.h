@@ -16,7 +16,8 @@ struct PlayStatus {
     unsigned bandwidth = 0; ///< mean, bits per second; 0 until measured
     int switches = 0;
     bool stalled = false;
-    bool paused = false; ///< by the viewer
+    bool paused = false;     ///< by the viewer
+    double liveDistance = 0; ///< seconds behind the live edge; 0 where there is none
 };
 
 /// One measurement. They are taken whenever the bandwidth is polled; when a stall, a pause or the
@@ -32,6 +33,7 @@ struct PlaySample {
     bool transferHeld = false; ///< the buffer is full, or the viewer pauses
     bool stalled = false;      ///< play has begun before and now waits for media
     bool paused = false;       ///< by the viewer
+    double liveDistance = 0;   ///< seconds behind the live edge; 0 where there is none
 };
 
 /// Is told what happens, on the thread that plays.

@@ -28,10 +28,11 @@ struct PlayOptions {
     int audioBitrate = 0;       ///< play the best audio stream up to this; 0 for the lowest
     std::vector<std::pair<int, int>> limits;       ///< allowed bitrates, inclusive
     std::vector<hascommon::bitrateParam_t> groups; ///< see IBitrateSwitcher
-    int marginKbps = 0;  ///< bandwidth kept free; 0 for the switcher's default
-    int upTimer = 0;     ///< seconds before a change to a higher group
-    double pauseAt = -1; ///< pause as a viewer would at this position; below 0 never
-    double pauseFor = 0; ///< seconds
+    int marginKbps = 0;     ///< bandwidth kept free; 0 for the switcher's default
+    int upTimer = 0;        ///< seconds before a change to a higher group
+    double pauseAt = -1;    ///< pause as a viewer would at this position; below 0 never
+    double pauseFor = 0;    ///< seconds
+    bool lowLatency = true; ///< read a live presentation at low latency where it can be
     std::chrono::milliseconds bufferGoal{30000};
     std::chrono::milliseconds liveTimeout{60000};
 };

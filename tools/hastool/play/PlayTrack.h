@@ -46,6 +46,7 @@ struct PlayTrack {
     std::unique_ptr<MediaWriter> writer;
     MediaPart init; ///< where initBytes came from
     std::string initBytes;
+    double mediaEnd = 0;     ///< of the media that came in last, on the scale of MediaPiece::start
     double seconds = 0;      ///< how far it has been read, skipped segments included
     uint64_t bytes = 0;      ///< of the media that came in
     double mediaSeconds = 0; ///< duration of that media

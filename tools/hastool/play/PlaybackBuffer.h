@@ -20,6 +20,8 @@ public:
     /// @param enough  how much media it takes to begin
     explicit PlaybackBuffer(Milliseconds enough, size_t tracks = 1);
 
+    /// Changes how much it takes to begin.
+    void setEnough(Milliseconds enough) { m_enough = enough; }
     void add(Milliseconds duration, uint64_t bytes, size_t track = 0);
     /// Nothing will be added to a track any more.
     void finish(size_t track = 0);

@@ -15,7 +15,8 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kEnoughToBegin{2000};
-constexpr milliseconds kTick{10};         // the longest wait while no transfer ends
+constexpr milliseconds kEnoughNearTheEdge{1000}; // where there is no more to be had at once
+constexpr milliseconds kTick{10};                // the longest wait while no transfer ends
 constexpr size_t kMaxKeyBytes = 1u << 20; // far above a key's 16, so that the message tells a size
 
 milliseconds inMilliseconds(double seconds) {
@@ -54,6 +55,7 @@ Player::Player(PlayOptions options, PlayObserver& observer, const PlayWorld& wor
     , m_intake(m_options, m_adaptation, m_buffer, m_events, m_journal)
     , m_opening(*m_fetcher, m_journal)
     , m_lastTick(m_clock.steady()) {
+    m_desk.setTraffic(m_adaptation.traffic());
     m_fetcher->onRetry([this](const std::string& what) { m_journal.event("retry", what); });
     if (m_options.pauseAt >= 0)
         m_viewer = {inMilliseconds(m_options.pauseAt), inMilliseconds(m_options.pauseFor)};
@@ -133,13 +135,23 @@ void Player::open() {
     }
     m_journal.follow(m_tracks[0]);
     m_buffer = PlaybackBuffer(kEnoughToBegin, m_tracks.size());
+    m_journal.measureDistance([this] { return liveDistance(); });
     m_adaptation.configure(m_options, m_tracks);
     openSchedule(tracks);
 }
 
 void Player::openSchedule(const std::vector<TrackInfo>& tracks) {
-    const TrackFeed::Parts parts{m_clock,      *m_fetcher, *m_presentation, m_desk,   m_keys,
-                                 m_adaptation, m_buffer,   m_intake,        m_events, m_journal};
+    const TrackFeed::Parts parts{m_clock,
+                                 *m_fetcher,
+                                 *m_presentation,
+                                 m_desk,
+                                 m_keys,
+                                 m_adaptation,
+                                 m_buffer,
+                                 m_intake,
+                                 m_events,
+                                 m_journal,
+                                 m_options.liveTimeout};
     m_schedule.emplace(m_options, parts, m_tracks);
     if (tracks.back().isText)
         m_subtitles.emplace(m_options, parts, tracks.size() - 1, m_intake.timeline());
@@ -157,8 +169,9 @@ std::unique_ptr<Presentation> Player::openWithDocuments() {
     const auto fetch = [this](const Resource& resource) { return m_desk.document(resource); };
     for (;;) {
         try {
-            auto presentation = openPresentation(m_options.url, fetch, m_options.liveTimeout,
-                                                 m_clock.source(), m_options.renditions);
+            auto presentation =
+                openPresentation(m_options.url, fetch, m_options.liveTimeout, m_clock.source(),
+                                 m_options.renditions, m_options.lowLatency);
             m_desk.release(m_opening);
             return presentation;
         } catch (const DocumentWanted& wanted) {
@@ -222,6 +235,8 @@ void Player::passTime() {
 
 /// To be called after every change: holds transfers or lets them go, and tells the journal.
 void Player::settle() {
+    if (m_presentation && m_presentation->isLowLatency())
+        m_buffer.setEnough(kEnoughNearTheEdge);
     holdTransfers();
     m_journal.watch(sample());
     if (m_adaptation.poll(m_clock.milliseconds()))
@@ -239,6 +254,16 @@ bool Player::isStalled() const {
     return m_buffer.stalls() > 0 && !m_buffer.isPlaying() && !m_buffer.isDone();
 }
 
+/// How far what is played lies behind the live edge, in seconds; 0 where there is no such edge, or
+/// nothing to play yet.
+double Player::liveDistance() const {
+    if (!m_presentation || m_tracks.empty() || m_tracks[0].mediaEnd <= 0)
+        return 0;
+    const auto edge = m_presentation->liveEdge();
+    const double position = m_tracks[0].mediaEnd - inSeconds(m_buffer.trackLevel(0));
+    return edge ? std::max(0.0, *edge - position) : 0;
+}
+
 PlaySample Player::sample() {
     PlaySample sample;
     sample.time = m_journal.seconds();
@@ -251,6 +276,7 @@ PlaySample Player::sample() {
     sample.transferHeld = m_fetcher->isHeld();
     sample.stalled = isStalled();
     sample.paused = m_viewer.isPaused();
+    sample.liveDistance = liveDistance();
     return sample;
 }
 

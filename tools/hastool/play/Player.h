@@ -61,6 +61,7 @@ private:
     void settle();
     void holdTransfers();
     bool isStalled() const;
+    double liveDistance() const;
     PlaySample sample();
 
     const PlayOptions m_options;

@@ -35,6 +35,8 @@ void Schedule::run() {
 }
 
 void Schedule::moveOn() {
+    for (TrackFeed& feed : m_feeds)
+        feed.progress();
     for (;;) {
         if (TrackFeed* const ready = findReady())
             ready->proceed();

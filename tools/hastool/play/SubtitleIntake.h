@@ -21,6 +21,7 @@ public:
 
     /// @throws ToolError for protected subtitles
     void prepareInit(const MediaPiece& piece, const MediaPart& part, std::string& bytes) override;
+    void count(PlayTrack&, PieceOrder&, double, uint64_t) override {}
     ArrivedPiece arrive(PlayTrack& track, const PieceOrder& order, const Outcome& outcome,
                         std::string media) override;
     void digest(PlayTrack& track, ArrivedPiece arrived) override;

@@ -10,10 +10,9 @@ double inSeconds(std::chrono::milliseconds time) {
 }
 
 TrackFeed::Parts withIntake(const TrackFeed::Parts& parts, PieceTaker& intake) {
-    return {parts.clock,   parts.fetcher, parts.presentation,
-            parts.desk,    parts.keys,    parts.adaptation,
-            parts.buffer,  intake,        parts.events,
-            parts.journal, true};
+    return {parts.clock,  parts.fetcher,    parts.presentation, parts.desk,
+            parts.keys,   parts.adaptation, parts.buffer,       intake,
+            parts.events, parts.journal,    parts.liveTimeout,  true};
 }
 
 } // namespace

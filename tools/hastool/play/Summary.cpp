@@ -64,6 +64,8 @@ std::string toText(const Summary& s) {
     text += line("switches      %d up, %d down\n", s.switchesUp, s.switchesDown);
     text +=
         line("stalls        %d, %.1f s; %.1f s to start\n", s.stalls, s.stallTime, s.startupTime);
+    if (s.liveDistance > 0)
+        text += line("live edge     %.1f s behind on average\n", s.liveDistance);
     text += line("downloads     %llu, %llu %s\n", static_cast<unsigned long long>(s.downloads),
                  static_cast<unsigned long long>(s.retries), s.retries == 1 ? "retry" : "retries");
     if (const std::string sizes = resolutions(s.renditions); !sizes.empty())
@@ -97,6 +99,8 @@ nlohmann::ordered_json toJson(const Summary& s) {
         {"switches_down", s.switchesDown},
         {"stalls", s.stalls},
         {"stall_s", rounded(s.stallTime)},
+        {"live_distance_s", s.liveDistance > 0 ? nlohmann::ordered_json(rounded(s.liveDistance))
+                                               : nlohmann::ordered_json()},
         {"downloads", s.downloads},
         {"retries", s.retries},
         {"bandwidth_bps", measured(s.bandwidth)},

@@ -30,7 +30,8 @@ struct Summary {
     double stallTime = 0;
     uint64_t downloads = 0;
     uint64_t retries = 0;
-    unsigned bandwidth = 0;                  ///< the last mean measured, bits per second
+    double liveDistance = 0; ///< mean distance to the live edge; 0 where it was never measured
+    unsigned bandwidth = 0;  ///< the last mean measured, bits per second
     std::vector<PlayedRendition> renditions; ///< in the order of their first segments
     uint64_t subtitles = 0;                  ///< segments of them
     uint64_t subtitlesSkipped = 0;           ///< that could not be had, or not be used

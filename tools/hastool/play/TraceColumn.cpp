@@ -89,6 +89,8 @@ const std::vector<TraceColumn> kPlayColumns = {
      "1 (or `true`) for a segment that could not be had", "", 0, "skipped"},
     {"resolution", Unit::None, [](Row row) { return Value(row.resolution); },
      "of the rendition, as in `1280x720`; empty where it is not known", "picture", 8, "resolution"},
+    {"live_distance", Unit::Seconds, [](Row row) { return Value(row.liveDistance); },
+     "of what is played, behind the live edge; 0 in a recording", "behind live", 16, "", true},
 };
 
 } // namespace

@@ -35,9 +35,10 @@ struct TraceRow {
     unsigned choiceFirst = 0;   ///< the first sample as known then, bits per second
     long long choiceBuffer = 0; ///< milliseconds of media in the buffer then
     static constexpr int kNotAsked = -2;
-    int retries = 0;               ///< of this segment
-    bool skipped = false;          ///< it could not be had
-    std::string url;               ///< after all redirects
+    int retries = 0;         ///< of this segment
+    bool skipped = false;    ///< it could not be had
+    double liveDistance = 0; ///< of what is played then, seconds; 0 where there is no live edge
+    std::string url;         ///< after all redirects
     std::vector<Attempt> attempts; ///< of its media
     std::string resolution;        ///< "640x360"; empty when not known
 };

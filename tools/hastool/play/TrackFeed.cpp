@@ -1,6 +1,7 @@
 #include "TrackFeed.h"
 
 #include <hastool/base/Interrupt.h>
+#include <hastool/base/Quantities.h>
 
 #include <algorithm>
 #include <utility>
@@ -67,7 +68,8 @@ void TrackFeed::go() {
 
 /// Asks the switcher, but not before the first segment: until then nothing has been measured.
 void TrackFeed::choose() {
-    if (m_track.number != 0 || m_parts.journal.segments() == 0)
+    if (m_track.number != 0 || m_parts.journal.segments() == 0 ||
+        m_parts.presentation.isInside(m_track.number))
         return;
     m_order.choice = m_parts.adaptation.choose(m_track, m_parts.buffer);
     const auto stream = m_order.choice.stream;
@@ -168,11 +170,49 @@ void TrackFeed::fetchInit() {
 void TrackFeed::fetchMedia() {
     std::string media;
     const MediaPart& part = m_order.piece.media;
+    if (!m_part.hasBegun() && m_order.piece.growsFor > 0 && !m_parts.isAside)
+        watchChunks();
     const auto outcome = fetchPart(part, kMaxSegmentBytes, media);
     if (!outcome)
         return;
     m_stage = Stage::Idle;
     m_arrived = m_parts.intake.arrive(m_track, m_order, *outcome, std::move(media));
+}
+
+void TrackFeed::watchChunks() {
+    m_part.watch(readInitTracks(m_track.initBytes), m_parts.adaptation.traffic());
+    m_isGivenUp = false;
+    m_deadline = m_parts.clock.steady() + m_parts.liveTimeout +
+                 std::chrono::milliseconds(static_cast<long long>(m_order.piece.growsFor * 1000));
+}
+
+void TrackFeed::progress() {
+    const ChunkSink* const chunks = m_part.chunks();
+    if (chunks == nullptr)
+        return;
+    const ChunkSink::Arrived arrived = chunks->arrived();
+    m_parts.intake.count(m_track, m_order, arrived.seconds, arrived.bytes);
+    if (m_isGivenUp || m_parts.clock.steady() < m_deadline)
+        return;
+    m_isGivenUp = true;
+    m_slot.cancel();
+}
+
+/// Keeps what has come whole of a growing piece that cannot be had to its end: it may have been
+/// played already.
+void TrackFeed::takeCut(const Outcome& outcome, std::string& media) {
+    MediaPiece& piece = m_order.piece;
+    const double kept = static_cast<double>(m_order.counted.count()) / 1000;
+    const std::string why = m_isGivenUp ? "it does not end" : outcome.failure;
+    if (!isInterrupted())
+        m_parts.journal.trouble(piece.media.resource.url + ": " + why + "; cut after " +
+                                secondsText(kept));
+    media.resize(static_cast<size_t>(m_order.countedBytes));
+    Outcome cut = outcome;
+    cut.bytes = media.size();
+    m_track.seconds += piece.seconds - kept; // the track goes on behind the piece
+    piece.seconds = kept;
+    m_arrived = m_parts.intake.arrive(m_track, m_order, cut, std::move(media));
 }
 
 /// Begins to fetch a part, or takes it when it has come. If it cannot be had, its piece is skipped.
@@ -184,11 +224,14 @@ std::optional<Outcome> TrackFeed::fetchPart(const MediaPart& part, size_t limit,
             m_part.begin(part, m_order.piece.index, limit);
             return std::nullopt;
         }
+        progress();
         const Outcome outcome = m_part.finish(bytes);
         if (outcome.ok)
             return outcome;
         m_stage = Stage::Idle;
-        if (!isInterrupted())
+        if (m_order.counted.count() > 0)
+            takeCut(outcome, bytes);
+        else if (!isInterrupted())
             m_parts.intake.skip(m_track, m_order, outcome);
     } catch (const ToolError&) {
         m_stage = Stage::Idle;

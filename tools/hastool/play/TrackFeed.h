@@ -8,8 +8,10 @@
 #include "TimedEvents.h"
 #include <hastool/base/ToolError.h>
 
+#include <chrono>
 #include <functional>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace hastool {
@@ -35,6 +37,8 @@ public:
         PieceTaker& intake;
         TimedEvents& events;
         Journal& journal;
+        /// How long a growing piece may take beyond its time.
+        std::chrono::milliseconds liveTimeout;
         bool isAside = false; ///< see Fetcher::beginAside()
     };
 
@@ -55,6 +59,9 @@ public:
     /// Writes the piece that has come, if there is one that is not written yet. @throws ToolError
     /// when the play cannot go on
     void digest();
+    /// Takes in what has come of a piece that is still being made, and gives one up that does not
+    /// end.
+    void progress();
     /// Does all that needs no waiting. @throws ToolError when the play cannot go on
     void proceed();
 
@@ -73,6 +80,8 @@ private:
     void take(NextPiece next);
     void fetchInit();
     void fetchMedia();
+    void watchChunks();
+    void takeCut(const Outcome& outcome, std::string& media);
     std::optional<Outcome> fetchPart(const MediaPart& part, size_t limit, std::string& bytes);
 
     const Parts m_parts;
@@ -84,6 +93,8 @@ private:
     PieceOrder m_order;
     std::optional<ArrivedPiece> m_arrived; ///< and not digested yet
     std::vector<News> m_news;              ///< to be told after it
+    Clock::TimePoint m_deadline;           ///< of a growing piece
+    bool m_isGivenUp = false;              ///< it did not end in time
 };
 
 } // namespace hastool

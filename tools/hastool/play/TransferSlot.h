@@ -23,6 +23,11 @@ public:
     }
     /// Whether there is a transfer, and it has ended.
     bool hasEnded() const { return m_id && m_fetcher.outcome(*m_id) != nullptr; }
+    /// Ends the transfer early, if there is one; it is taken as any other.
+    void cancel() {
+        if (m_id)
+            m_fetcher.cancel(*m_id);
+    }
     /// How it ended; the slot is free again.
     Outcome take() {
         Outcome outcome = *m_fetcher.outcome(*m_id);

@@ -63,12 +63,16 @@ void VirtualLine::hold(bool held) {
     m_held = held;
 }
 
+void VirtualLine::cancel(Id id) {
+    Transfer& transfer = m_transfers.at(id);
+    if (!transfer.outcome)
+        end(transfer, "cancelled");
+}
+
 void VirtualLine::cancelAll() {
     hold(false);
-    for (auto& [id, transfer] : m_transfers) {
-        if (!transfer.outcome)
-            end(transfer, "cancelled");
-    }
+    for (auto& [id, transfer] : m_transfers)
+        cancel(id);
 }
 
 void VirtualLine::wait(Clock::TimePoint until) {
@@ -103,6 +107,12 @@ double VirtualLine::bytesPerMicrosecond() const {
     return static_cast<double>(rate) / 8e6 / share;
 }
 
+double VirtualLine::speedOf(const Transfer& transfer) const {
+    const double share = bytesPerMicrosecond();
+    const double made = transfer.answer.bytesPerSecond / 1e6;
+    return made > 0 ? std::min(share, made) : share;
+}
+
 Clock::TimePoint VirtualLine::nextRate() const {
     for (const LineRate& it : m_options.rates) {
         if (m_begun + it.begin > m_clock.steady())
@@ -114,13 +124,12 @@ Clock::TimePoint VirtualLine::nextRate() const {
 /// When the next event is, or `until` if that is earlier.
 Clock::TimePoint VirtualLine::nextMoment(Clock::TimePoint until) const {
     Clock::TimePoint next = std::min(until, nextRate());
-    const double speed = bytesPerMicrosecond();
     for (const auto& [id, transfer] : m_transfers) {
         if (transfer.outcome || (m_held && !transfer.isAside))
             continue;
         if (!isFlowing(transfer)) {
             next = std::min(next, transfer.firstByte);
-        } else if (speed > 0) {
+        } else if (const double speed = speedOf(transfer); speed > 0) {
             const double left = static_cast<double>(transfer.size) - transfer.arrived;
             const auto time = std::ceil(std::min(left / speed, 1e12)); // days are far enough
             next = std::min(next, m_clock.steady() + microseconds(static_cast<long long>(time)));
@@ -132,11 +141,11 @@ Clock::TimePoint VirtualLine::nextMoment(Clock::TimePoint until) const {
 /// Goes to a moment; there must be no event before it. @return whether a transfer has ended
 bool VirtualLine::moveTo(Clock::TimePoint time) {
     const auto passed = duration_cast<microseconds>(time - m_clock.steady());
-    const double bytes = bytesPerMicrosecond() * static_cast<double>(passed.count());
+    const auto span = static_cast<double>(passed.count());
     for (auto& [id, transfer] : m_transfers) {
         if (isFlowing(transfer))
-            transfer.arrived =
-                std::min(transfer.arrived + bytes, static_cast<double>(transfer.size));
+            transfer.arrived = std::min(transfer.arrived + speedOf(transfer) * span,
+                                        static_cast<double>(transfer.size));
     }
     m_clock.goTo(time);
     bool hasEnded = false;

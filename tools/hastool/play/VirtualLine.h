@@ -19,8 +19,9 @@ namespace hastool {
 /// What a server would send.
 struct VirtualAnswer {
     std::string bytes;
-    uint64_t size = 0;   ///< for a body of zeros, in place of `bytes`: how many
-    std::string failure; ///< why there is no body, "HTTP 404"; empty where there is one
+    uint64_t size = 0;         ///< for a body of zeros, in place of `bytes`: how many
+    std::string failure;       ///< why there is no body, "HTTP 404"; empty where there is one
+    double bytesPerSecond = 0; ///< at which the body is made; 0 where it is there as a whole
     std::chrono::milliseconds delay{0}; ///< before the body begins, beyond the line's latency
 };
 
@@ -46,6 +47,7 @@ public:
     Id beginAside(const Resource& resource, ByteSink& sink) override;
     const Outcome* outcome(Id id) const override;
     void forget(Id id) override { m_transfers.erase(id); }
+    void cancel(Id id) override;
     void hold(bool held) override;
     bool isHeld() const override { return m_held; }
     void cancelAll() override;
@@ -69,6 +71,7 @@ private:
     bool isFlowing(const Transfer& transfer) const;
     size_t countFlowing() const;
     double bytesPerMicrosecond() const;
+    double speedOf(const Transfer& transfer) const;
     Clock::TimePoint nextRate() const;
     Clock::TimePoint nextMoment(Clock::TimePoint until) const;
     bool moveTo(Clock::TimePoint time);

@@ -118,7 +118,7 @@ ordered_json cellOf(const TraceColumn& column, const TraceRow& row) {
     const TraceValue value = column.value(row);
     const std::string text = textOf(value);
     return {{"number", !std::holds_alternative<std::string>(value)},
-            {"text", column.zeroIsNone && text == "0" ? "" : text}};
+            {"text", column.zeroIsNone && (text == "0" || text == "0.000") ? "" : text}};
 }
 
 ordered_json segmentRows(const std::vector<TraceColumn>& columns, const PlayRecord& record) {
@@ -156,7 +156,7 @@ std::string countText(uint64_t count) {
 } // namespace
 
 std::vector<std::pair<std::string, std::string>> playFigures(const Summary& s) {
-    return {
+    std::vector<std::pair<std::string, std::string>> figures = {
         {"Played", secondsText(s.played) + " in " + secondsText(s.wallTime)},
         {"To start", secondsText(s.startupTime)},
         {"Stalls", std::to_string(s.stalls) + ", " + secondsText(s.stallTime)},
@@ -171,6 +171,9 @@ std::vector<std::pair<std::string, std::string>> playFigures(const Summary& s) {
         {"Measured last", s.bandwidth == 0 ? "not measured" : rateText(s.bandwidth)},
         {"Pictures", resolutions(s)},
     };
+    if (s.liveDistance > 0)
+        figures.emplace_back("Live edge", secondsText(s.liveDistance) + " behind on average");
+    return figures;
 }
 
 ordered_json playData(const ReportedPlay& play) {

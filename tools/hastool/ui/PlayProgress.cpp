@@ -18,6 +18,10 @@ std::string sized(const std::string& resolution) {
     return resolution.empty() ? "" : " " + resolution;
 }
 
+std::string behindLive(double distance) {
+    return distance > 0 ? "  behind live " + secondsText(distance) : "";
+}
+
 std::string stalled(const TraceRow& row) {
     if (row.stalls == 0)
         return "";
@@ -40,7 +44,8 @@ void PlayProgress::onStatus(const PlayStatus& status) {
     m_terminal.live(secondsText(status.position) + stateText(status) + "  buffer " +
                     secondsText(status.buffer) + "  playing " + bitrateText(status.bitrate) +
                     sized(status.resolution) + "  bandwidth " + measured(status.bandwidth) +
-                    "  switches " + std::to_string(status.switches));
+                    "  switches " + std::to_string(status.switches) +
+                    behindLive(status.liveDistance));
 }
 
 void PlayProgress::onSegment(const TraceRow& row) {
@@ -50,7 +55,7 @@ void PlayProgress::onSegment(const TraceRow& row) {
                     "  " + rateText(row.bitrate) + sized(row.resolution) + "  " +
                     sizeText(static_cast<double>(row.bytes)) + " in " + secondsText(row.download) +
                     "  buffer " + secondsText(row.buffer) + "  bandwidth " + measured(row.mean) +
-                    stalled(row));
+                    behindLive(row.liveDistance) + stalled(row));
 }
 
 void PlayProgress::onSwitch(double time, int from, int to) {

@@ -118,7 +118,8 @@ TEST(Report, ListsSegmentsAsTheTraceHasThem) {
                     "<td>320x180</td><td class=\"number\">75000</td>"
                     "<td class=\"number\">2.000</td><td class=\"number\">4.500</td>"
                     "<td class=\"number\">2100000</td><td class=\"number\">1900000</td>"
-                    "<td class=\"number\">1</td><td class=\"number\">2</td><td></td></tr>"));
+                    "<td class=\"number\">1</td><td class=\"number\">2</td>"
+                    "<td class=\"number\"></td><td></td></tr>"));
 }
 
 TEST(Report, NotesSwitchesAndSkippedSegments) {

@@ -4,6 +4,9 @@
 #include <hastool/base/ToolError.h>
 #include <hastool/base/XmlDocument.h>
 
+#include <charconv>
+#include <cmath>
+#include <limits>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -14,8 +17,22 @@ namespace {
 using hascommon::XmlElement;
 
 constexpr uint64_t kMaxTimescale = 1'000'000'000;
+constexpr double kMaxOffset = 1e9; // seconds
 
 } // namespace
+
+std::optional<double> availabilityOffset(const XmlAttributes& attributes) {
+    std::string text = attributes.text("availabilityTimeOffset");
+    if (!text.empty() && text.front() == '+')
+        text.erase(0, 1);
+    if (text == "INF")
+        return std::numeric_limits<double>::infinity();
+    double seconds = 0;
+    const char* const end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, seconds);
+    const bool isNumber = result.ec == std::errc() && result.ptr == end;
+    return isNumber && std::abs(seconds) <= kMaxOffset ? std::optional(seconds) : std::nullopt;
+}
 
 void DashAddressingReader::read(const XmlElement& element, DashAddressing& addressing) {
     const std::string name = element.Name();
@@ -95,6 +112,11 @@ void DashAddressingReader::readCommon(const XmlElement& element, DashAddressing&
             attributes.fail("duration");
         addressing.duration = duration;
     }
+    if (const auto offset = availabilityOffset(attributes))
+        addressing.availabilityOffset = *offset;
+    const std::string isWhole = attributes.text("availabilityTimeComplete");
+    if (!isWhole.empty())
+        addressing.isAvailableWhole = isWhole != "false";
     for (XmlElement it = element.FirstChild(); it; it = it.Next()) {
         if (it.Name() == "Initialization") {
             addressing.initialization = trimmed(it.Attribute("sourceURL"));

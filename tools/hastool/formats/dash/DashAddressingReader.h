@@ -2,6 +2,7 @@
 #pragma once
 
 #include "DashManifest.h"
+#include <hastool/base/XmlDocument.h>
 
 #include <Hasutil/XmlElement.h>
 
@@ -10,6 +11,10 @@
 #include <string>
 
 namespace hastool {
+
+/// Seconds, or infinity for "INF", of an availabilityTimeOffset; nothing where there is none, and
+/// for other text: its segments can be had all the same, only later.
+std::optional<double> availabilityOffset(const XmlAttributes& attributes);
 
 /// Reads what a manifest's elements say about segments, level by level.
 class DashAddressingReader {

@@ -4,6 +4,7 @@
 #include "DashEventStream.h"
 #include "DashTemplate.h"
 #include <hastool/base/IsoTime.h>
+#include <hastool/base/Number.h>
 #include <hastool/base/ToolError.h>
 #include <hastool/base/XmlDocument.h>
 #include <hastool/net/HttpUrl.h>
@@ -28,6 +29,8 @@ XmlElement findChild(const XmlElement& parent, const std::string& name) {
 /// An xlink:href with this value means that the element is to be left out.
 constexpr char kResolveToZero[] = "urn:mpeg:dash:resolve-to-zero:2013";
 
+constexpr double kMaxLatency = 86400000; // milliseconds
+
 /// "video" of "video/mp4".
 std::string majorType(const std::string& mimeType) {
     return lowered(mimeType.substr(0, mimeType.find('/')));
@@ -44,6 +47,8 @@ bool isText(const XmlElement& element) {
 /// What an element hands down to those inside it.
 struct Level {
     std::vector<std::string> baseUrls;
+    double availabilityOffset = 0; ///< of these URLs together
+    bool isAvailableWhole = true;
     DashAddressing addressing;
     std::vector<DashProtection> protections;
 };
@@ -78,6 +83,8 @@ private:
     void checkWhole() const;
 
     void descend(const XmlElement& element, Level& level);
+    void readBase(const XmlElement& element, Level& level);
+    void readLatency(const XmlElement& description);
     static DashProtection readProtection(const XmlElement& element);
 
     const std::string& m_url;
@@ -110,6 +117,8 @@ DashManifest Parser::parse(const XmlElement& mpd) {
             m_manifest.location = trimmed(it.Text());
         else if (it.Name() == "UTCTiming")
             m_manifest.clocks.push_back({it.Attribute("schemeIdUri"), it.Attribute("value")});
+        else if (it.Name() == "ServiceDescription")
+            readLatency(it);
         else if (it.Name() == "Period")
             readLinked(it, level, [&](const XmlElement& period) { readPeriod(period, level); });
     }
@@ -227,6 +236,9 @@ DashRepresentation Parser::readRepresentation(const XmlElement& element, const L
     result.codecs = element.Attribute("codecs");
     result.baseUrls = std::move(level.baseUrls);
     result.addressing = std::move(level.addressing);
+    result.availabilityOffset = level.availabilityOffset + result.addressing.availabilityOffset;
+    result.addressing.isAvailableWhole =
+        result.addressing.isAvailableWhole && level.isAvailableWhole;
     result.protections = std::move(level.protections);
     checkRepresentation(result);
     return result;
@@ -348,7 +360,7 @@ void Parser::descend(const XmlElement& element, Level& level) {
     for (XmlElement it = element.FirstChild(); it; it = it.Next()) {
         const std::string name = it.Name();
         if (name == "BaseURL" && !hasBase) { // the others are alternatives to the first
-            level.baseUrls.push_back(trimmed(it.Text()));
+            readBase(it, level);
             hasBase = true;
         } else if (name == "ContentProtection") {
             level.protections.push_back(readProtection(it));
@@ -356,6 +368,30 @@ void Parser::descend(const XmlElement& element, Level& level) {
             m_addressing.read(it, level.addressing);
         }
     }
+}
+
+/// The offsets of all URLs that make up a segment's own count (ISO/IEC 23009-1, 5.3.9.5.2); those
+/// above an absolute URL have no part in it.
+void Parser::readBase(const XmlElement& element, Level& level) {
+    level.baseUrls.push_back(trimmed(element.Text()));
+    if (level.baseUrls.back().find("://") != std::string::npos) {
+        level.availabilityOffset = 0;
+        level.isAvailableWhole = true;
+    }
+    const XmlAttributes attributes(element, m_url);
+    level.availabilityOffset += availabilityOffset(attributes).value_or(0);
+    if (attributes.text("availabilityTimeComplete") == "false")
+        level.isAvailableWhole = false;
+}
+
+/// What a player should stay behind the live time; only one that can be used counts.
+void Parser::readLatency(const XmlElement& description) {
+    const XmlElement latency = findChild(description, "Latency");
+    if (!latency || m_manifest.latencyTarget)
+        return;
+    const auto target = parseDecimal(trimmed(latency.Attribute("target")));
+    if (target && *target <= kMaxLatency)
+        m_manifest.latencyTarget = *target / 1000;
 }
 
 DashProtection Parser::readProtection(const XmlElement& element) {

@@ -43,6 +43,8 @@ struct DashAddressing {
     bool hasInitialization = false;
     std::optional<ByteRange> initRange;
     std::optional<ByteRange> indexRange; ///< of the sidx
+    double availabilityOffset = 0;       ///< seconds before its end that a segment can be asked for
+    bool isAvailableWhole = true;        ///< a segment that can be asked for is there as a whole
     std::shared_ptr<const std::vector<DashSegmentUrl>> list;
 };
 
@@ -64,6 +66,9 @@ struct DashRepresentation {
     std::vector<std::string> baseUrls; ///< from the outermost level to its own, as written
     DashAddressing addressing;
     std::vector<DashProtection> protections;
+    /// Seconds before its end that a segment can be asked for, all levels together; may be
+    /// infinite.
+    double availabilityOffset = 0;
 };
 
 struct DashAdaptationSet {
@@ -98,6 +103,7 @@ struct DashManifest {
     std::optional<double> minimumUpdatePeriod; ///< seconds
     std::optional<double> timeShiftDepth;      ///< seconds
     std::optional<double> suggestedDelay;      ///< seconds
+    std::optional<double> latencyTarget;       ///< seconds, of the first ServiceDescription
     std::string location;                      ///< where to load it again, as written
     std::vector<DashClock> clocks;
     std::vector<DashPeriod> periods;   ///< in order, at least one

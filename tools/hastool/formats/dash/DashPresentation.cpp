@@ -35,10 +35,12 @@ TrackInfo trackOf(const DashPeriod& period, TrackKind kind, const RenditionChoic
 
 DashPresentation::DashPresentation(const Document& document, FetchDocument fetch,
                                    std::chrono::milliseconds liveTimeout, const TimeSource& time,
-                                   const RenditionChoice& choice)
+                                   const RenditionChoice& choice, bool lowLatency)
     : m_choice(choice)
     , m_liveTimeout(liveTimeout)
-    , m_loader(document, std::move(fetch), time) {
+    , m_loader(document, std::move(fetch), time)
+    , m_timeline(m_loader, m_choice, lowLatency)
+    , m_mayBeEarly(lowLatency) {
     tellProblems();
     announceEvents();
     openTracks();
@@ -74,11 +76,22 @@ void DashPresentation::openTracks() {
         addTrack(*first, TrackKind::Audio);
         for (auto it = periods.begin(); it != periods.end() && !m_tracks.back().isText; ++it)
             addTrack(*it, TrackKind::Text);
+        readLatency(*first);
         return;
     }
     if (!manifest().problems.empty())
         throw ToolError(manifest().problems.front());
     throw ToolError(m_loader.url(), "no period with anything to play");
+}
+
+/// How early the segments of a period are asked for.
+void DashPresentation::readLatency(const DashPeriod& period) {
+    const auto main = selectRepresentations(period, TrackKind::Main, m_choice);
+    for (const DashRepresentation* const it : main)
+        m_offset = std::max(m_offset, m_mayBeEarly ? it->availabilityOffset : 0);
+    m_isLowLatency = m_mayBeEarly && manifest().isDynamic &&
+                     !main.front()->addressing.isAvailableWhole &&
+                     main.front()->availabilityOffset > 0;
 }
 
 /// Adds a track if the period has one of this kind.
@@ -138,20 +151,31 @@ void DashPresentation::join(DashReading& reading) {
     const double begin = manifest().periods.front().start;
     if (!m_joinTime && !manifest().isDynamic)
         m_joinTime = begin;
-    if (!m_joinTime) {
-        if (const auto edge = m_timeline.edge())
-            m_joinTime =
-                edge->time - manifest().suggestedDelay.value_or(kLiveDistance * edge->segment);
-    }
+    if (!m_joinTime)
+        m_joinTime = joinTime();
     if (m_joinTime)
         reading.join(std::max(*m_joinTime, begin));
+}
+
+/// Where a dynamic presentation is joined; nothing while it has no segment.
+std::optional<double> DashPresentation::joinTime() {
+    const auto edge = m_timeline.edge();
+    if (!edge)
+        return std::nullopt;
+    if (m_isLowLatency)
+        return m_loader.liveTime() - manifest().latencyTarget.value_or(edge->segment);
+    return edge->time - manifest().suggestedDelay.value_or(kLiveDistance * edge->segment);
+}
+
+std::optional<double> DashPresentation::liveEdge() const {
+    return manifest().isDynamic ? std::optional(m_loader.liveTime()) : std::nullopt;
 }
 
 void DashPresentation::rejoinWhenStartedAnew(DashReading& reading) {
     if (!manifest().isDynamic || !reading.isJoined())
         return;
     const auto edge = m_timeline.edge();
-    if (!edge || reading.time() - edge->time <= kStartedAnew)
+    if (!edge || reading.time() - edge->time - m_offset <= kStartedAnew)
         return;
     reading.leave();
     m_joinTime.reset();
@@ -167,7 +191,8 @@ std::optional<DashFound> DashPresentation::find(size_t track, size_t stream) {
             continue;
         if (!reading.isBehind(periods[i])) {
             const DashSegmentList& list = m_timeline.segments(periods[i], *chosen);
-            if (auto segment = reading.next(periods[i], i, *chosen, list, m_timeline.window()))
+            const DashWindow window = m_timeline.window(periods[i], *chosen);
+            if (auto segment = reading.next(periods[i], i, *chosen, list, window))
                 return DashFound{i, chosen, std::move(*segment)};
         }
         if (!m_timeline.isOver(periods[i], reading.time()))
@@ -192,6 +217,7 @@ NextPiece DashPresentation::advance(size_t track, const DashFound& found) {
     result.piece = dashPiece(manifest(), found, m_tracks[track].isAudio, m_loader.url());
     if (manifest().isDynamic)
         result.piece.lost = reading.lostBefore(found, period);
+    result.piece.growsFor = m_timeline.growsFor(*found.representation, found.segment);
     result.piece.discontinuity = reading.isBreak(found);
     reading.moveBehind(found, period);
     reading.wait.end();

@@ -23,22 +23,27 @@ namespace hastool {
 class DashPresentation : public Presentation {
 public:
     /// @param liveTimeout  how long a live presentation may stay without a new segment
+    /// @param lowLatency   whether segments are asked for while they are made, where they may be
     DashPresentation(const Document& document, FetchDocument fetch,
                      std::chrono::milliseconds liveTimeout, const TimeSource& time = {},
-                     const RenditionChoice& choice = {});
+                     const RenditionChoice& choice = {}, bool lowLatency = true);
 
     const std::vector<TrackInfo>& tracks() const override { return m_tracks; }
     bool isLive() const override { return manifest().isDynamic; }
     NextPiece next(size_t track, size_t stream) override;
+    std::optional<double> liveEdge() const override;
+    bool isLowLatency() const override { return m_isLowLatency; }
 
 private:
     const DashManifest& manifest() const { return m_loader.manifest(); }
     void tellProblems();
     void announceEvents();
     void openTracks();
+    void readLatency(const DashPeriod& period);
     void addTrack(const DashPeriod& period, TrackKind kind);
     void reloadWhenDue();
     void join(DashReading& reading);
+    std::optional<double> joinTime();
     void rejoinWhenStartedAnew(DashReading& reading);
     std::optional<DashFound> find(size_t track, size_t stream);
     const DashRepresentation* choose(const DashPeriod& period, size_t track, size_t stream) const;
@@ -48,7 +53,10 @@ private:
     const RenditionChoice m_choice;
     const std::chrono::milliseconds m_liveTimeout;
     DashLoader m_loader;
-    DashTimeline m_timeline{m_loader, m_choice};
+    DashTimeline m_timeline;
+    const bool m_mayBeEarly;
+    double m_offset = 0; ///< seconds before their end that segments are asked for; may be infinite
+    bool m_isLowLatency = false; ///< segments are asked for while they are made
     std::vector<TrackInfo> m_tracks;
     std::vector<TrackKind> m_kinds; ///< of the tracks
     std::vector<DashReading> m_readings;

@@ -4,6 +4,7 @@
 #include "DashUrls.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace hastool {
@@ -21,6 +22,24 @@ DashWindow DashTimeline::window() const {
     if (manifest.timeShiftDepth)
         window.from = window.until - *manifest.timeShiftDepth;
     return window;
+}
+
+/// Without an end, segments that can be had at any time would go on for ever: there the present
+/// counts.
+DashWindow DashTimeline::window(const DashPeriod& period,
+                                const DashRepresentation& representation) const {
+    DashWindow window = this->window();
+    const double offset = representation.availabilityOffset;
+    if (m_isEarly && (std::isfinite(offset) || period.duration))
+        window.until += offset;
+    return window;
+}
+
+double DashTimeline::growsFor(const DashRepresentation& representation,
+                              const DashSegment& segment) const {
+    if (!m_isEarly || !m_loader.manifest().isDynamic || representation.addressing.isAvailableWhole)
+        return 0;
+    return std::max(0.0, segment.start + segment.seconds - m_loader.liveTime());
 }
 
 std::optional<DashTimeline::Edge> DashTimeline::edge() {

@@ -22,10 +22,13 @@ public:
         double segment = 0; ///< length of the last segment, in seconds
     };
 
-    /// @param loader  borrowed. @param choice  which renditions are played
-    explicit DashTimeline(const DashLoader& loader, RenditionChoice choice = {})
+    /// @param loader  borrowed
+    /// @param choice  which renditions are played
+    /// @param early   whether segments are asked for as early as the manifest allows
+    DashTimeline(const DashLoader& loader, RenditionChoice choice, bool early)
         : m_loader(loader)
-        , m_choice(std::move(choice)) {}
+        , m_choice(std::move(choice))
+        , m_isEarly(early) {}
 
     /// To be called when the manifest has been loaded again: drops the lists made from the old one.
     void forget() { m_lists.clear(); }
@@ -33,6 +36,10 @@ public:
     /// What can be had now: all of a static presentation; of a dynamic one what its server has by
     /// now and still keeps.
     DashWindow window() const;
+    /// The same for one representation, whose segments may be there earlier.
+    DashWindow window(const DashPeriod& period, const DashRepresentation& representation) const;
+    /// How much of a segment is still to be made, in seconds; 0 where it is there as a whole.
+    double growsFor(const DashRepresentation& representation, const DashSegment& segment) const;
     /// Where the last available segment of the main track ends; nothing while there is no segment.
     std::optional<Edge> edge();
     /// Whether nothing will be added to a period.
@@ -48,6 +55,7 @@ private:
 
     const DashLoader& m_loader;
     const RenditionChoice m_choice;
+    const bool m_isEarly;
     std::map<const DashRepresentation*, DashSegmentList> m_lists; ///< of the current manifest
     std::map<std::string, SegmentIndex> m_indexes;                ///< by URL and range
 };

@@ -79,6 +79,12 @@ private:
     void onMedia(std::string_view value);
     void onEndList(std::string_view) { m_playlist.ended = true; }
     void onDefine(std::string_view value);
+    void onPartInf(std::string_view value) { m_parts.onPartInf(attributes(value)); }
+    void onServerControl(std::string_view value) { m_parts.onServerControl(attributes(value)); }
+    void onPart(std::string_view value) { m_parts.onPart(attributes(value)); }
+    void onHint(std::string_view value) { m_parts.onHint(attributes(value)); }
+    void onReport(std::string_view value) { m_parts.onReport(attributes(value)); }
+    void takeLowLatency();
     std::string definedValue(const HlsAttributes& list, const std::string& kind) const;
     void onSkip(std::string_view) {
         fail("#EXT-X-SKIP: a part of a playlist, which was not asked for");
@@ -91,6 +97,7 @@ private:
     HlsPlaylist m_playlist;
     HlsSegment m_pending;                                        ///< of the next URI
     std::map<std::string, std::shared_ptr<const HlsKey>> m_keys; ///< that hold, by KEYFORMAT
+    HlsPartReader m_parts;
     bool m_hasDuration = false;
     size_t m_infLine = 0; ///< of the last #EXTINF
     bool m_rangeHasOffset = false;
@@ -111,8 +118,18 @@ HlsPlaylist Parser::parse() {
     }
     if (m_hasDuration)
         dropSegment();
+    takeLowLatency();
     checkWhole();
     return std::exchange(m_playlist, {});
+}
+
+/// Parts behind the last segment are those of one that is still being made.
+void Parser::takeLowLatency() {
+    m_pending.parts = m_parts.takeParts(std::nullopt);
+    if (!m_pending.parts.empty())
+        m_playlist.begun = std::move(m_pending);
+    m_playlist.lowLatency = m_parts.result();
+    m_playlist.hasBadParts = m_parts.hasContradiction();
 }
 
 void Parser::fail(const std::string& what) const {
@@ -176,6 +193,11 @@ void Parser::takeTag(std::string_view line) {
         {"#EXT-X-ENDLIST", &Parser::onEndList},
         {"#EXT-X-DEFINE", &Parser::onDefine},
         {"#EXT-X-SKIP", &Parser::onSkip},
+        {"#EXT-X-PART-INF", &Parser::onPartInf},
+        {"#EXT-X-SERVER-CONTROL", &Parser::onServerControl},
+        {"#EXT-X-PART", &Parser::onPart},
+        {"#EXT-X-PRELOAD-HINT", &Parser::onHint},
+        {"#EXT-X-RENDITION-REPORT", &Parser::onReport},
     };
     const size_t colon = line.find(':');
     const auto found = handlers.find(line.substr(0, colon));
@@ -216,6 +238,7 @@ void Parser::addSegment(std::string_view uri) {
     std::swap(next, m_pending);
     next.uri = uri;
     placeRange(next);
+    next.parts = m_parts.takeParts(next.seconds);
     m_playlist.segments.push_back(std::move(next));
     m_hasDuration = false;
 }
@@ -440,6 +463,8 @@ HlsPlaylist parseHlsPlaylist(std::string_view text, const std::string& url,
     uint64_t sequence = result.mediaSequence;
     for (HlsSegment& segment : result.segments)
         segment.sequence = sequence++;
+    if (result.begun)
+        result.begun->sequence = sequence;
     return result;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "HlsDateRange.h"
+#include "HlsParts.h"
 #include "HlsVariables.h"
 #include <hastool/net/ByteRange.h>
 
@@ -66,6 +67,7 @@ struct HlsSegment {
     std::optional<double> dateTime; ///< seconds since the epoch that it begins at, where said
     std::shared_ptr<const HlsMap> map;
     std::shared_ptr<const HlsKey> key; ///< null when it is clear
+    std::vector<HlsPart> parts; ///< together they are the segment; none where they are not listed
 };
 
 /// A parsed playlist: variants of a master playlist, or segments of a media playlist.
@@ -79,7 +81,10 @@ struct HlsPlaylist {
     std::vector<HlsDateRange> dateRanges;
     double targetSeconds = 0;
     uint64_t mediaSequence = 0;
-    bool ended = false; ///< no segment will be added
+    bool ended = false;              ///< no segment will be added
+    std::optional<HlsSegment> begun; ///< of which there are only parts yet, one at least
+    HlsLowLatency lowLatency;
+    bool hasBadParts = false; ///< parts contradict their segment: none of them can be trusted
     HlsVariables variables;
     std::vector<std::string> warnings; ///< what was left out, and where; a line each
 

@@ -23,12 +23,12 @@ void expectNoChoice(const RenditionChoice& choice) {
 
 HlsPresentation::HlsPresentation(const Document& document, const FetchDocument& fetch,
                                  std::chrono::milliseconds liveTimeout, const TimeSource& time,
-                                 const RenditionChoice& choice)
+                                 const RenditionChoice& choice, bool lowLatency)
     : m_tracks(1) {
     HlsPlaylist playlist = parseHlsPlaylist(document.text, document.url);
     const auto reader = [&](const HlsVariables* variables) {
         m_readers.emplace_back(
-            fetch, [this](const std::string& what) { warn(what); }, liveTimeout, time);
+            fetch, [this](const std::string& what) { warn(what); }, liveTimeout, time, lowLatency);
         if (m_readers.size() == 1)
             m_readers[0].onEvent([this](TimedEvent event) { announce(std::move(event)); });
         if (variables != nullptr)

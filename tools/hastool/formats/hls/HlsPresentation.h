@@ -17,12 +17,16 @@ namespace hastool {
 class HlsPresentation : public Presentation {
 public:
     /// @param liveTimeout  how long a live stream may stay without a new segment
+    /// @param lowLatency   whether parts of segments are read where there are any
     HlsPresentation(const Document& document, const FetchDocument& fetch,
                     std::chrono::milliseconds liveTimeout, const TimeSource& time = {},
-                    const RenditionChoice& choice = {});
+                    const RenditionChoice& choice = {}, bool lowLatency = true);
 
     const std::vector<TrackInfo>& tracks() const override { return m_tracks; }
     bool isLive() const override { return m_readers[0].isLive(); }
+    std::optional<double> liveEdge() const override { return m_readers[0].liveEdge(); }
+    bool isLowLatency() const override { return m_readers[0].isLowLatency(); }
+    bool isInside(size_t track) const override { return m_readers.at(track).isInside(); }
     NextPiece next(size_t track, size_t stream) override {
         return m_readers.at(track).next(stream);
     }

@@ -21,6 +21,11 @@ namespace hastool {
 /// the same time in the media. A live stream is joined three segments before its end and read by
 /// media sequence numbers; its playlist is loaded again after a target duration, or half of one
 /// when there was nothing new.
+///
+/// At low latency a live stream is joined nearer to its end and read part by part where its
+/// segments are not whole; reloads are then held by the server until there is something new. Parts
+/// that contradict their segments, and a server that refuses such reloads, end this: whole segments
+/// are read from then on. No part is handed out twice, whatever a reload lists.
 class HlsTrack {
 public:
     /// Takes a warning about what was left out of a playlist.
@@ -29,8 +34,9 @@ public:
 
     /// @param liveTimeout  how long a live stream may stay without a new segment
     HlsTrack(FetchDocument fetch, Warn warn, std::chrono::milliseconds liveTimeout,
-             const TimeSource& time)
-        : m_fetch(std::move(fetch))
+             const TimeSource& time, bool lowLatency = true)
+        : m_lowLatency(lowLatency)
+        , m_fetch(std::move(fetch))
         , m_warn(std::move(warn))
         , m_clock(time)
         , m_wait(liveTimeout, time) {}
@@ -47,6 +53,10 @@ public:
     bool isLive() const;
     /// The next piece of a stream. @throws ToolError when the track cannot go on
     NextPiece next(size_t stream);
+    /// See Presentation.
+    std::optional<double> liveEdge() const;
+    bool isLowLatency() const;
+    bool isInside() const { return m_part > 0; }
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -58,27 +68,40 @@ private:
         bool loaded = false;
         HlsPlaylist playlist;
         Clock::time_point loadedAt;
-        bool changed = true;    ///< by the last load
-        bool announced = false; ///< the events of the last load
+        Clock::time_point changedAt; ///< when something new was loaded last
+        bool changed = true;         ///< by the last load
+        bool isDistrusted = false;   ///< its parts, or its held reloads, do not do
+        bool announced = false;      ///< the events of the last load
     };
 
-    void load(Rendition& rendition);
+    void load(Rendition& rendition, const Resource& resource);
     void take(Rendition& rendition, HlsPlaylist playlist, const std::string& base);
     bool reload(Rendition& rendition);
+    bool usesParts(const Rendition& rendition) const;
+    Resource reloadOf(const Rendition& rendition) const;
     void enter(size_t stream);
-    /// The segment that comes next; null when there is none (yet).
-    const HlsSegment* find(const Rendition& rendition, uint64_t& lost) const;
+    void join(const Rendition& rendition);
+    /// What comes next.
+    struct Found {
+        const HlsSegment* segment = nullptr; ///< null when there is nothing (yet)
+        const HlsPart* part = nullptr;       ///< null for the whole segment
+    };
+    Found find(const Rendition& rendition, uint64_t& lost);
+    Found findPart(const Rendition& rendition, const HlsSegment& segment);
+    void leaveSegment();
+    void advance(const Found& found);
     NextPiece nothingNew(const Rendition& rendition);
-    NextPiece pieceOf(const Rendition& rendition, const HlsSegment& segment);
+    NextPiece pieceOf(const Rendition& rendition, const Found& found);
     void announceRanges(Rendition& rendition, const HlsSegment& segment);
-    MediaPart mediaOf(const Rendition& rendition, const HlsSegment& segment) const;
+    MediaPart mediaOf(const Rendition& rendition, const Found& found) const;
     MediaPart initOf(const Rendition& rendition, const HlsSegment& segment) const;
     /// @throws ToolError for an encryption of another kind
     std::string keyUrlOf(const Rendition& rendition, const HlsKey& key,
                          const HlsSegment& segment) const;
     static std::string resolve(const Rendition& rendition, const std::string& uri);
-    static std::chrono::milliseconds reloadInterval(const Rendition& rendition);
+    std::chrono::milliseconds reloadInterval(const Rendition& rendition) const;
 
+    const bool m_lowLatency;
     FetchDocument m_fetch;
     Warn m_warn;
     Announce m_announce;
@@ -89,7 +112,8 @@ private:
     bool m_joined = false;
     bool m_fromBegin = false; ///< the presentation was complete when it was joined
     double m_time = 0;        ///< media seconds before the next piece
-    uint64_t m_sequence = 0;  ///< number of the next piece
+    uint64_t m_sequence = 0;  ///< number of the next piece's segment
+    size_t m_part = 0;        ///< how many parts of that segment were handed out
     LiveWait m_wait;
 };
 

@@ -288,4 +288,98 @@ TEST_F(DashPresentationTest, RefusesUrlsThatAreNotHttp) {
               std::string(kUrl) + ": not an HTTP URL: \"file:///etc/passwd\"");
 }
 
+/// A dynamic manifest of 2 s segments, and a clock for it.
+class DashAvailabilityTest : public DashPresentationTest {
+protected:
+    /// Which segment is the last that can be had 100.25 s after the begin.
+    std::string last(const std::string& base, const std::string& attributes,
+                     const std::string& period = "", bool lowLatency = true) {
+        m_documents.set(kUrl, "<MPD type='dynamic' availabilityStartTime='1970-01-01T00:00:00Z'>" +
+                                  base + "<Period start='PT0S' " + period +
+                                  "><AdaptationSet contentType='video'><SegmentTemplate "
+                                  "media='$Number$' duration='2' startNumber='0' " +
+                                  attributes +
+                                  "/><Representation id='v' bandwidth='1'/></AdaptationSet>"
+                                  "</Period></MPD>");
+        hastool::TimeSource time;
+        time.wall = [] { return 100.25; };
+        m_presentation = hastool::openPresentation(kUrl, m_documents.fetcher(), m_liveTimeout, time,
+                                                   {}, lowLatency);
+        std::string last;
+        for (NextPiece next = m_presentation->next(0, 0); next.kind == NextPiece::Kind::Piece;
+             next = m_presentation->next(0, 0)) {
+            last = next.piece.media.resource.url.substr(11);
+            m_growsFor = next.piece.growsFor;
+        }
+        return last;
+    }
+
+    std::unique_ptr<hastool::Presentation> m_presentation;
+    double m_growsFor = -1;
+};
+
+TEST_F(DashAvailabilityTest, OffsetMakesSegmentsAvailableEarlier) {
+    EXPECT_EQ(last("", ""), "49");
+    EXPECT_EQ(m_growsFor, 0);
+    EXPECT_EQ(last("", "availabilityTimeOffset='1.5'"), "49"); // 50 ends at 102
+    EXPECT_EQ(last("", "availabilityTimeOffset='1.8'"), "50");
+    EXPECT_EQ(m_growsFor, 0); // it is there as a whole
+    EXPECT_FALSE(m_presentation->isLowLatency());
+    EXPECT_EQ(last("", "availabilityTimeOffset='1.8' availabilityTimeComplete='false'"), "50");
+    EXPECT_DOUBLE_EQ(m_growsFor, 1.75);
+    EXPECT_TRUE(m_presentation->isLowLatency());
+    EXPECT_DOUBLE_EQ(m_presentation->liveEdge().value(), 100.25);
+}
+
+TEST_F(DashAvailabilityTest, OffsetsOfAllLevelsAddUp) {
+    EXPECT_EQ(
+        last("<BaseURL availabilityTimeOffset='1'>x/</BaseURL>", "availabilityTimeOffset='0.8'"),
+        "x/50");
+    EXPECT_EQ(last("<BaseURL availabilityTimeOffset='9'>http://h/d/</BaseURL>", ""), "53");
+    EXPECT_EQ(last("<BaseURL availabilityTimeOffset='1.8' availabilityTimeComplete='false'>./"
+                   "</BaseURL>",
+                   ""),
+              "50");
+    EXPECT_DOUBLE_EQ(m_growsFor, 1.75);
+}
+
+TEST_F(DashAvailabilityTest, EndlessOffsetMakesAllOfAPeriodAvailable) {
+    EXPECT_EQ(last("", "availabilityTimeOffset='INF'", "duration='PT200S'"), "99");
+    EXPECT_EQ(last("", "availabilityTimeOffset='INF'"), "49"); // a period without an end
+}
+
+TEST_F(DashAvailabilityTest, OffsetCountsOnlyAtLowLatency) {
+    EXPECT_EQ(last("", "availabilityTimeOffset='1.8' availabilityTimeComplete='false'", "", false),
+              "49");
+    EXPECT_FALSE(m_presentation->isLowLatency());
+}
+
+TEST_F(DashAvailabilityTest, OffsetsAreReadAsTheSchemaHasThem) {
+    EXPECT_EQ(last("", "availabilityTimeOffset='+1.8'"), "50");
+    EXPECT_EQ(last("", "availabilityTimeOffset='18e-1'"), "50");
+    EXPECT_EQ(last("", "availabilityTimeOffset='-1'"), "48");
+    for (const char* const text : {"x", "", "1e99", "inf", "NaN", "1.8x"})
+        EXPECT_EQ(last("", "availabilityTimeOffset='" + std::string(text) + "'"), "49") << text;
+}
+
+TEST_F(DashAvailabilityTest, LatencyTargetSaysWhereToBegin) {
+    const std::string paced = "availabilityTimeOffset='1.5' availabilityTimeComplete='false'";
+    const auto first = [&](const std::string& base) {
+        last(base, paced);
+        return hastool::openPresentation(kUrl, m_documents.fetcher(), m_liveTimeout,
+                                         [] {
+                                             hastool::TimeSource time;
+                                             time.wall = [] { return 100.25; };
+                                             return time;
+                                         }())
+            ->next(0, 0)
+            .piece.media.resource.url;
+    };
+    const auto target = [](const std::string& text) {
+        return "<ServiceDescription><Latency target='" + text + "'/></ServiceDescription>";
+    };
+    EXPECT_EQ(first(target("5000")), "http://h/d/47");
+    EXPECT_EQ(first(target("x")), first(""));
+}
+
 } // namespace

@@ -229,8 +229,8 @@ bool walkStream(const std::string& name, const std::string& text, size_t track, 
     const auto fetch = [&](const hastool::Resource& resource) {
         return hastool::Document{resource.url == kUrl ? text : kOther, resource.url};
     };
-    const auto presentation =
-        hastool::openPresentation(kUrl, fetch, std::chrono::seconds(20), clock.source());
+    const auto presentation = hastool::openPresentation(
+        kUrl, fetch, std::chrono::seconds(20), clock.source(), {}, false); // whole segments
     const auto& tracks = presentation->tracks();
     if (track >= tracks.size() || stream >= tracks[track].streams.size())
         return false;
