@@ -34,7 +34,7 @@ protected:
     /// Plays a while. @return the summary
     json play(const Serve& serve, const std::vector<std::string>& more = {}) const {
         std::vector<std::string> command = {
-            "play", "-q",  "--json",  "--duration",         "6",
+            "play", "-q",  "--json",  "--duration",         "4",
             "-o",   out(), "--trace", m_dir.file("t.json"), serve.url(GetParam())};
         command.insert(command.end(), more.begin(), more.end());
         const Child::Result result = runHastool(command);
