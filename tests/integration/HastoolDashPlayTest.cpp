@@ -344,14 +344,14 @@ TEST_F(HastoolPlayOrigin, FollowsRedirectsOfManifestAndSegments) {
 TEST_F(HastoolPlayOrigin, PlaysALiveManifestToItsEnd) {
     m_origin.on("/m.mpd", Reply().body(numbered("type='dynamic' availabilityStartTime='" +
                                                     dateOf(4) + "' minimumUpdatePeriod='PT1S'",
-                                                "duration='PT6S'")));
-    for (int i = 1; i <= 6; ++i)
+                                                "duration='PT8S'")));
+    for (int i = 1; i <= 8; ++i)
         m_origin.on("/s" + std::to_string(i), Reply().body(std::to_string(i)));
     const json summary = play({url("/m.mpd")});
     EXPECT_EQ(summary["live"], true);
     const std::string written = readFile(out());
     EXPECT_GE(written.size(), 4U) << written;
-    EXPECT_EQ(written, std::string("123456").substr(6 - written.size()));
+    EXPECT_EQ(written, std::string("12345678").substr(8 - written.size()));
     EXPECT_GE(m_origin.requests("/m.mpd").size(), 2U) << "loaded again";
 }
 
