@@ -1,16 +1,18 @@
 #!/bin/bash
-# Runs the harnesses of the fuzz preset, three at a time, each on a copy of its corpus.
+# Runs the harnesses of the fuzz preset, three at a time, each on a copy of its corpus. BUILD=asan
+# runs those of the asan preset: slower, for builds that are there anyway.
 #
 #   scripts/fuzz.sh [SECONDS] [HARNESS...]   30 seconds and all of them where none are given
 #
-# What fails is kept in build/fuzz/failures.
+# What fails is kept in failures, in the build's folder.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 seconds=${1:-30}
 shift || true
-programs=build/fuzz/bin
-export failures=$PWD/build/fuzz/failures programs seconds HAS_LOG=off
+build=build/${BUILD:-fuzz}
+programs=$build/bin
+export build failures=$PWD/$build/failures programs seconds HAS_LOG=off
 export ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 
 if [ $# -eq 0 ]; then
@@ -20,7 +22,7 @@ if [ $# -eq 0 ]; then
     done
 fi
 [ $# -gt 0 ] || {
-    echo "fuzz.sh: no harness in $programs; build the fuzz preset first" >&2
+    echo "fuzz.sh: no harness in $programs; build that preset first" >&2
     exit 1
 }
 
@@ -35,7 +37,7 @@ fuzz_one() {
         printf '%s: %s\n' "$name" "$(grep '^Done ' "$folder/log")"
     else
         tail -60 "$folder/log" >&2
-        echo "fuzz.sh: $name failed; its input is in build/fuzz/failures" >&2
+        echo "fuzz.sh: $name failed; its input is in $build/failures" >&2
         return 255 # xargs starts no other then
     fi
 }
