@@ -199,9 +199,10 @@ void GetCommand::startJob(Downloader& downloader, Job& job) const {
     }
 }
 
-/// Starts what there is room for: a file is open only while it is being written.
+/// Starts what there is room for. Small files may come as quickly as they are asked for: what has
+/// ended is closed before the next one is opened.
 /// @return whether anything was started or has ended
-bool GetCommand::startJobs(Downloader& downloader) {
+bool GetCommand::startJobs(Downloader& downloader, Terminal& terminal) {
     const size_t before = m_started;
     while (m_started < m_jobs.size() && (isInterrupted() || downloader.hasRoom())) {
         Job& job = m_jobs[m_started++];
@@ -209,7 +210,10 @@ bool GetCommand::startJobs(Downloader& downloader) {
             job.outcome = withoutDownload(resultText(hascommon::RESULT_CANCELLED, 0));
         else
             startJob(downloader, job);
+        if (job.id != 0)
+            m_open.push_back(&job);
         downloader.pump();
+        collectEnded(downloader, terminal);
     }
     return m_started > before;
 }
@@ -228,9 +232,8 @@ void GetCommand::runJobs(Downloader& downloader, Terminal& terminal) {
     bool isRunning = true;
     while (isRunning) {
         isRunning = downloader.pump();
-        isRunning = startJobs(downloader) || isRunning;
-        for (Job& job : m_jobs)
-            collect(downloader, job, terminal);
+        collectEnded(downloader, terminal);
+        isRunning = startJobs(downloader, terminal) || isRunning;
         showProgress(downloader, terminal);
         if (isInterrupted() && !cancelled) {
             downloader.cancelAll();
@@ -248,10 +251,18 @@ void GetCommand::tellRetry(Downloader::Id id, const std::string& what, Terminal&
     }
 }
 
-void GetCommand::collect(Downloader& downloader, Job& job, Terminal& terminal) {
-    if (job.outcome || job.id == 0 || downloader.outcome(job.id) == nullptr)
-        return;
-    job.outcome = *downloader.outcome(job.id);
+void GetCommand::collectEnded(const Downloader& downloader, Terminal& terminal) {
+    const auto end = std::remove_if(m_open.begin(), m_open.end(), [&](Job* job) {
+        const Outcome* const outcome = downloader.outcome(job->id);
+        if (outcome != nullptr)
+            collect(*outcome, *job, terminal);
+        return outcome != nullptr;
+    });
+    m_open.erase(end, m_open.end());
+}
+
+void GetCommand::collect(const Outcome& ended, Job& job, Terminal& terminal) {
+    job.outcome = ended;
     if (job.outcome->ok && job.part)
         job.part->commit();
     else if (job.outcome->ok)

@@ -43,9 +43,10 @@ private:
     bool isToStandardOutput() const;
     std::unique_ptr<OutputFile> openOutput(const std::string& path) const;
     void startJob(Downloader& downloader, Job& job) const;
-    bool startJobs(Downloader& downloader);
+    bool startJobs(Downloader& downloader, Terminal& terminal);
     void runJobs(Downloader& downloader, Terminal& terminal);
-    void collect(Downloader& downloader, Job& job, Terminal& terminal);
+    void collectEnded(const Downloader& downloader, Terminal& terminal);
+    static void collect(const Outcome& ended, Job& job, Terminal& terminal);
     void tellRetry(Downloader::Id id, const std::string& what, Terminal& terminal) const;
     void showProgress(const Downloader& downloader, Terminal& terminal);
     bool isProgressDue(const Terminal& terminal);
@@ -66,7 +67,8 @@ private:
     bool m_continue = false;
 
     std::vector<Job> m_jobs;
-    size_t m_started = 0; ///< of the jobs
+    size_t m_started = 0;     ///< of the jobs
+    std::vector<Job*> m_open; ///< those that are under way
     std::chrono::steady_clock::time_point m_lastProgress;
     uint64_t m_lastBytes = 0;
 };
