@@ -124,7 +124,7 @@ std::string rowEnd(const json& row) {
            integer(row["bitrate_bps"]) + "<td>" + row["resolution"].get<std::string>() + "</td>" +
            integer(row["bytes"]) + number(row["duration_s"]) + number(row["buffer_s"]) +
            measured(row["bandwidth_bps"]) + measured(row["mean_bps"]) + integer(row["redirects"]) +
-           integer(row["retries"]) + "<td>" + note + "</td></tr>";
+           integer(row["retries"]) + "<td class=\"number\"></td><td>" + note + "</td></tr>";
 }
 
 } // namespace
