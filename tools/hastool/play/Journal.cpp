@@ -136,8 +136,11 @@ void Journal::watchStall(const PlaySample& now) {
     m_isStallTold = now.stalled;
     if (m_isStallTold)
         m_stallBegun = now.time;
-    event("stall", m_isStallTold ? "no media at " + tenths(now.position)
-                                 : "over after " + tenths(now.time - m_stallBegun));
+    const std::string edge =
+        now.liveDistance > 0 ? ", " + tenths(now.liveDistance) + " behind the live edge" : "";
+    event("stall", (m_isStallTold ? "no media at " + tenths(now.position)
+                                  : "over after " + tenths(now.time - m_stallBegun)) +
+                       edge);
 }
 
 void Journal::sample(const PlaySample& now) {
@@ -145,8 +148,18 @@ void Journal::sample(const PlaySample& now) {
     if (now.playing && now.liveDistance > 0) {
         m_distances += now.liveDistance;
         ++m_distanceCount;
+        tellDistance(now.liveDistance);
     }
     m_observer.onSample(now);
+}
+
+/// Tells the first distance, and each that is far from the one told last.
+void Journal::tellDistance(double distance) {
+    constexpr double kFar = 2; // seconds; the edge itself moves from segment to segment
+    if (m_toldDistance > 0 && std::abs(distance - m_toldDistance) < kFar)
+        return;
+    m_toldDistance = distance;
+    event("live-edge", tenths(distance) + " behind it");
 }
 
 void Journal::show(const PlaySample& now) {

@@ -72,6 +72,7 @@ public:
 
 private:
     void watchStall(const PlaySample& now);
+    void tellDistance(double distance);
     unsigned long long pts() const;
     void adStart(unsigned long long pts);
     void adEnd(unsigned long long pts);
@@ -83,7 +84,8 @@ private:
     const PlayTrack* m_main = nullptr;
     Summary m_summary;
     std::function<double()> m_distance;
-    double m_distances = 0; ///< all that were measured while media was played
+    double m_toldDistance = 0; ///< to the live edge, seconds
+    double m_distances = 0;    ///< all that were measured while media was played
     uint64_t m_distanceCount = 0;
     double m_bitSeconds = 0;  ///< bitrates of the main track's pieces times their durations
     double m_mainSeconds = 0; ///< durations of these pieces

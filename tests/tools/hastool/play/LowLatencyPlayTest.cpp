@@ -97,6 +97,28 @@ TEST(LowLatencyPlay, IsNearerToTheEdgeThanPlayByWholeSegments) {
         EXPECT_GT(row.liveDistance, 0);
 }
 
+TEST(LowLatencyPlay, TellsTheDistanceToTheEdgeAndWhereItGrows) {
+    LivePlay live;
+    EXPECT_EQ(live.play.play(), "");
+    LivePlay stalled;
+    stalled.endless = 51;
+    stalled.play.options.liveTimeout = std::chrono::seconds(10);
+    EXPECT_EQ(stalled.play.play(), "");
+    const auto told = [](const LivePlay& it, const std::string& kind) {
+        std::vector<std::string> lines;
+        for (const auto& event : it.play.events) {
+            if (event.kind == kind)
+                lines.push_back(event.what);
+        }
+        return lines;
+    };
+    ASSERT_EQ(told(live, "live-edge").size(), 1U) << "it stays where it is";
+    EXPECT_THAT(told(live, "live-edge")[0], HasSubstr(" s behind it"));
+    EXPECT_GT(told(stalled, "live-edge").size(), 1U);
+    ASSERT_FALSE(told(stalled, "stall").empty());
+    EXPECT_THAT(told(stalled, "stall")[0], HasSubstr(" s behind the live edge"));
+}
+
 TEST(LowLatencyPlay, SegmentThatNeverEndsIsCutBehindItsLastChunk) {
     LivePlay live;
     live.endless = 51;
