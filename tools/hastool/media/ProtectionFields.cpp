@@ -72,6 +72,7 @@ std::string systemName(const std::string& id) {
         {"1077efecc0b24d02ace33c1e52e2fb4b", "W3C common"},
         {"3ea8778f77424bf9b18be834b2acbd47", "Clear Key AES-128"},
         {"5e629af538da4063897797ffbd9902d4", "Marlin"},
+        {"69f908af481646ea910ccd5dcccb0a3a", "Marlin"},
         {"78cbbd262235a711c890f66a56ee12df", "QDRM"},
         {"79f0049a40988642ab92e65be0885f95", "PlayReady (byte-swapped id)"},
         {"80a6be7e14484c379e70d5aebe04c8d2", "Irdeto"},

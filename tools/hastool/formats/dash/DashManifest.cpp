@@ -76,6 +76,7 @@ private:
     void readSet(const XmlElement& element, const Level& above, DashPeriod& period);
     void fillSet(const XmlElement& element, const Level& above, DashAdaptationSet& set);
     DashRepresentation readRepresentation(const XmlElement& element, const Level& above);
+    static void describe(const XmlElement& element, DashRepresentation& representation);
     void checkRepresentation(const DashRepresentation& representation) const;
     void leaveOut(const std::string& what, const ToolError& error);
     std::string periodName() const;
@@ -178,7 +179,9 @@ void Parser::readSet(const XmlElement& element, const Level& above, DashPeriod& 
     if (set.contentType.empty())
         set.contentType = majorType(element.Attribute("mimeType"));
     set.language = element.Attribute("lang");
-    set.names = {element.Attribute("label"), element.Attribute("id")};
+    set.id = element.Attribute("id");
+    set.label = element.Attribute("label");
+    set.names = {set.label, set.id};
     try {
         fillSet(element, above, set);
     } catch (const ToolError& error) {
@@ -198,10 +201,14 @@ void Parser::fillSet(const XmlElement& element, const Level& above, DashAdaptati
     for (XmlElement it = element.FirstChild(); it; it = it.Next()) {
         if (it.Name() == "Role" && it.Attribute("value") == "main")
             set.isMain = true;
-        if (it.Name() == "Role")
+        if (it.Name() == "Role") {
             set.names.push_back(it.Attribute("value"));
-        if (it.Name() == "Label")
+            set.roles.push_back(it.Attribute("value"));
+        }
+        if (it.Name() == "Label") {
             set.names.insert(set.names.begin(), trimmed(it.Text()));
+            set.label = set.names.front();
+        }
         if (it.Attribute("schemeIdUri") == "http://dashif.org/guidelines/trickmode")
             set.isTrick = true;
         if (it.Name() != "Representation")
@@ -222,6 +229,7 @@ void Parser::fillSet(const XmlElement& element, const Level& above, DashAdaptati
             last.codecs = element.Attribute("codecs");
         last.width = last.width > 0 ? last.width : width;
         last.height = last.height > 0 ? last.height : height;
+        describe(element, last);
     }
 }
 
@@ -234,6 +242,7 @@ DashRepresentation Parser::readRepresentation(const XmlElement& element, const L
     result.width = positive(element, "width");
     result.height = positive(element, "height");
     result.codecs = element.Attribute("codecs");
+    describe(element, result);
     result.baseUrls = std::move(level.baseUrls);
     result.addressing = std::move(level.addressing);
     result.availabilityOffset = level.availabilityOffset + result.addressing.availabilityOffset;
@@ -242,6 +251,22 @@ DashRepresentation Parser::readRepresentation(const XmlElement& element, const L
     result.protections = std::move(level.protections);
     checkRepresentation(result);
     return result;
+}
+
+/// Takes what playing does not need from an element, where no inner one has said it.
+void Parser::describe(const XmlElement& element, DashRepresentation& representation) {
+    const auto take = [&](std::string& field, const char* name) {
+        if (field.empty())
+            field = trimmed(element.Attribute(name));
+    };
+    take(representation.mimeType, "mimeType");
+    take(representation.frameRate, "frameRate");
+    take(representation.samplingRate, "audioSamplingRate");
+    const XmlElement channels = findChild(element, "AudioChannelConfiguration");
+    if (!representation.channelScheme.empty() || !channels)
+        return;
+    representation.channelScheme = trimmed(channels.Attribute("schemeIdUri"));
+    representation.channelValue = trimmed(channels.Attribute("value"));
 }
 
 /// Finds faults here that would show only when each segment is asked for.

@@ -63,6 +63,11 @@ struct DashRepresentation {
     int width = 0;
     int height = 0;
     std::string codecs;
+    std::string mimeType;
+    std::string frameRate;             ///< as written: "25" or "30000/1001"
+    std::string samplingRate;          ///< as written: hertz, or the least and the most
+    std::string channelScheme;         ///< of AudioChannelConfiguration
+    std::string channelValue;          ///< as its scheme says
     std::vector<std::string> baseUrls; ///< from the outermost level to its own, as written
     DashAddressing addressing;
     std::vector<DashProtection> protections;
@@ -77,8 +82,11 @@ struct DashAdaptationSet {
     std::string contentType;
     std::string language;
     std::vector<std::string> names; ///< its labels, id and roles
-    bool isMain = false;            ///< its Role says so
-    bool isTrick = false;           ///< only for fast forward
+    std::string id;
+    std::string label;
+    std::vector<std::string> roles;
+    bool isMain = false;  ///< its Role says so
+    bool isTrick = false; ///< only for fast forward
     std::vector<DashRepresentation> representations;
 };
 

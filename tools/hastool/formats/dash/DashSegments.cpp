@@ -237,13 +237,19 @@ bool DashSegmentList::isAvailable(uint64_t position, const DashWindow& window) c
            segment.start + segment.seconds <= window.until + kTolerance;
 }
 
+/// Where the window begins, from a position on.
+uint64_t DashSegmentList::firstPosition(uint64_t position, const DashWindow& window) const {
+    if (position >= m_end || !runOf(position).isClocked)
+        return position;
+    return std::max(position, partition([&](const DashSegment& it) {
+                        return it.start + it.seconds <= window.from + kTolerance;
+                    }));
+}
+
 /// The first available segment from a position on.
 std::optional<DashSegment> DashSegmentList::firstFrom(uint64_t position,
                                                       const DashWindow& window) const {
-    if (position < m_end && runOf(position).isClocked)
-        position = std::max(position, partition([&](const DashSegment& it) {
-                                return it.start + it.seconds <= window.from + kTolerance;
-                            }));
+    position = firstPosition(position, window);
     if (position >= m_end || !isAvailable(position, window))
         return std::nullopt;
     return segmentAt(position);
@@ -267,7 +273,8 @@ std::optional<DashSegment> DashSegmentList::behind(const DashSegment& last,
     return firstFrom(partition(isBefore), window);
 }
 
-std::optional<DashSegment> DashSegmentList::last(const DashWindow& window) const {
+/// The position behind the last available segment; m_first when there is none.
+uint64_t DashSegmentList::endPosition(const DashWindow& window) const {
     uint64_t low = m_first;
     uint64_t high = m_end;
     while (low < high) {
@@ -277,9 +284,33 @@ std::optional<DashSegment> DashSegmentList::last(const DashWindow& window) const
         else
             high = middle;
     }
-    if (low == m_first)
-        return std::nullopt;
-    return segmentAt(low - 1);
+    return low;
+}
+
+std::optional<DashSegment> DashSegmentList::last(const DashWindow& window) const {
+    const uint64_t end = endPosition(window);
+    return end == m_first ? std::nullopt : std::optional(segmentAt(end - 1));
+}
+
+/// Within a run all segments are alike but the last one of a period, which may be shorter.
+DashLengths DashSegmentList::lengths(const DashWindow& window) const {
+    DashLengths result;
+    const uint64_t end = endPosition(window);
+    for (uint64_t at = firstPosition(m_first, window); at < end;) {
+        const size_t run = static_cast<size_t>(&runOf(at) - m_runs.data());
+        const bool isLast = run + 1 == m_runs.size();
+        const uint64_t behind = isLast ? end : std::min(end, m_runs[run + 1].position);
+        const DashSegment first = placeAt(at);
+        const DashSegment last = placeAt(behind - 1);
+        const auto [low, high] = std::minmax(first.seconds, last.seconds);
+        result.shortest = result.count == 0 ? low : std::min(result.shortest, low);
+        result.longest = std::max(result.longest, high);
+        result.start = result.count == 0 ? first.start : result.start;
+        result.sum += first.seconds * static_cast<double>(behind - at - 1) + last.seconds;
+        result.count += behind - at;
+        at = behind;
+    }
+    return result;
 }
 
 } // namespace hastool

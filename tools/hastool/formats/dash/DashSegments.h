@@ -30,6 +30,15 @@ struct DashWindow {
     double until = std::numeric_limits<double>::infinity();
 };
 
+/// How many segments there are, and how long, in seconds.
+struct DashLengths {
+    uint64_t count = 0;
+    double shortest = 0;
+    double longest = 0;
+    double sum = 0;
+    double start = 0; ///< of the first, since the begin of the presentation
+};
+
 /// The segments of one representation in one period. Each is made when it is asked for: a run costs
 /// the same whether it has one segment or a million.
 ///
@@ -54,6 +63,8 @@ public:
     std::optional<DashSegment> behind(const DashSegment& last, const DashWindow& window) const;
     /// The last available segment.
     std::optional<DashSegment> last(const DashWindow& window) const;
+    /// All available segments together, without making each of them.
+    DashLengths lengths(const DashWindow& window) const;
 
 private:
     /// Segments of one duration, one after the other, up to the next run.
@@ -79,6 +90,8 @@ private:
     DashSegment placeAt(uint64_t position) const;
     DashSegment segmentAt(uint64_t position) const;
     std::optional<DashSegment> firstFrom(uint64_t position, const DashWindow& window) const;
+    uint64_t firstPosition(uint64_t position, const DashWindow& window) const;
+    uint64_t endPosition(const DashWindow& window) const;
     bool isAvailable(uint64_t position, const DashWindow& window) const;
     template<typename Predicate>
     uint64_t partition(const Predicate& isBefore) const;

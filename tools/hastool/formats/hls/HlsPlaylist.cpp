@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <limits>
 #include <map>
+#include <set>
 #include <utility>
 
 namespace hastool {
@@ -67,6 +68,10 @@ private:
     void onByteRange(std::string_view value);
     void onMap(std::string_view value);
     void onKey(std::string_view value);
+    void onSessionKey(std::string_view value);
+    void keep(const HlsKey& key);
+    void onIFrames(std::string_view value);
+    HlsVariant variant(const HlsAttributes& list) const;
     HlsKey key(const HlsAttributes& list) const;
     void onTargetDuration(std::string_view value);
     void onMediaSequence(std::string_view value);
@@ -98,6 +103,7 @@ private:
     HlsSegment m_pending;                                        ///< of the next URI
     std::map<std::string, std::shared_ptr<const HlsKey>> m_keys; ///< that hold, by KEYFORMAT
     HlsPartReader m_parts;
+    std::set<std::string> m_keysKept;                            ///< what tells them apart
     bool m_hasDuration = false;
     size_t m_infLine = 0; ///< of the last #EXTINF
     bool m_rangeHasOffset = false;
@@ -181,6 +187,8 @@ void Parser::takeTag(std::string_view line) {
         {"#EXT-X-BYTERANGE", &Parser::onByteRange},
         {"#EXT-X-MAP", &Parser::onMap},
         {"#EXT-X-KEY", &Parser::onKey},
+        {"#EXT-X-SESSION-KEY", &Parser::onSessionKey},
+        {"#EXT-X-I-FRAME-STREAM-INF", &Parser::onIFrames},
         {"#EXT-X-TARGETDURATION", &Parser::onTargetDuration},
         {"#EXT-X-MEDIA-SEQUENCE", &Parser::onMediaSequence},
         {"#EXT-X-DISCONTINUITY", &Parser::onDiscontinuity},
@@ -301,7 +309,22 @@ ByteRange Parser::range(std::string_view text, bool& hasOffset) const {
 }
 
 void Parser::onStreamInf(std::string_view value) {
-    const HlsAttributes list = attributes(value);
+    m_variant = variant(attributes(value));
+}
+
+/// One that cannot be used is ignored: the media plays without it.
+void Parser::onIFrames(std::string_view value) {
+    auto list = HlsAttributes::parse(value);
+    const bool isGood = list && !list->substitute(m_playlist.variables) &&
+                        parseUnsigned(list->get("BANDWIDTH")).value_or(0) - 1 <
+                            static_cast<uint64_t>(std::numeric_limits<int>::max());
+    if (!isGood || list->get("URI").empty() || m_playlist.iFrames.size() == kMaxVariants)
+        return;
+    m_playlist.iFrames.push_back(variant(*list));
+    m_playlist.iFrames.back().uri = list->get("URI");
+}
+
+HlsVariant Parser::variant(const HlsAttributes& list) const {
     HlsVariant variant;
     const uint64_t bandwidth = number(list.get("BANDWIDTH"));
     if (bandwidth == 0 || bandwidth > std::numeric_limits<int>::max())
@@ -312,7 +335,9 @@ void Parser::onStreamInf(std::string_view value) {
     variant.audioGroup = list.get("AUDIO");
     variant.videoGroup = list.get("VIDEO");
     variant.subtitleGroup = list.get("SUBTITLES");
-    m_variant = std::move(variant);
+    variant.averageBandwidth = parseUnsigned(list.get("AVERAGE-BANDWIDTH")).value_or(0);
+    variant.frameRate = parseDecimal(list.get("FRAME-RATE")).value_or(0);
+    return variant;
 }
 
 /// A date that cannot be read is ignored.
@@ -338,14 +363,16 @@ void Parser::onMedia(std::string_view value) {
     std::vector<HlsRendition>* const renditions = type == "AUDIO"       ? &m_playlist.audio
                                                   : type == "VIDEO"     ? &m_playlist.video
                                                   : type == "SUBTITLES" ? &m_playlist.subtitles
-                                                                        : nullptr;
+                                                  : type == "CLOSED-CAPTIONS" ? &m_playlist.captions
+                                                                              : nullptr;
     if (renditions == nullptr)
         return;
     if (renditions->size() == kMaxVariants)
         fail("too many renditions");
     renditions->push_back({list.get("GROUP-ID"), list.get("NAME"), list.get("URI"),
                            list.get("DEFAULT") == "YES", list.get("LANGUAGE"),
-                           list.get("FORCED") == "YES"});
+                           list.get("FORCED") == "YES", list.get("CHANNELS"),
+                           list.get("INSTREAM-ID")});
 }
 
 void Parser::onInf(std::string_view value) {
@@ -391,9 +418,32 @@ void Parser::onKey(std::string_view value) {
         return;
     }
     auto next = std::make_shared<const HlsKey>(key(list));
+    keep(*next);
     m_keys[next->format] = next;
     const auto plain = m_keys.find(HlsKey().format);
     m_pending.key = plain != m_keys.end() ? plain->second : m_keys.begin()->second;
+}
+
+/// Announces a key that media playlists name; one that cannot be read is ignored.
+void Parser::onSessionKey(std::string_view value) {
+    auto list = HlsAttributes::parse(value);
+    if (!list || list->substitute(m_playlist.variables) || list->get("URI").empty())
+        return;
+    HlsKey next;
+    next.method = list->get("METHOD");
+    next.uri = list->get("URI");
+    next.id = list->get("KEYID");
+    if (!list->get("KEYFORMAT").empty())
+        next.format = list->get("KEYFORMAT");
+    keep(next);
+}
+
+/// Keys are told apart by all but their vector, which may change with every segment.
+void Parser::keep(const HlsKey& key) {
+    const char kBetween[] = "\n"; // in none of them
+    std::string what = key.method + kBetween + key.format + kBetween + key.id + kBetween + key.uri;
+    if (m_playlist.keys.size() < kMaxKeys && m_keysKept.insert(std::move(what)).second)
+        m_playlist.keys.push_back(key);
 }
 
 HlsKey Parser::key(const HlsAttributes& list) const {
@@ -401,6 +451,7 @@ HlsKey Parser::key(const HlsAttributes& list) const {
     key.method = list.get("METHOD");
     key.uri = list.get("URI");
     key.iv = list.get("IV");
+    key.id = list.get("KEYID");
     if (!list.get("KEYFORMAT").empty())
         key.format = list.get("KEYFORMAT");
     if (key.method != "AES-128")

@@ -24,6 +24,8 @@ struct HlsVariant {
     std::string audioGroup; ///< empty where its audio comes with it
     std::string videoGroup; ///< empty where its video comes with it
     std::string subtitleGroup;
+    uint64_t averageBandwidth = 0; ///< bits per second; 0 when not said
+    double frameRate = 0;          ///< frames per second at most; 0 when not said
 };
 
 /// One EXT-X-MEDIA.
@@ -34,6 +36,8 @@ struct HlsRendition {
     bool isDefault = false;
     std::string language;
     bool isForced = false; ///< holds only what is not said in the viewer's language
+    std::string channels;  ///< of audio: their number, then other parameters behind a "/"
+    std::string inStream;  ///< of closed captions: their place in the video, as in "CC1"
 };
 
 /// An advertisement that begins or ends before a segment (EXT-X-CUE-OUT, EXT-X-CUE-IN).
@@ -46,6 +50,7 @@ struct HlsKey {
     std::string uri; ///< as written; never empty for AES-128
     std::string iv;  ///< as written; for AES-128 empty or a text that parseIvAttribute() reads
     std::string format = "identity";
+    std::string id; ///< KEYID, as written
 };
 
 /// The EXT-X-MAP that holds for a segment.
@@ -77,6 +82,11 @@ struct HlsPlaylist {
     std::vector<HlsRendition> video;
     std::vector<HlsRendition> subtitles;
     bool hasClosedCaptions = false; ///< inside the video
+    std::vector<HlsRendition> captions;
+    std::vector<HlsVariant> iFrames; ///< one per EXT-X-I-FRAME-STREAM-INF
+    /// All that EXT-X-KEY and EXT-X-SESSION-KEY name, each once, up to kMaxKeys; also those of
+    /// formats beside the one that a segment's key is taken from.
+    std::vector<HlsKey> keys;
     std::vector<HlsSegment> segments;
     std::vector<HlsDateRange> dateRanges;
     double targetSeconds = 0;
@@ -94,6 +104,7 @@ struct HlsPlaylist {
 /// The most that a playlist may list. A day of one-second segments is 86,400 of them.
 constexpr size_t kMaxSegments = 200000;
 constexpr size_t kMaxVariants = 1000;
+constexpr size_t kMaxKeys = 1000;        ///< more of them are left out of the list of all
 constexpr size_t kMaxDateRanges = 20000; ///< more of them are left out
 constexpr double kMaxSegmentSeconds = 86400;
 

@@ -1,5 +1,6 @@
 #include "SmoothManifest.h"
 
+#include <hastool/base/Number.h>
 #include <hastool/base/ToolError.h>
 #include <hastool/base/XmlDocument.h>
 
@@ -90,6 +91,7 @@ SmoothManifest Parser::parse(const XmlElement& root) {
     if (m_manifest.timescale == 0)
         attributes.fail("TimeScale");
     m_manifest.duration = attributes.number("Duration").value_or(0);
+    m_manifest.window = parseUnsigned(attributes.text("DVRWindowLength")).value_or(0);
     for (XmlElement it = root.FirstChild(); it; it = it.Next()) {
         if (it.Name() == "Protection")
             readProtection(it);

@@ -47,6 +47,7 @@ struct SmoothManifest {
     bool isLive = false;
     uint64_t timescale = 0; ///< units in a second
     uint64_t duration = 0;  ///< 0 when not known
+    uint64_t window = 0;    ///< how much of a live one is kept; 0 when not known, or all
     std::vector<SmoothProtection> protections;
     std::vector<SmoothStream> streams; ///< with qualities, at least one
 };
