@@ -103,7 +103,7 @@ private:
     HlsSegment m_pending;                                        ///< of the next URI
     std::map<std::string, std::shared_ptr<const HlsKey>> m_keys; ///< that hold, by KEYFORMAT
     HlsPartReader m_parts;
-    std::set<std::string> m_keysKept;                            ///< what tells them apart
+    std::set<std::string> m_keysKept; ///< what tells them apart
     bool m_hasDuration = false;
     size_t m_infLine = 0; ///< of the last #EXTINF
     bool m_rangeHasOffset = false;
