@@ -150,6 +150,61 @@ TEST_P(HastoolServed, HasPsshDataWhereThePlatformLooksForIt) {
     }
 }
 
+TEST_P(HastoolServed, IsToldOfWithoutAByteOfMedia) {
+    const Row& row = GetParam();
+    const test::Nginx server;
+    fs::copy(PRESENTATIONS, server.root(), fs::copy_options::recursive);
+    const Child::Result result = runHastool({"info", "--json", server.url(row.manifest)});
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+    const json info = json::parse(result.out);
+    EXPECT_EQ(info["live"], false);
+    EXPECT_EQ(info["complete"], true);
+    EXPECT_NEAR(info["duration_s"].get<double>(), 42, 0.1);
+    ASSERT_EQ(info["periods"].size(), 1U);
+    const json& tracks = info["periods"][0]["tracks"];
+    ASSERT_EQ(tracks.size(), row.hasAudioTrack ? 2U : 1U);
+    EXPECT_EQ(tracks[0]["type"], "video");
+    ASSERT_EQ(tracks[0]["streams"].size(), 5U);
+    for (const json& stream : tracks[0]["streams"]) {
+        EXPECT_EQ(stream["segments"]["count"], 21) << stream;
+        EXPECT_NEAR(stream["segments"]["mean_s"].get<double>(), 2, 0.01) << stream;
+    }
+    EXPECT_EQ(tracks[0]["streams"][4]["width"], 640);
+    const bool isEncrypted = std::string(row.manifest).find("hls-aes") != std::string::npos;
+    EXPECT_EQ(!tracks[0]["protection"].empty(), row.isProtected || isEncrypted);
+    if (row.isProtected) {
+        EXPECT_EQ(tracks[0]["protection"][1]["system"], "PlayReady");
+        EXPECT_EQ(tracks[0]["protection"][0]["key_ids"].size(), 1U);
+    }
+    std::istringstream log(server.accessLog());
+    for (std::string line; std::getline(log, line);) {
+        const bool isManifest = line.find(".m3u8") != std::string::npos ||
+                                line.find(".mpd") != std::string::npos ||
+                                line.find("anifest") != std::string::npos;
+        EXPECT_TRUE(isManifest || line.find(" 206 ") != std::string::npos) << line;
+    }
+}
+
+TEST_F(HastoolServe, ToldPresentationsFitATerminal) {
+    Serve serve({"--root", PRESENTATIONS});
+    std::istringstream urls(serve.out());
+    int told = 0;
+    for (std::string url; std::getline(urls, url); ++told) {
+        const Child::Result result = runHastool({"info", url});
+        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_EQ(result.out.rfind(url + "\n", 0), 0U) << result.out;
+        EXPECT_THAT(result.out, HasSubstr(", recorded, 42.0 s\n\nVideo\n"));
+        EXPECT_THAT(result.out, HasSubstr("640x360"));
+        std::istringstream lines(result.out);
+        for (std::string line; std::getline(lines, line);)
+            EXPECT_LE(line.size(), 80U) << line;
+    }
+    EXPECT_EQ(told, 6);
+    const Child::Result aes = runHastool({"info", serve.url("/hls-aes/master.m3u8")});
+    EXPECT_THAT(aes.out, HasSubstr("\n  protection: AES-128\n"));
+}
+
 TEST_F(HastoolServe, EncryptedHlsComesOutAsTheClearSegments) {
     Serve serve({"--root", PRESENTATIONS});
     play(serve, "/hls-aes/master.m3u8", {"--limit", "0-200000"});

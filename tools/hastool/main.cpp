@@ -7,6 +7,7 @@
 #include <hastool/commands/DemoCommand.h>
 #include <hastool/commands/ExitCode.h>
 #include <hastool/commands/GetCommand.h>
+#include <hastool/commands/InfoCommand.h>
 #include <hastool/commands/PlayCommand.h>
 #include <hastool/commands/ServeCommand.h>
 #include <hastool/commands/SpsCommand.h>
@@ -69,6 +70,7 @@ int run(int argc, char** argv) {
     hastool::DemoCommand demo(app);
     hastool::PlayCommand play(app);
     hastool::ServeCommand serve(app);
+    hastool::InfoCommand info(app);
     hastool::GetCommand get(app);
     hastool::DecryptCommand decrypt(app);
     hastool::CencCommand cenc(app);
@@ -89,7 +91,7 @@ int run(int argc, char** argv) {
         hastool::print(out.str());
         return status == 0 ? hastool::kDone : hastool::kWrongUsage;
     }
-    return runChosen(demo, play, serve, get, decrypt, cenc, boxes, ts, sps, xpath);
+    return runChosen(demo, play, serve, info, get, decrypt, cenc, boxes, ts, sps, xpath);
 }
 
 } // namespace
