@@ -111,6 +111,8 @@ int GetCommand::run() {
     if (const std::string trouble = troubleOf(m_engine); !trouble.empty())
         terminal.trouble(trouble);
     {
+        // Whoever reads the standard output may take as long as he likes.
+        m_engine.hasThread = isToStandardOutput();
         Downloader downloader(m_engine);
         downloader.setParallel(m_parallel);
         runJobs(downloader, terminal);

@@ -76,7 +76,8 @@ void Downloader::openEngine() {
         m_curl->setEngineInfo(&info);
     }
     m_sentHeaders.clear();
-    m_curl->StartLoop();
+    if (m_options.hasThread)
+        m_curl->StartLoop();
     m_fresh = true;
 }
 
@@ -121,19 +122,40 @@ bool Downloader::hasRoom() const {
     return m_running < m_parallel && std::none_of(m_queue.begin(), m_queue.end(), isDue);
 }
 
-void Downloader::wait(std::chrono::nanoseconds most) const {
+/// The time until a repetition is due, but not more than `most`.
+std::chrono::nanoseconds Downloader::untilDue(std::chrono::nanoseconds most) const {
     const auto now = std::chrono::steady_clock::now();
     for (const Id id : m_queue) {
         const auto due = m_transfers.at(id)->notBefore;
         if (due > now) // One that is due waits for a unit, which another download's end frees.
             most = std::min<std::chrono::nanoseconds>(most, due - now);
     }
+    return std::max(most, std::chrono::nanoseconds(0));
+}
+
+void Downloader::wait(std::chrono::nanoseconds most) {
+    most = untilDue(most);
+    if (!m_options.hasThread) {
+        drive(most);
+        return;
+    }
     constexpr long long kSecond = 1000000000;
-    const auto left = std::max<long long>(most.count(), 0);
+    const long long left = most.count();
     const timespec time{static_cast<time_t>(left / kSecond),
                         static_cast<decltype(timespec::tv_nsec)>(left % kSecond)};
     pollfd completion{m_curl->CompletionFd(), POLLIN, 0};
     ppoll(&completion, 1, &time, nullptr);
+}
+
+/// Lets the engine work until a download completes, or the time is up.
+void Downloader::drive(std::chrono::nanoseconds most) {
+    using namespace std::chrono;
+    int code = 0;
+    long date = 0;
+    const auto time = std::max(duration_cast<milliseconds>(most), milliseconds(1));
+    if (hascommon::UnitObject* const unit =
+            m_curl->WaitCompleted(code, date, static_cast<int>(time.count())))
+        collect(unit, code);
 }
 
 /// A unit stays with the host that it served first. A download for which no unit is left waits, or
@@ -228,12 +250,15 @@ std::vector<std::string> Downloader::headersFor(const Transfer& transfer) const 
 void Downloader::collect() {
     int code = 0;
     long date = 0;
-    while (hascommon::UnitObject* unit = m_curl->GetCompleted(code, date)) {
-        for (auto& [id, transfer] : m_transfers) {
-            if (transfer->unit == unit) {
-                conclude(id, *transfer, code);
-                break;
-            }
+    while (hascommon::UnitObject* unit = m_curl->GetCompleted(code, date))
+        collect(unit, code);
+}
+
+void Downloader::collect(hascommon::UnitObject* unit, int code) {
+    for (auto& [id, transfer] : m_transfers) {
+        if (transfer->unit == unit) {
+            conclude(id, *transfer, code);
+            break;
         }
     }
 }

@@ -31,6 +31,10 @@ struct EngineOptions {
     std::string caFile; ///< trusted certificates; empty: servers are not verified
     /// A connection that breaks counts as a body cut short, which is retried.
     bool retriesBrokenConnections = false;
+    /// The engine has a thread of its own. Without one Downloader::wait() drives it, which spares
+    /// small downloads the way from thread to thread; a sink that takes its time then holds up the
+    /// owner too.
+    bool hasThread = true;
     std::vector<std::string> headers; ///< "Name: value", for every request
     TimeLimits limits;
     Verbosity verbosity = Verbosity::None;
@@ -96,7 +100,7 @@ public:
     bool hasRoom() const;
 
     /// Waits until pump() has something to do, but not longer than `most`.
-    void wait(std::chrono::nanoseconds most) const;
+    void wait(std::chrono::nanoseconds most);
 
     /// How a download ended; null while it has not.
     const Outcome* outcome(Id id) const;
@@ -166,6 +170,9 @@ private:
     void beginQueued();
     Begun begin(Transfer& transfer);
     void collect();
+    void collect(hascommon::UnitObject* unit, int code);
+    std::chrono::nanoseconds untilDue(std::chrono::nanoseconds most) const;
+    void drive(std::chrono::nanoseconds most);
     void conclude(Id id, Transfer& transfer, int code);
     void repeat(Id id, Transfer& transfer, const std::string& why);
     /// What the engine says of a transfer that has ended.

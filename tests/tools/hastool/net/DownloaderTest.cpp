@@ -6,7 +6,9 @@
 #include <support/TempDir.h>
 
 #include <deque>
+#include <set>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -64,6 +66,75 @@ TEST_F(DownloaderTest, RepeatsTheStatusesThatAreWorthIt) {
     EXPECT_TRUE(outcome.ok) << outcome.failure;
     EXPECT_EQ(outcome.retries, 2);
     EXPECT_EQ(m_body, "here");
+}
+
+namespace {
+
+/// Keeps which threads wrote to it.
+class ThreadSink : public MemorySink {
+public:
+    using MemorySink::MemorySink;
+    bool write(const unsigned char* data, size_t size) override {
+        threads.insert(std::this_thread::get_id());
+        return MemorySink::write(data, size);
+    }
+
+    std::set<std::thread::id> threads;
+};
+
+} // namespace
+
+TEST_F(DownloaderTest, WithoutAThreadOfItsOwnTheOwnersWaitDrivesTheEngine) {
+    m_origin.on("/r", Reply().redirect("/a"));
+    m_origin.on("/a", {Reply().status(503), Reply().body(pattern(300000))});
+    for (const bool hasThread : {true, false}) {
+        m_options.hasThread = hasThread;
+        Downloader downloader(m_options);
+        ThreadSink sink(m_limit);
+        const Outcome outcome =
+            hastool::download(downloader, {m_origin.url("/r"), std::nullopt}, sink, false, [] {});
+        EXPECT_TRUE(outcome.ok) << outcome.failure;
+        EXPECT_EQ(outcome.redirects, 1);
+        EXPECT_TRUE(sink.bytes() == pattern(300000).all());
+        EXPECT_EQ(sink.threads.count(std::this_thread::get_id()), hasThread ? 0U : 1U);
+        EXPECT_EQ(sink.threads.size(), 1U);
+    }
+}
+
+TEST_F(DownloaderTest, ManyAtOnceComeWholeWithoutAThread) {
+    m_options.hasThread = false;
+    Downloader downloader(m_options);
+    downloader.setParallel(6);
+    std::deque<MemorySink> sinks;
+    std::vector<Downloader::Id> ids;
+    for (size_t i = 0; i < 50; ++i) {
+        const std::string path = "/" + std::to_string(i);
+        m_origin.on(path, Reply().body(pattern(1000 + i)));
+        sinks.emplace_back(m_limit);
+        ids.push_back(downloader.add({m_origin.url(path), std::nullopt}, sinks.back()));
+    }
+    while (downloader.pump())
+        downloader.wait(hastool::kLookInterval);
+    for (size_t i = 0; i < ids.size(); ++i) {
+        ASSERT_NE(downloader.outcome(ids[i]), nullptr) << i;
+        EXPECT_TRUE(downloader.outcome(ids[i])->ok) << i;
+        EXPECT_TRUE(sinks[i].bytes() == pattern(1000 + i).all()) << i;
+    }
+}
+
+TEST_F(DownloaderTest, CancelsWithoutAThread) {
+    m_origin.on("/a", Reply().body(pattern(1000)).stalledAt(Stage::InBody, 500));
+    m_options.hasThread = false;
+    Downloader downloader(m_options);
+    MemorySink sink(m_limit);
+    const Downloader::Id id = downloader.add({m_origin.url("/a"), std::nullopt}, sink);
+    while (downloader.pump() && downloader.received(id) == 0)
+        downloader.wait(hastool::kLookInterval);
+    downloader.cancelAll();
+    while (downloader.pump())
+        downloader.wait(hastool::kLookInterval);
+    ASSERT_NE(downloader.outcome(id), nullptr);
+    EXPECT_FALSE(downloader.outcome(id)->ok);
 }
 
 TEST_F(DownloaderTest, RepeatsNoOtherStatus) {
