@@ -140,7 +140,7 @@ std::string uuidText(const std::string& text) {
     }
     if (digits.size() != kHexDigits)
         return text;
-    for (const size_t place : {20, 16, 12, 8})
+    for (const size_t place : {size_t{20}, size_t{16}, size_t{12}, size_t{8}})
         digits.insert(place, "-");
     return digits;
 }
