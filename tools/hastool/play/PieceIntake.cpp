@@ -73,7 +73,8 @@ void PieceIntake::digest(PlayTrack& track, ArrivedPiece arrived) {
     track.writer->write(arrived.media);
     takeEvents(track, arrived);
     if (track.number == 0) {
-        m_timeline.add(arrived.piece, arrived.initBytes, arrived.media);
+        if (m_hasSubtitles)
+            m_timeline.add(arrived.piece, arrived.initBytes, arrived.media);
         row.resolution = track.renditions.learn(row.stream, arrived.media);
         m_journal.shown(row);
     }

@@ -23,12 +23,14 @@ public:
     PieceIntake(const PlayOptions& options, Adaptation& adaptation, PlaybackBuffer& buffer,
                 TimedEvents& events, Journal& journal)
         : m_isFast(options.fast)
+        , m_hasSubtitles(!options.renditions.subtitles.empty() &&
+                         options.renditions.subtitles != kNoRendition)
         , m_adaptation(adaptation)
         , m_buffer(buffer)
         , m_events(events)
         , m_journal(journal) {}
 
-    /// How the main track's clock runs.
+    /// How the main track's clock runs; not known where no subtitles are wanted.
     const MediaTimeline& timeline() const { return m_timeline; }
 
     /// Passes a protected one through its DRM handler; a clear one stays as it is.
@@ -56,6 +58,7 @@ private:
     TraceRow rowOf(const PlayTrack& track, const PieceOrder& order, const Outcome& outcome);
 
     const bool m_isFast;
+    const bool m_hasSubtitles; ///< whose times go by the main track's clock
     Adaptation& m_adaptation;
     PlaybackBuffer& m_buffer;
     TimedEvents& m_events;
