@@ -18,8 +18,9 @@ protected:
         for (const char* folder : {"Src/Hascommon", "Src/Hasnet", "Src/Hasutil", "tests", "fuzz",
                                    "bench", "examples", "scripts"})
             fs::create_directories(project.path() / folder);
-        for (const char* folder : {"base", "net", "formats/hls", "formats/dash", "formats/smooth",
-                                   "media", "play", "origin", "report", "ui", "demo", "commands"})
+        for (const char* folder :
+             {"base", "net", "formats/hls", "formats/dash", "formats/smooth", "media", "info",
+              "play", "origin", "report", "ui", "demo", "commands"})
             fs::create_directories(project.path() / "tools/hastool" / folder);
         fs::copy(SOURCE_DIR "/scripts/check-limits.sh", project.path() / "scripts");
     }
