@@ -1,0 +1,42 @@
+#include "Rule.h"
+
+#include "RuleFamilies.h"
+
+namespace hastool {
+namespace {
+
+Rules makeRules() {
+    Rules rules;
+    addHlsSyntaxRules(rules);
+    addHlsPlaylistRules(rules);
+    addHlsMasterRules(rules);
+    addHlsLiveRules(rules);
+    addDashRules(rules);
+    addDashLiveRules(rules);
+    addSmoothRules(rules);
+    addDeliveryRules(rules);
+    addCertificateRules(rules);
+    addRateRules(rules);
+    addStreamRules(rules);
+    addFragmentRules(rules);
+    addVideoRules(rules);
+    addProtectionRules(rules);
+    addAlignmentRules(rules);
+    return rules;
+}
+
+} // namespace
+
+const Rules& allRules() {
+    static const Rules rules = makeRules();
+    return rules;
+}
+
+Findings judge(const Evidence& evidence) {
+    Findings findings;
+    for (const auto& rule : allRules())
+        rule->check(evidence, findings);
+    return findings;
+}
+
+} // namespace hastool

@@ -1,0 +1,24 @@
+// The families of rules, each in a source of its own below rules/.
+#pragma once
+
+#include "Rule.h"
+
+namespace hastool {
+
+void addHlsSyntaxRules(Rules& rules);   ///< tags and attributes of playlists
+void addHlsPlaylistRules(Rules& rules); ///< what playlists say, each by itself
+void addHlsMasterRules(Rules& rules);   ///< variants and renditions
+void addHlsLiveRules(Rules& rules);     ///< a playlist against its earlier states
+void addDashRules(Rules& rules);
+void addDashLiveRules(Rules& rules);
+void addSmoothRules(Rules& rules);
+void addDeliveryRules(Rules& rules); ///< responses and redirects
+void addCertificateRules(Rules& rules);
+void addRateRules(Rules& rules);     ///< bitrates and durations against the declared ones
+void addStreamRules(Rules& rules);   ///< transport streams
+void addFragmentRules(Rules& rules); ///< fragmented MP4
+void addVideoRules(Rules& rules);    ///< key frames, codec strings, resolutions
+void addProtectionRules(Rules& rules);
+void addAlignmentRules(Rules& rules); ///< renditions against each other
+
+} // namespace hastool

@@ -1,0 +1,7 @@
+#include <hastool/check/RuleFamilies.h>
+
+namespace hastool {
+
+void addHlsMasterRules(Rules&) {}
+
+} // namespace hastool

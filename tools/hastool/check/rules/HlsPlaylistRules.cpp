@@ -1,0 +1,7 @@
+#include <hastool/check/RuleFamilies.h>
+
+namespace hastool {
+
+void addHlsPlaylistRules(Rules&) {}
+
+} // namespace hastool

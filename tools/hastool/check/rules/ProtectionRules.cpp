@@ -1,0 +1,7 @@
+#include <hastool/check/RuleFamilies.h>
+
+namespace hastool {
+
+void addProtectionRules(Rules&) {}
+
+} // namespace hastool
