@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ServerCertificate.h"
+#include <hastool/formats/Presentation.h>
 #include <hastool/formats/dash/DashManifest.h>
 #include <hastool/formats/hls/HlsPlaylist.h>
 #include <hastool/formats/smooth/SmoothManifest.h>
@@ -9,10 +10,13 @@
 #include <hastool/net/ByteRange.h>
 #include <hastool/net/ResponseHead.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace hastool {
@@ -48,24 +52,31 @@ enum class CheckedFormat { Hls, Dash, Smooth };
 
 /// An initialisation segment.
 struct CheckedInit {
-    Answer answer;
+    Answer answer; ///< what to fetch, before that
+    std::optional<Encryption> encryption;
+    bool isFetched = false;
+    std::string decryptTrouble; ///< why there is no plain text; empty when there is
+    std::string bytes;          ///< the plain text
     InitFacts facts;
 };
 
 struct CheckedSegment {
-    Answer answer;
+    Answer answer;       ///< what to fetch, before that
     std::string name;    ///< as people call it: "segment 7"
     uint64_t number = 0; ///< media sequence number, DASH number, or place
     double start = 0;    ///< declared, seconds since the begin of the presentation or playlist
     double seconds = 0;  ///< declared
-    bool discontinuity = false; ///< its timestamps need not go on from the segment before
-    bool gap = false;           ///< declared as missing, not fetched
-    bool isFetched = false;     ///< false where sampling left it out
-    bool isEncrypted = false;   ///< as a whole (AES-128); `facts` are of the plain text
-    std::string decryptTrouble; ///< why there is no plain text; empty when there is
+    bool discontinuity = false;           ///< its timestamps need not go on from the segment before
+    bool gap = false;                     ///< declared as missing, not fetched
+    bool isFetched = false;               ///< false where sampling left it out
+    bool isEncrypted = false;             ///< as a whole (AES-128); `facts` are of the plain text
+    std::optional<Encryption> encryption; ///< how
+    std::string decryptTrouble;           ///< why there is no plain text; empty when there is
     double timeOffset =
         0; ///< seconds to add to the media's times to have the presentation's (DASH)
     std::optional<size_t> init; ///< into CheckedRendition::inits
+    /// Makes the initialisation from the media, where there is none to fetch; else null.
+    std::function<std::string(std::string_view media)> makeInit;
     SegmentFacts facts;
 };
 

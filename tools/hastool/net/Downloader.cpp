@@ -338,6 +338,7 @@ void Downloader::finish(Transfer& transfer, int code, const Ending& ending) {
     else if (!outcome.ok)
         outcome.failure = failureText(code, ending.failure, !m_options.proxy.empty());
     outcome.attempts = transfer.ended;
+    outcome.headerLines = std::move(transfer.headerLines);
     transfer.outcome = std::move(outcome);
 }
 
@@ -359,12 +360,13 @@ void Downloader::record(Transfer& transfer, int code, const Ending& ending) {
     attempt.end = inSeconds(time.count());
     attempt.bytes = static_cast<uint64_t>(ending.info.received);
     keepAttempt(transfer.ended, std::move(attempt));
-    if (!m_trace.isOn())
-        return;
-    m_trace.response(transfer.id, lines);
-    m_trace.ending(transfer.id, ending.failure, time,
-                   static_cast<unsigned long long>(ending.info.received),
-                   resultText(code, ending.info.httpStatus));
+    if (m_trace.isOn()) {
+        m_trace.response(transfer.id, lines);
+        m_trace.ending(transfer.id, ending.failure, time,
+                       static_cast<unsigned long long>(ending.info.received),
+                       resultText(code, ending.info.httpStatus));
+    }
+    transfer.headerLines = std::move(lines);
 }
 
 const Outcome* Downloader::outcome(Id id) const {

@@ -57,6 +57,7 @@ struct Outcome {
     std::string url;                      ///< where it came from, after all redirects
     std::string failure;                  ///< why it is not ok
     std::vector<Attempt> attempts;        ///< the last ones
+    std::string headerLines;              ///< of the last attempt's responses
 };
 
 /// Queues downloads over one engine, 20 at once at most, and repeats those that the engine counts
@@ -132,6 +133,7 @@ private:
         std::chrono::steady_clock::time_point begun;
         std::optional<Outcome> outcome;
         std::vector<Attempt> ended; ///< attempts
+        std::string headerLines;    ///< of the last one
         int retries = 0;
         std::chrono::steady_clock::time_point notBefore; ///< the next attempt
         bool cancelled = false;

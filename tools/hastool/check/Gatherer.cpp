@@ -1,0 +1,122 @@
+#include "Gatherer.h"
+
+#include "Lister.h"
+#include "SegmentIntake.h"
+#include <hastool/base/Interrupt.h>
+#include <hastool/base/ToolError.h>
+#include <hastool/base/WebPage.h>
+#include <hastool/formats/dash/DashManifest.h>
+#include <hastool/formats/smooth/SmoothManifest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+namespace hastool {
+namespace {
+
+using Clock = TimeSource::Steady;
+
+/// How long an interrupt by the user may go unnoticed.
+constexpr double kLongestSleep = 0.1;
+
+/// A live presentation without anything to load again is looked at so often, in seconds.
+constexpr double kIdle = 1;
+
+std::unique_ptr<Lister> listerFor(const CheckedDocument& document, Evidence& evidence,
+                                  CheckSource& source, const TimeSource& time) {
+    if (looksLikeDash(document.text))
+        return makeDashLister(evidence, source, time);
+    if (looksLikeSmooth(document.text))
+        return makeSmoothLister(evidence, source, time);
+    if (looksLikeWebPage(document.text))
+        throw ToolError(document.answer.finalUrl, "a web page, not a manifest");
+    if (document.text.find("#EXT") == std::string::npos)
+        throw ToolError(document.answer.finalUrl, "neither an HLS playlist, a DASH manifest nor a "
+                                                  "Smooth Streaming manifest");
+    return makeHlsLister(evidence, source, time);
+}
+
+class Gatherer {
+public:
+    Gatherer(const std::string& url, CheckSource& source, const CheckOptions& options)
+        : m_source(source)
+        , m_options(options)
+        , m_intake(m_evidence, source, options) {
+        m_evidence.url = url;
+    }
+
+    Evidence gather();
+
+private:
+    void fetchManifest();
+    void followLive();
+    void sleepUntil(Clock::time_point then) const;
+    bool isOver();
+
+    CheckSource& m_source;
+    const CheckOptions& m_options;
+    Evidence m_evidence;
+    SegmentIntake m_intake;
+    std::unique_ptr<Lister> m_lister;
+};
+
+Evidence Gatherer::gather() {
+    fetchManifest();
+    m_lister->list();
+    m_intake.takeNew();
+    if (m_evidence.isLive)
+        followLive();
+    isOver();
+    return std::move(m_evidence);
+}
+
+void Gatherer::fetchManifest() {
+    CheckSource::Fetched fetched = m_source.fetch({m_evidence.url, std::nullopt});
+    if (!fetched.answer.ok)
+        throw ToolError(m_evidence.url, fetched.answer.failure);
+    m_evidence.documents.push_back({std::move(fetched.answer), std::move(fetched.bytes), ""});
+    m_lister = listerFor(m_evidence.documents.front(), m_evidence, m_source, m_options.time);
+}
+
+void Gatherer::followLive() {
+    const Clock::time_point begin = m_options.time.steady();
+    const auto length = std::chrono::duration_cast<Clock::duration>(
+        std::chrono::duration<double>(m_options.liveSeconds));
+    const Clock::time_point end = begin + length;
+    while (m_evidence.isLive && !isOver()) {
+        sleepUntil(std::min(end, m_lister->due()));
+        if (m_options.time.steady() >= end)
+            break;
+        m_lister->follow();
+        m_intake.takeNew();
+    }
+    m_evidence.checkedFor = std::chrono::duration<double>(m_options.time.steady() - begin).count();
+}
+
+void Gatherer::sleepUntil(Clock::time_point then) const {
+    for (;;) {
+        const std::chrono::duration<double> left = then - m_options.time.steady();
+        if (left.count() <= 0 || isInterrupted() || !m_source.troubleNow().empty())
+            return;
+        const double step = std::min(left.count(), kLongestSleep);
+        if (m_options.sleep)
+            m_options.sleep(std::min(left.count(), kIdle));
+        else
+            std::this_thread::sleep_for(std::chrono::duration<double>(step));
+    }
+}
+
+bool Gatherer::isOver() {
+    if (m_evidence.cutShort.empty())
+        m_evidence.cutShort = m_source.troubleNow();
+    return !m_evidence.cutShort.empty();
+}
+
+} // namespace
+
+Evidence gather(const std::string& url, CheckSource& source, const CheckOptions& options) {
+    return Gatherer(url, source, options).gather();
+}
+
+} // namespace hastool
