@@ -3,6 +3,7 @@
 #include <hastool/base/ToolError.h>
 #include <hastool/commands/BoxesCommand.h>
 #include <hastool/commands/CencCommand.h>
+#include <hastool/commands/CheckCommand.h>
 #include <hastool/commands/DecryptCommand.h>
 #include <hastool/commands/DemoCommand.h>
 #include <hastool/commands/ExitCode.h>
@@ -71,6 +72,7 @@ int run(int argc, char** argv) {
     hastool::PlayCommand play(app);
     hastool::ServeCommand serve(app);
     hastool::InfoCommand info(app);
+    hastool::CheckCommand check(app);
     hastool::GetCommand get(app);
     hastool::DecryptCommand decrypt(app);
     hastool::CencCommand cenc(app);
@@ -91,7 +93,7 @@ int run(int argc, char** argv) {
         hastool::print(out.str());
         return status == 0 ? hastool::kDone : hastool::kWrongUsage;
     }
-    return runChosen(demo, play, serve, info, get, decrypt, cenc, boxes, ts, sps, xpath);
+    return runChosen(demo, play, serve, info, check, get, decrypt, cenc, boxes, ts, sps, xpath);
 }
 
 } // namespace

@@ -62,10 +62,12 @@ CheckedRendition describe(const DashAdaptationSet& set, const DashRepresentation
 
 std::string nameOf(const CheckedRendition& rendition, size_t periods) {
     std::string name = qualityName(rendition.width, rendition.height, rendition.bandwidth);
+    const bool hasLanguage = !rendition.language.empty() && rendition.language != "und";
+    const std::string language = hasLanguage ? rendition.language + ", " : "";
     if (rendition.kind == Kind::Audio)
-        name = "audio " + (rendition.language.empty() ? "" : rendition.language + ", ") + name;
+        name = "audio " + language + name;
     else if (rendition.kind == Kind::Text)
-        name = "subtitles " + (rendition.language.empty() ? "" : rendition.language + ", ") + name;
+        name = "subtitles " + language + name;
     else if (name.empty())
         name = "representation " + rendition.id;
     if (periods > 1)

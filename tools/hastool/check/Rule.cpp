@@ -22,6 +22,7 @@ Rules makeRules() {
     addVideoRules(rules);
     addProtectionRules(rules);
     addAlignmentRules(rules);
+    addPresentationRules(rules); // the last: what others have explained is not told again
     return rules;
 }
 

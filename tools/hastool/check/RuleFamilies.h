@@ -21,4 +21,7 @@ void addVideoRules(Rules& rules);    ///< key frames, codec strings, resolutions
 void addProtectionRules(Rules& rules);
 void addAlignmentRules(Rules& rules); ///< renditions against each other
 
+/// What makes the whole of it unusable, where no other rule has said so; they come last.
+void addPresentationRules(Rules& rules);
+
 } // namespace hastool

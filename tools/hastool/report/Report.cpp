@@ -54,7 +54,7 @@ std::string Report::html() const {
                                   {"columns", overviewCells(Summary())},
                                   {"rows", overviewRows()},
                                   {"plays", sections},
-                                  {"script", std::string(kReportJs)}});
+                                  {"script", std::string(kChartsJs) + kReportJs}});
 }
 
 } // namespace hastool

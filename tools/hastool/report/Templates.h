@@ -7,6 +7,10 @@ extern const char kPageHtml[];   ///< the page around the plays
 extern const char kPlayHtml[];   ///< one play
 extern const char kChartsHtml[]; ///< its charts, which the script draws
 extern const char kReportCss[];  ///< the page's styles
-extern const char kReportJs[];   ///< draws the charts
+extern const char kChartsJs[];   ///< what the charts of all pages are drawn with
+extern const char kReportJs[];   ///< draws the charts of plays
+extern const char kCheckHtml[];  ///< the page of a check
+extern const char kCheckCss[];   ///< its styles beside the report's
+extern const char kCheckJs[];    ///< draws its charts
 
 } // namespace hastool
