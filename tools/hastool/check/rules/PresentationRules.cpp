@@ -1,3 +1,4 @@
+#include <hastool/base/ShownUrl.h>
 #include <hastool/check/RuleFamilies.h>
 
 #include <algorithm>
@@ -8,9 +9,10 @@ namespace {
 /// Whether a rule has told already why something cannot be read.
 bool isExplained(const Findings& findings, const std::string& url) {
     const auto& all = findings.all();
+    const std::string shown = withoutSecrets(url); // as placeIn() has it
     return std::any_of(all.begin(), all.end(), [&](const Finding& it) {
         return it.rule->severity == Severity::Error &&
-               it.place.where.compare(0, url.size(), url) == 0;
+               withoutSecrets(it.place.where).compare(0, shown.size(), shown) == 0;
     });
 }
 
