@@ -223,7 +223,7 @@ TEST(HastoolCheck, TheTimeForAllIsLimited) {
 }
 
 TEST(HastoolCheck, FollowsALivePresentation) {
-    test::Serve server({"--live", presentation("hls")});
+    test::Serve server({"--root", PRESENTATIONS, "--live"});
     const Child::Result result =
         runHastool({"check", "--json", "--for", "5", server.url("/hls/master.m3u8")});
     const json found = json::parse(result.out);
