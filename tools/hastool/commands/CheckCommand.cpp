@@ -24,7 +24,7 @@
 namespace hastool {
 namespace {
 
-constexpr int kRetries = 0; // what fails once fails viewers too
+constexpr int kRetries = 0;                    // what fails once fails viewers too
 constexpr std::chrono::seconds kIdleTime{15};  // unless --timeout says otherwise
 constexpr std::chrono::minutes kTotalTime{10}; // unless --max-time says otherwise
 
