@@ -4,6 +4,7 @@
 #include "ServerCertificate.h"
 #include <hastool/formats/Presentation.h>
 #include <hastool/formats/dash/DashManifest.h>
+#include <hastool/formats/hls/HlsLines.h>
 #include <hastool/formats/hls/HlsPlaylist.h>
 #include <hastool/formats/smooth/SmoothManifest.h>
 #include <hastool/media/SegmentFacts.h>
@@ -41,6 +42,8 @@ struct CheckedDocument {
     Answer answer;
     std::string text;
     std::string trouble; ///< why it cannot be read, with its place; empty when it can
+    /// Of HLS; null until readPlaylistLines(), and where there are too many.
+    std::shared_ptr<const HlsLines> lines = nullptr;
 };
 
 /// A media playlist of HLS at one time. What could not be read has a `trouble` and no segments.

@@ -8,8 +8,12 @@ namespace {
 Rules makeRules() {
     Rules rules;
     addHlsSyntaxRules(rules);
+    addHlsTagRules(rules);
     addHlsPlaylistRules(rules);
+    addHlsTimeRules(rules);
+    addHlsPartRules(rules);
     addHlsMasterRules(rules);
+    addHlsGroupRules(rules);
     addHlsLiveRules(rules);
     addDashRules(rules);
     addDashLiveRules(rules);

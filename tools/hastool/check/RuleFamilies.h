@@ -5,9 +5,13 @@
 
 namespace hastool {
 
-void addHlsSyntaxRules(Rules& rules);   ///< tags and attributes of playlists
+void addHlsSyntaxRules(Rules& rules);   ///< what playlists are made of: text and lines
+void addHlsTagRules(Rules& rules);      ///< tags and attributes of playlists
 void addHlsPlaylistRules(Rules& rules); ///< what playlists say, each by itself
-void addHlsMasterRules(Rules& rules);   ///< variants and renditions
+void addHlsTimeRules(Rules& rules);     ///< dates and date ranges
+void addHlsPartRules(Rules& rules);     ///< low latency
+void addHlsMasterRules(Rules& rules);   ///< variants
+void addHlsGroupRules(Rules& rules);    ///< renditions and their groups
 void addHlsLiveRules(Rules& rules);     ///< a playlist against its earlier states
 void addDashRules(Rules& rules);
 void addDashLiveRules(Rules& rules);
