@@ -87,7 +87,7 @@ FindingPlace SeenPlaylist::place(const HlsLine* line) const {
     FindingPlace place;
     if (rendition != nullptr)
         place.rendition = rendition->name;
-    place.where = line == nullptr ? url() : placeIn(url(), line->number);
+    place.where = line == nullptr ? withoutSecrets(url()) : placeIn(url(), line->number);
     return place;
 }
 

@@ -14,6 +14,7 @@ Rules makeRules() {
     addHlsPartRules(rules);
     addHlsMasterRules(rules);
     addHlsGroupRules(rules);
+    addHlsVariantRules(rules);
     addHlsLiveRules(rules);
     addDashRules(rules);
     addDashLiveRules(rules);

@@ -12,6 +12,7 @@ void addHlsTimeRules(Rules& rules);     ///< dates and date ranges
 void addHlsPartRules(Rules& rules);     ///< low latency
 void addHlsMasterRules(Rules& rules);   ///< variants
 void addHlsGroupRules(Rules& rules);    ///< renditions and their groups
+void addHlsVariantRules(Rules& rules);  ///< media playlists against each other
 void addHlsLiveRules(Rules& rules);     ///< a playlist against its earlier states
 void addDashRules(Rules& rules);
 void addDashLiveRules(Rules& rules);

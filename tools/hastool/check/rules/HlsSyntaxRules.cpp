@@ -147,11 +147,12 @@ private:
 
 class UriCharacters : public PlaylistRule {
 public:
-    static constexpr RuleCard kCard = {
-        "hls-uri-characters", Severity::Warning, "RFC 8216, 4.1; RFC 3986, 2",
-        "A URI contains characters that have to be encoded",
-        "Players and caches differ in what they ask the server for, and some of them fail. Spaces "
-        "and the characters <>\"{}|\\^` are written as %20 and so on."};
+    static constexpr RuleCard kCard = {"hls-uri-characters", Severity::Warning,
+                                       "RFC 8216, 4.1; RFC 3986, 2",
+                                       "A URI contains characters that have to be encoded",
+                                       "Players and caches differ in what they ask the server for, "
+                                       "and some of them fail. Spaces, quotation marks, braces and "
+                                       "their like are written as %20 and so on."};
     const RuleCard& card() const override { return kCard; }
 
 private:
