@@ -1,6 +1,7 @@
 #include "Gatherer.h"
 
 #include "Lister.h"
+#include "PlaylistLines.h"
 #include "SegmentIntake.h"
 #include <hastool/base/Interrupt.h>
 #include <hastool/base/ToolError.h>
@@ -68,6 +69,7 @@ Evidence Gatherer::gather() {
     if (m_evidence.isLive)
         followLive();
     isOver();
+    readPlaylistLines(m_evidence);
     return std::move(m_evidence);
 }
 

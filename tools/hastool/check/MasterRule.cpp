@@ -1,7 +1,5 @@
 #include "MasterRule.h"
 
-#include <algorithm>
-
 namespace hastool {
 
 MasterLines readMasterLines(const HlsLines& lines) {
@@ -24,21 +22,15 @@ MasterLines readMasterLines(const HlsLines& lines) {
         entry.list = readHlsAttributeLine(line.value);
         if (list == &master.variants)
             open = nullptr;
-        if (entry.list.isBroken)
+        if (entry.list.isBroken) {
+            master.isWhole = false;
             continue;
+        }
         list->push_back(std::move(entry));
         if (list == &master.variants)
             open = &list->back();
     }
     return master;
-}
-
-bool namesVideo(std::string_view codecs) {
-    constexpr std::string_view kVideo[] = {"avc1", "avc3", "hvc1", "hev1", "dvh1", "dvhe", "dva1",
-                                           "dvav", "vp08", "vp09", "av01", "mp4v", "vvc1", "vvi1"};
-    return std::any_of(std::begin(kVideo), std::end(kVideo), [&](std::string_view it) {
-        return codecs.find(it) != std::string_view::npos;
-    });
 }
 
 void MasterRule::look(const SeenPlaylist& playlist, PlaylistFindings& findings) const {

@@ -21,15 +21,13 @@ struct MasterEntry {
 
 /// What a master playlist lists. Tags whose attributes cannot be read are left out.
 struct MasterLines {
+    bool isWhole = true; ///< none was left out
     std::vector<MasterEntry> variants;
     std::vector<MasterEntry> iFrames;
     std::vector<MasterEntry> media;
 };
 
 MasterLines readMasterLines(const HlsLines& lines);
-
-/// Whether a codec string names video, as in "avc1.4D401F,mp4a.40.2".
-bool namesVideo(std::string_view codecs);
 
 /// A rule that looks at a master playlist by what it lists.
 class MasterRule : public PlaylistRule {

@@ -3,6 +3,7 @@
 #include <hastool/base/Number.h>
 #include <hastool/base/ShownUrl.h>
 #include <hastool/base/ToolError.h>
+#include <hastool/formats/hls/HlsTags.h>
 
 #include <algorithm>
 #include <array>
@@ -13,7 +14,16 @@ namespace hastool {
 namespace {
 
 bool isMasterText(const HlsLines& lines) {
-    return lines.has("EXT-X-STREAM-INF") || lines.has("EXT-X-MEDIA");
+    if (lines.has("EXT-X-STREAM-INF") || lines.has("EXT-X-MEDIA"))
+        return true;
+    bool isMaster = false;
+    for (const HlsLine& line : lines.lines()) {
+        const HlsTag* const tag = line.tag.empty() ? nullptr : findHlsTag(line.tag);
+        if (tag != nullptr && tag->place == HlsTag::Place::Media)
+            return false;
+        isMaster = isMaster || (tag != nullptr && tag->place == HlsTag::Place::Master);
+    }
+    return isMaster;
 }
 
 /// Shows playlists, each text of a URL once.

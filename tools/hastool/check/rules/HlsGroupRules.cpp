@@ -45,10 +45,12 @@ std::vector<GroupName> groupsNamedBy(const MasterEntry& variant) {
     return names;
 }
 
-bool usesVariables(const MasterLines& master) {
-    return std::any_of(master.media.begin(), master.media.end(), [](const MasterEntry& it) {
-        return hasVariable(it.list.get("GROUP-ID")) || hasVariable(it.list.get("NAME"));
-    });
+/// Whether it is not known which groups there are: of tags that cannot be read, and of variables.
+bool isUnclear(const MasterLines& master) {
+    return !master.isWhole ||
+           std::any_of(master.media.begin(), master.media.end(), [](const MasterEntry& it) {
+               return hasVariable(it.list.get("GROUP-ID")) || hasVariable(it.list.get("NAME"));
+           });
 }
 
 class GroupMissing : public MasterRule {
@@ -64,7 +66,7 @@ private:
     void lookAt(const SeenPlaylist& playlist, const MasterLines& master,
                 PlaylistFindings& findings) const override {
         const Groups groups = groupsOf(master);
-        if (usesVariables(master))
+        if (isUnclear(master))
             return;
         for (const auto* const entries : {&master.variants, &master.iFrames}) {
             for (const MasterEntry& it : *entries) {
@@ -102,7 +104,7 @@ private:
                 }
             }
         }
-        if (usesVariables(master) || master.variants.empty())
+        if (isUnclear(master) || master.variants.empty())
             return;
         for (const auto& [name, members] : groups) {
             const bool isKnown =
@@ -120,7 +122,7 @@ private:
 
     void lookAt(const SeenPlaylist& playlist, const MasterLines& master,
                 PlaylistFindings& findings) const final {
-        if (usesVariables(master))
+        if (isUnclear(master))
             return;
         for (const auto& [name, members] : groupsOf(master)) {
             for (size_t i = 0; i < members.size(); ++i) {
@@ -214,10 +216,14 @@ private:
     void lookAt(const SeenPlaylist& playlist, const MasterLines& master,
                 PlaylistFindings& findings) const override {
         const Groups groups = groupsOf(master);
-        if (usesVariables(master))
+        const auto hasPathway = [](const MasterEntry& it) { return it.has("PATHWAY-ID"); };
+        if (isUnclear(master) || // groups of one way are not of the other
+            std::any_of(master.variants.begin(), master.variants.end(), hasPathway))
             return;
         std::map<std::string, Groups::const_iterator> first; // of a type
         for (auto group = groups.begin(); group != groups.end(); ++group) {
+            if (group->first.first == "VIDEO" && !group->second.front()->has("URI"))
+                continue; // names of qualities
             const auto [known, isNew] = first.emplace(group->first.first, group);
             const std::string text = isNew ? "" : difference(known->second->second, group->second);
             if (!text.empty())

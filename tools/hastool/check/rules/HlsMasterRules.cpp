@@ -1,9 +1,9 @@
 // Variants of HLS master playlists, and what master playlists say of the session.
+#include <hastool/check/CodecKinds.h>
 #include <hastool/check/MasterRule.h>
 #include <hastool/check/RuleFamilies.h>
 
 #include <hastool/base/Number.h>
-#include <hastool/base/Quantities.h>
 #include <hastool/base/ToolError.h>
 
 #include <algorithm>
@@ -17,7 +17,7 @@ namespace {
 /// have it.
 bool hasVideo(const MasterEntry& variant) {
     return variant.has("RESOLUTION") || variant.has("FRAME-RATE") ||
-           namesVideo(variant.list.get("CODECS"));
+           !codecsOf(variant.get("CODECS"), CodecKind::Video).empty();
 }
 
 bool anyHas(const std::vector<MasterEntry>& entries, std::string_view name) {
@@ -25,10 +25,10 @@ bool anyHas(const std::vector<MasterEntry>& entries, std::string_view name) {
                        [&](const MasterEntry& it) { return it.has(name); });
 }
 
-/// "the variant of 2.40 Mbit/s".
+/// "the variant of 2400000 bit/s".
 std::string nameOf(const MasterEntry& variant) {
     const auto bandwidth = parseUnsigned(variant.list.get("BANDWIDTH"));
-    return bandwidth ? "the variant of " + rateText(static_cast<double>(*bandwidth))
+    return bandwidth ? "the variant of " + std::to_string(*bandwidth) + " bit/s"
                      : "a variant without a bandwidth";
 }
 

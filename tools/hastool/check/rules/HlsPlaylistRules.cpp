@@ -267,7 +267,8 @@ public:
 
 private:
     std::string judge(const HlsLine&, const HlsAttributeLine& list) const override {
-        constexpr std::string_view kKnown[] = {"NONE", "AES-128", "SAMPLE-AES", "SAMPLE-AES-CTR"};
+        constexpr std::string_view kKnown[] = {"NONE",           "AES-128", "SAMPLE-AES",
+                                               "SAMPLE-AES-CTR", "AES-256", "AES-256-CTR"};
         const std::string_view method = list.get("METHOD");
         const bool isKnown =
             std::find(std::begin(kKnown), std::end(kKnown), method) != std::end(kKnown);

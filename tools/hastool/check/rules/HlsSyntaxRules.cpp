@@ -86,22 +86,33 @@ public:
 
 private:
     void look(const SeenPlaylist& playlist, PlaylistFindings& findings) const override {
-        const std::string& text = playlist.lines->text();
-        size_t number = 1;
+        const std::string_view text = playlist.lines->text();
+        constexpr size_t kMost = 3; // of a file that is no text they would be many
         size_t told = 0;
-        for (size_t i = 0; i < text.size() && told < 3; ++i) {
-            const auto letter = static_cast<unsigned char>(text[i]);
-            const bool endsLine = letter == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
-            number += letter == '\n' ? 1 : 0;
-            if ((letter >= 0x20 && letter != 0x7F) || letter == '\n' || endsLine ||
-                (letter == '\r' && i + 1 == text.size()))
-                continue;
-            HlsLine line;
-            line.number = number;
-            findings.add(playlist, &line, "a character " + std::to_string(letter));
-            i = std::min(text.find('\n', i), text.size()) - 1; // once a line
-            ++told;
+        HlsLine line;
+        for (size_t begin = 0; begin < text.size() && told < kMost;) {
+            const size_t end = std::min(text.find('\n', begin), text.size());
+            ++line.number;
+            if (const int letter = controlIn(text.substr(begin, end - begin)); letter >= 0) {
+                findings.add(playlist, &line, "a character " + std::to_string(letter));
+                ++told;
+            }
+            begin = end + 1;
         }
+    }
+
+    /// The first control character of a line; -1 where it has none. A carriage return ends it, and
+    /// a tab behind a duration is a common way to write an empty title.
+    static int controlIn(std::string_view line) {
+        if (!line.empty() && line.back() == '\r')
+            line.remove_suffix(1);
+        const bool mayHaveTabs = line.substr(0, 7) == "#EXTINF";
+        for (const char it : line) {
+            const auto letter = static_cast<unsigned char>(it);
+            if ((letter < 0x20 || letter == 0x7F) && !(mayHaveTabs && letter == '\t'))
+                return letter;
+        }
+        return -1;
     }
 };
 

@@ -22,12 +22,20 @@ std::string nameOf(const HlsLine& line) {
 
 /// Tags that are in use beside the standards: of ad insertion, of thumbnails and of low latency.
 bool isOfTheField(std::string_view tag) {
-    constexpr std::string_view kTags[] = {
-        "EXT-X-CUE",         "EXT-X-CUE-OUT",     "EXT-X-CUE-OUT-CONT",
-        "EXT-X-CUE-IN",      "EXT-X-CUE-SPAN",    "EXT-X-SCTE35",
-        "EXT-X-ASSET",       "EXT-X-PREFETCH",    "EXT-X-SPLICEPOINT-SCTE35",
-        "EXT-OATCLS-SCTE35", "EXT-X-IMAGES-ONLY", "EXT-X-IMAGE-STREAM-INF",
-        "EXT-X-TILES"};
+    constexpr std::string_view kTags[] = {"EXT-X-CUE",
+                                          "EXT-X-CUE-OUT",
+                                          "EXT-X-CUE-OUT-CONT",
+                                          "EXT-X-CUE-IN",
+                                          "EXT-X-CUE-SPAN",
+                                          "EXT-X-SCTE35",
+                                          "EXT-X-ASSET",
+                                          "EXT-X-PREFETCH",
+                                          "EXT-X-PREFETCH-DISCONTINUITY",
+                                          "EXT-X-SPLICEPOINT-SCTE35",
+                                          "EXT-OATCLS-SCTE35",
+                                          "EXT-X-IMAGES-ONLY",
+                                          "EXT-X-IMAGE-STREAM-INF",
+                                          "EXT-X-TILES"};
     return std::find(std::begin(kTags), std::end(kTags), tag) != std::end(kTags);
 }
 
@@ -220,7 +228,7 @@ class AttributeName : public AttributeRule {
 public:
     static constexpr RuleCard kCard = {
         "hls-attribute-name", Severity::Warning, "RFC 8216, 4.2",
-        "The name of an attribute has letters that no name has",
+        "An attribute has a name that none has",
         "Players do not know it. Names consist of A to Z, 0 to 9 and the hyphen."};
     const RuleCard& card() const override { return kCard; }
 
@@ -230,7 +238,9 @@ private:
         constexpr std::string_view kAllowed = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-";
         std::vector<std::string> texts;
         for (const HlsAttributeText& it : list.attributes) {
-            if (it.name.find_first_not_of(kAllowed) != std::string_view::npos)
+            if (it.name.empty())
+                texts.push_back(nameOf(line) + ": nothing behind the last comma");
+            else if (it.name.find_first_not_of(kAllowed) != std::string_view::npos)
                 texts.push_back(nameOf(line) + ": " + inQuotes(it.name));
         }
         return texts;

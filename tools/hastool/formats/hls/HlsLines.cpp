@@ -97,11 +97,8 @@ HlsAttributeLine readHlsAttributeLine(std::string_view text) {
             return result;
         result.attributes.push_back(attribute);
         text = behind.substr(length);
-        if (text.size() == 1) { // a comma with nothing behind it
-            result.isBroken = true;
-            result.rest = text;
-            return result;
-        }
+        if (text.size() == 1) // a comma with nothing behind it
+            result.attributes.emplace_back();
         text.remove_prefix(std::min<size_t>(1, text.size()));
     }
     result.rest = text;

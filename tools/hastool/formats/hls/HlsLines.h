@@ -31,7 +31,9 @@ struct HlsAttributeText {
 
 /// An attribute list. Unlike HlsAttributes it keeps what is not allowed.
 struct HlsAttributeLine {
-    std::vector<HlsAttributeText> attributes; ///< in order, up to where the list is broken
+    /// In order, up to where the list is broken. Behind a comma at its end there is one without a
+    /// name.
+    std::vector<HlsAttributeText> attributes;
     bool isBroken = false;
     std::string_view rest; ///< what cannot be read, where it is broken
 

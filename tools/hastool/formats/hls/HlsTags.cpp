@@ -133,7 +133,6 @@ constexpr HlsTagAttribute kAttributes[] = {
     {"EXT-X-PART", "URI", Type::Quoted, true, ""},
     {"EXT-X-PART", "DURATION", Type::Decimal, true, ""},
     {"EXT-X-PART", "INDEPENDENT", Type::Word, false, kYesNo},
-    {"EXT-X-PART", "BYTERANGE", Type::Quoted, false, ""},
     {"EXT-X-PART", "GAP", Type::Word, false, kYesNo},
     {"EXT-X-PRELOAD-HINT", "TYPE", Type::Word, true, "PART MAP"},
     {"EXT-X-PRELOAD-HINT", "URI", Type::Quoted, true, ""},
