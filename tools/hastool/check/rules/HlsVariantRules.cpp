@@ -156,6 +156,8 @@ private:
             return "";
         const double one = lengthOf(first);
         const double two = lengthOf(other);
+        if (one <= 0 || two <= 0)
+            return ""; // nothing to play is a fault of its own
         const double most = std::max(0.5, first.state->playlist.targetSeconds / 2);
         return std::abs(one - two) <= most ? "" : against(secondsOf(two), first, secondsOf(one));
     }
