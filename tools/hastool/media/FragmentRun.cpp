@@ -12,6 +12,7 @@ constexpr uint64_t kDescription = 0x2;
 constexpr uint64_t kDefaultDuration = 0x8;
 constexpr uint64_t kDefaultSize = 0x10;
 constexpr uint64_t kDefaultFlags = 0x20;
+constexpr uint64_t kMoofBase = 0x20000;
 constexpr uint64_t kDataOffset = 0x1;
 constexpr uint64_t kFirstFlags = 0x4;
 constexpr uint64_t kDuration = 0x100;
@@ -57,9 +58,10 @@ std::optional<InitTrack> readHeader(const BoxView& box, const InitTracks& tracks
         return std::nullopt;
     InitTrack defaults = track->second;
     if (reader.has(kBaseOffset)) {
-        reader.number(8);
+        run.base = reader.number(8);
         run.isPlain = false;
     }
+    run.isMoofBase = reader.has(kMoofBase);
     if (reader.has(kDescription))
         reader.number(4);
     defaults.duration = reader.optional(kDefaultDuration, defaults.duration);
@@ -76,6 +78,9 @@ bool readRun(const BoxView& box, const InitTrack& defaults, FragmentRun& run) {
     if (run.runs++ == 0)
         run.dataOffset = offset;
     run.isPlain = run.isPlain && reader.has(kDataOffset);
+    run.pieces.push_back({run.samples.size(), std::nullopt});
+    if (reader.has(kDataOffset))
+        run.pieces.back().offset = offset;
     const bool hasFirstFlags = reader.has(kFirstFlags);
     const uint32_t firstFlags = reader.optional(kFirstFlags, defaults.flags);
     if (count > kMaxFragmentSamples - run.samples.size())
@@ -102,6 +107,7 @@ std::optional<FragmentRun> readTrackFragment(std::string_view traf, const InitTr
         } else if (box->type == "tfdt") {
             FlaggedReader reader(box->content);
             run.decodeTime = reader.number(reader.version() == 1 ? 8 : 4);
+            run.hasDecodeTime = reader.isGood();
         } else if (box->type == "trun") {
             if (!defaults || !readRun(*box, *defaults, run))
                 return std::nullopt;

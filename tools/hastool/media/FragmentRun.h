@@ -20,14 +20,24 @@ struct FragmentSample {
     uint32_t offset = 0; ///< of its composition time, as the version of its run has it
 };
 
+/// Samples that lie side by side.
+struct FragmentPiece {
+    size_t firstSample = 0;        ///< of FragmentRun::samples
+    std::optional<int64_t> offset; ///< from the base; else behind the piece before
+};
+
 /// A track fragment.
 struct FragmentRun {
     uint32_t track = 0;
     uint64_t decodeTime = 0; ///< of its first sample; 0 where it does not say
+    bool hasDecodeTime = false;
     std::vector<FragmentSample> samples;
     int64_t dataOffset = 0; ///< of the first run's samples, from the begin of the moof
     unsigned version = 0;   ///< of its run
     size_t runs = 0;
+    std::vector<FragmentPiece> pieces; ///< one for each run
+    std::optional<uint64_t> base;      ///< place in the file that offsets count from
+    bool isMoofBase = false;           ///< they count from the begin of the moof
     bool isPlain = true; ///< there is nothing in it but a header, a decode time and runs
 
     uint64_t duration() const;
