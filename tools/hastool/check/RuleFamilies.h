@@ -19,10 +19,10 @@ void addDashLiveRules(Rules& rules);
 void addSmoothRules(Rules& rules);
 void addDeliveryRules(Rules& rules); ///< responses and redirects
 void addCertificateRules(Rules& rules);
-void addRateRules(Rules& rules);     ///< bitrates and durations against the declared ones
-void addStreamRules(Rules& rules);   ///< transport streams
-void addFragmentRules(Rules& rules); ///< fragmented MP4
-void addVideoRules(Rules& rules);    ///< key frames, codec strings, resolutions
+void addRateRules(Rules& rules);      ///< bitrates against the declared ones
+void addStreamRules(Rules& rules);    ///< transport streams
+void addFragmentRules(Rules& rules);  ///< fragmented MP4
+void addVideoRules(Rules& rules);     ///< key frames, codec strings, resolutions
 void addProtectionRules(Rules& rules);
 void addAlignmentRules(Rules& rules); ///< renditions against each other
 

@@ -53,6 +53,17 @@ bool TransportFacts::isScrambled() const {
 void TransportReader::read(std::string_view media, SegmentFacts& facts) {
     TransportReader reader(facts);
     reader.readPackets(media);
+    if (facts.transport.isMediaBeforeTables && reader.m_pmt) {
+        // Who knows the tables from another segment decodes what comes before them, too.
+        facts.transport = TransportFacts();
+        TransportReader again(facts);
+        again.takePmt(*reader.m_pmt);
+        again.m_pmt.reset();
+        again.readPackets(media);
+        again.finish();
+        facts.transport.isMediaBeforeTables = true;
+        return;
+    }
     reader.finish();
 }
 
