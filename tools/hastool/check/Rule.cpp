@@ -21,7 +21,9 @@ Rules makeRules() {
     addSmoothRules(rules);
     addDeliveryRules(rules);
     addCertificateRules(rules);
+    addMediaRules(rules);
     addRateRules(rules);
+    addDurationRules(rules);
     addStreamRules(rules);
     addFragmentRules(rules);
     addVideoRules(rules);

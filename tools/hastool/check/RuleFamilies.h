@@ -19,7 +19,9 @@ void addDashLiveRules(Rules& rules);
 void addSmoothRules(Rules& rules);
 void addDeliveryRules(Rules& rules); ///< responses and redirects
 void addCertificateRules(Rules& rules);
+void addMediaRules(Rules& rules);     ///< media in any container
 void addRateRules(Rules& rules);      ///< bitrates against the declared ones
+void addDurationRules(Rules& rules);  ///< durations against the declared ones
 void addStreamRules(Rules& rules);    ///< transport streams
 void addFragmentRules(Rules& rules);  ///< fragmented MP4
 void addVideoRules(Rules& rules);     ///< key frames, codec strings, resolutions
