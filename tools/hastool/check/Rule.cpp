@@ -26,6 +26,7 @@ Rules makeRules() {
     addDurationRules(rules);
     addStreamRules(rules);
     addFragmentRules(rules);
+    addPlacementRules(rules);
     addVideoRules(rules);
     addProtectionRules(rules);
     addAlignmentRules(rules);

@@ -24,6 +24,7 @@ void addRateRules(Rules& rules);      ///< bitrates against the declared ones
 void addDurationRules(Rules& rules);  ///< durations against the declared ones
 void addStreamRules(Rules& rules);    ///< transport streams
 void addFragmentRules(Rules& rules);  ///< fragmented MP4
+void addPlacementRules(Rules& rules); ///< times of MP4 against those of the manifest
 void addVideoRules(Rules& rules);     ///< key frames, codec strings, resolutions
 void addProtectionRules(Rules& rules);
 void addAlignmentRules(Rules& rules); ///< renditions against each other
