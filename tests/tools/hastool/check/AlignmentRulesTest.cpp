@@ -1,0 +1,56 @@
+#include "MediaFaults.h"
+#include "Seed.h"
+
+namespace {
+
+using test::builtIn;
+using test::Seed;
+
+constexpr char kMaster[] = "master.m3u8";
+constexpr char kList[] = "2/index.m3u8";
+
+Seed listSeed(const char* code, const char* from, const char* to) {
+    return {code, builtIn("hls"), kMaster,
+            [=](CheckedFolder& folder) { folder.replace(kList, from, to); }};
+}
+
+class AlignmentRule : public test::SeededFault {};
+
+TEST_P(AlignmentRule, AloneSeesItsFault) {
+    expectOnlyItsRule();
+}
+
+const Seed kRenditions[] = {
+    listSeed("align-segment-count", "#EXTINF:2.000000,\n21.ts\n", ""),
+    listSeed("align-segments", "#EXTINF:2.000000,\n5.ts\n", "#EXTINF:1.880000,\n5.ts\n"),
+    listSeed("align-discontinuities", "#EXTINF:2.000000,\n10.ts",
+             "#EXT-X-DISCONTINUITY\n#EXTINF:2.000000,\n10.ts"),
+    Seed{"align-timestamps", builtIn("hls"), kMaster,
+         [](CheckedFolder& folder) {
+             for (const std::string& path : folder.paths("2/", ".ts"))
+                 test::moveStream(folder.file(path), 1);
+         }},
+    Seed{"align-lengths", builtIn("dash"), "manifest.mpd",
+         [](CheckedFolder& folder) {
+             folder.replace("manifest.mpd", "<S d=\"95232\" r=\"1\" />", "");
+         }},
+    Seed{"align-lengths", builtIn("hls"), kList,
+         [](CheckedFolder& folder) {
+             // The audio of the last segment, but for its first packets.
+             int kept = 0;
+             test::eachPacket(folder.file("2/21.ts"), [&](test::PacketAt packet) {
+                 return packet.pid() != test::kAudioPid || ++kept < 20;
+             });
+         }},
+};
+
+INSTANTIATE_TEST_SUITE_P(Renditions, AlignmentRule, testing::ValuesIn(kRenditions),
+                         test::nameOfSeed);
+
+TEST(AlignmentRules, AllowATenthOfASecond) {
+    CheckedFolder folder("hls");
+    folder.replace(kList, "#EXTINF:2.000000,\n5.ts\n", "#EXTINF:1.910000,\n5.ts\n");
+    EXPECT_EQ(linesOf(folder.check(kMaster)), "");
+}
+
+} // namespace
