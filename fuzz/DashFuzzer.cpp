@@ -1,5 +1,8 @@
 // DASH manifests: a manifest that is accepted can be played to the end of every track, in order and
-// every piece once; for one that is refused the message is one line.
+// every piece once; for one that is refused the message is one line. The rules of checks look at
+// any document, two states of it also.
+#include "JudgedManifest.h"
+
 #include <hastool/base/ToolError.h>
 #include <hastool/formats/dash/DashPresentation.h>
 
@@ -75,6 +78,7 @@ bool walkStream(const std::string& text, size_t track, size_t stream, size_t ste
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
+    judgeManifest(hastool::CheckedFormat::Dash, text, kUrl);
     try {
         for (size_t track = 0; track < 2; ++track) {
             walkStream(text, track, 0, 0);

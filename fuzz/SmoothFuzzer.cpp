@@ -1,5 +1,7 @@
 // Smooth Streaming manifests: one that is accepted gives initialisations and is walked to its end;
-// for one that is refused the message is one line.
+// for one that is refused the message is one line. The rules of checks look at any document.
+#include "JudgedManifest.h"
+
 #include <hastool/base/BoxView.h>
 #include <hastool/base/ToolError.h>
 #include <hastool/formats/smooth/SmoothInit.h>
@@ -66,6 +68,7 @@ void walk(const std::string& text, size_t track) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
     require(hastool::trackOfFragment(text) <= UINT32_MAX);
+    judgeManifest(hastool::CheckedFormat::Smooth, text, "http://host/Manifest");
     try {
         const auto manifest = hastool::parseSmoothManifest(text, "http://host/Manifest");
         require(!manifest.streams.empty());

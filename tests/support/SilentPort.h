@@ -28,6 +28,7 @@ public:
         m_port = ntohs(address.sin_port);
     }
 
+    uint16_t port() const { return m_port; }
     std::string url(const std::string& scheme) const {
         return scheme + "://127.0.0.1:" + std::to_string(m_port) + "/a";
     }

@@ -20,6 +20,8 @@ public:
 
     /// The outermost element.
     hascommon::XmlElement root();
+    /// All of it as libxml2 has it, to be read only; lives as long as the document.
+    _xmlDoc* tree() { return m_reader.GetDocument(); }
 
 private:
     hascommon::HssXPathReader m_reader;

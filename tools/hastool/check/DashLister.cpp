@@ -80,6 +80,7 @@ std::string nameOf(const CheckedRendition& rendition, size_t periods) {
 void DashLister::list() {
     CheckedDocument& document = m_evidence.documents.front();
     m_evidence.format = CheckedFormat::Dash;
+    keepTree(m_evidence.documents);
     try {
         m_loader.emplace(
             Document{document.text, document.answer.finalUrl},
@@ -97,8 +98,10 @@ void DashLister::list() {
 Document DashLister::fetch(const Resource& resource) {
     CheckSource::Fetched fetched = m_source.fetch(resource);
     const Answer answer = fetched.answer;
-    if (resource.url == m_reloaded)
+    if (resource.url == m_reloaded) {
         m_evidence.documents.push_back({std::move(fetched.answer), fetched.bytes, ""});
+        keepTree(m_evidence.documents);
+    }
     if (!answer.ok)
         throw ToolError(resource.url, answer.failure);
     return {std::move(fetched.bytes), answer.finalUrl};

@@ -1,6 +1,7 @@
 // What a check has had of a presentation: all that rules look at.
 #pragma once
 
+#include "ManifestTree.h"
 #include "ServerCertificate.h"
 #include <hastool/formats/Presentation.h>
 #include <hastool/formats/dash/DashManifest.h>
@@ -44,6 +45,7 @@ struct CheckedDocument {
     std::string trouble; ///< why it cannot be read, with its place; empty when it can
     /// Of HLS; null until readPlaylistLines(), and where there are too many.
     std::shared_ptr<const HlsLines> lines = nullptr;
+    ManifestTree tree = nullptr; ///< of an XML manifest; null without one (readManifestTree())
 };
 
 /// A media playlist of HLS at one time. What could not be read has a `trouble` and no segments.

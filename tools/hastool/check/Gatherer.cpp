@@ -1,17 +1,24 @@
 #include "Gatherer.h"
 
+#include "Delivered.h"
 #include "Lister.h"
 #include "PlaylistLines.h"
 #include "SegmentIntake.h"
 #include <hastool/base/Interrupt.h>
+#include <hastool/base/Number.h>
 #include <hastool/base/ToolError.h>
 #include <hastool/base/WebPage.h>
 #include <hastool/formats/dash/DashManifest.h>
 #include <hastool/formats/smooth/SmoothManifest.h>
 
+#include <Hascommon/GURL.h>
+
 #include <algorithm>
 #include <chrono>
+#include <set>
+#include <string>
 #include <thread>
+#include <utility>
 
 namespace hastool {
 namespace {
@@ -52,6 +59,7 @@ public:
 private:
     void fetchManifest();
     void followLive();
+    void probeServers();
     void sleepUntil(Clock::time_point then) const;
     bool isOver();
 
@@ -68,6 +76,7 @@ Evidence Gatherer::gather() {
     m_intake.takeNew();
     if (m_evidence.isLive)
         followLive();
+    probeServers();
     isOver();
     readPlaylistLines(m_evidence);
     return std::move(m_evidence);
@@ -94,6 +103,27 @@ void Gatherer::followLive() {
         m_intake.takeNew();
     }
     m_evidence.checkedFor = std::chrono::duration<double>(m_options.time.steady() - begin).count();
+}
+
+/// Asks each TLS server that something came from for its certificate.
+void Gatherer::probeServers() {
+    constexpr size_t kMostServers = 20;
+    std::set<std::pair<std::string, int>> servers;
+    for (const Delivered& it : deliveredIn(m_evidence)) {
+        const hascommon::GURL url(it.url());
+        constexpr uint64_t kDefaultPort = 443;
+        constexpr uint64_t kMaxPort = 65535;
+        const uint64_t port = parseUnsigned(url.port()).value_or(kDefaultPort);
+        if (url.is_valid() && url.SchemeIs("https") && port <= kMaxPort)
+            servers.emplace(url.host(), static_cast<int>(port));
+    }
+    for (const auto& [host, port] : servers) {
+        if (!m_options.probe || isOver() || m_evidence.certificates.size() == kMostServers)
+            return;
+        const bool isBracketed = host.size() > 2 && host.front() == '[';
+        m_evidence.certificates.push_back(
+            m_options.probe({isBracketed ? host.substr(1, host.size() - 2) : host, port}));
+    }
 }
 
 void Gatherer::sleepUntil(Clock::time_point then) const {

@@ -1,6 +1,7 @@
 // Has all of a presentation that a check looks at.
 #pragma once
 
+#include "CertificateProbe.h"
 #include "CheckSource.h"
 #include "Evidence.h"
 #include <hastool/base/TimeSource.h>
@@ -19,6 +20,8 @@ struct CheckOptions {
     std::function<void(double seconds)> sleep; ///< may return early; empty for the machine's
     /// Is told every now and then what has been looked at; may be empty.
     std::function<void(size_t segments, size_t known)> progress;
+    /// Asks a TLS server for its certificate; empty for none to be asked.
+    std::function<ServerCertificate(const ProbedServer& server)> probe;
 };
 
 /// Fetches the manifest and what it names, and reads it. A live presentation is followed for a

@@ -5,6 +5,16 @@
 
 namespace hastool {
 
+void keepTree(std::vector<CheckedDocument>& documents) {
+    CheckedDocument& last = documents.back();
+    const CheckedDocument* const before =
+        documents.size() > 1 ? &documents[documents.size() - 2] : nullptr;
+    if (before != nullptr && before->tree != nullptr && before->text == last.text)
+        last.tree = before->tree;
+    else if (last.answer.ok)
+        last.tree = readManifestTree(last.text);
+}
+
 void nameRendition(Evidence& evidence, CheckedRendition& rendition, const std::string& name) {
     const auto isTaken = [&](const std::string& wanted) {
         return std::any_of(

@@ -6,6 +6,7 @@
 #include <hastool/base/TimeSource.h>
 
 #include <memory>
+#include <vector>
 
 namespace hastool {
 
@@ -33,6 +34,10 @@ std::unique_ptr<Lister> makeSmoothLister(Evidence& evidence, CheckSource& source
 
 /// The most segments that a check lists of one rendition.
 constexpr size_t kMaxCheckedSegments = 200000;
+
+/// Makes the tree of the last of the documents, or shares that of the one before where the text is
+/// the same.
+void keepTree(std::vector<CheckedDocument>& documents);
 
 /// Gives a rendition a name that no other has.
 void nameRendition(Evidence& evidence, CheckedRendition& rendition, const std::string& name);

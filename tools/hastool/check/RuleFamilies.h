@@ -14,10 +14,20 @@ void addHlsMasterRules(Rules& rules);   ///< variants
 void addHlsGroupRules(Rules& rules);    ///< renditions and their groups
 void addHlsVariantRules(Rules& rules);  ///< media playlists against each other
 void addHlsLiveRules(Rules& rules);     ///< a playlist against its earlier states
-void addDashRules(Rules& rules);
-void addDashLiveRules(Rules& rules);
+void addDashSyntaxRules(Rules& rules);  ///< elements and attributes of MPDs
+void addDashPeriodRules(Rules& rules);  ///< periods and durations
+void addDashRules(Rules& rules);        ///< adaptation sets and representations
+void addDashProtectionRules(Rules& rules);
+void addDashTemplateRules(Rules& rules); ///< names of segments
+void addDashSegmentRules(Rules& rules);  ///< lengths and timelines
+void addDashDynamicRules(Rules& rules);  ///< what a live MPD has to say
+void addDashLiveRules(Rules& rules);     ///< a live MPD against its earlier states
+void addDashTimelineRules(Rules& rules); ///< live timelines against their earlier states
 void addSmoothRules(Rules& rules);
-void addDeliveryRules(Rules& rules); ///< responses and redirects
+void addSmoothTimeRules(Rules& rules);  ///< chunks and durations
+void addDeliveryRules(Rules& rules);    ///< responses and redirects
+void addContentTypeRules(Rules& rules); ///< what responses say they are
+void addCacheRules(Rules& rules);       ///< how long caches may keep what
 void addCertificateRules(Rules& rules);
 void addMediaRules(Rules& rules);     ///< media in any container
 void addRateRules(Rules& rules);      ///< bitrates against the declared ones

@@ -15,6 +15,7 @@ struct ServerCertificate {
     bool isNotYetValid = false;
     bool lacksIntermediate = false; ///< no chain can be made with what the server sends
     bool isSelfSigned = false;
+    bool isBad = false;    ///< the chain has another fault than a root that is not trusted
     bool namesHost = true; ///< one of its names is the host (RFC 6125)
     double daysLeft = 0;   ///< until it ends
 };

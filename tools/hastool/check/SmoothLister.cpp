@@ -34,6 +34,7 @@ double inSeconds(uint64_t ticks, uint64_t timescale) {
 
 void SmoothLister::list() {
     m_evidence.format = CheckedFormat::Smooth;
+    keepTree(m_evidence.documents);
     read(m_evidence.documents.front());
 }
 
@@ -147,6 +148,7 @@ void SmoothLister::follow() {
         return;
     CheckSource::Fetched fetched = m_source.fetch({m_url, std::nullopt});
     m_evidence.documents.push_back({std::move(fetched.answer), std::move(fetched.bytes), ""});
+    keepTree(m_evidence.documents);
     CheckedDocument& document = m_evidence.documents.back();
     if (document.answer.ok)
         read(document);

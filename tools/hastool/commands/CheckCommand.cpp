@@ -27,6 +27,7 @@ namespace {
 constexpr int kRetries = 0;                    // what fails once fails viewers too
 constexpr std::chrono::seconds kIdleTime{15};  // unless --timeout says otherwise
 constexpr std::chrono::minutes kTotalTime{10}; // unless --max-time says otherwise
+constexpr std::chrono::seconds kProbeTime{10}; // for a server's certificate
 
 constexpr char kExamples[] = R"(Examples:
   hastool check http://host/master.m3u8
@@ -109,6 +110,9 @@ Evidence CheckCommand::gatherAll() {
         if (terminal.isLive())
             terminal.live(std::to_string(segments) + " of " + std::to_string(known) +
                           " segments looked into");
+    };
+    m_options.probe = [this](const ProbedServer& server) {
+        return probeCertificate(server, m_engine.caFile, kProbeTime);
     };
     EngineSource servers(m_engine);
     if (isUrl(m_what))
