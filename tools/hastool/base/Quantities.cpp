@@ -1,5 +1,6 @@
 #include "Quantities.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace hastool {
@@ -36,6 +37,16 @@ std::string padded(const std::string& text, size_t width, bool right) {
         return text;
     const std::string fill(width - text.size(), ' ');
     return right ? fill + text : text + fill;
+}
+
+std::string exactSeconds(double seconds) {
+    char text[64];
+    std::snprintf(text, sizeof text, "%.3f", std::clamp(seconds, -1e15, 1e15));
+    std::string shown = text;
+    shown.erase(shown.find_last_not_of('0') + 1);
+    if (shown.back() == '.')
+        shown.pop_back();
+    return (shown == "-0" ? "0" : shown) + " s";
 }
 
 } // namespace hastool

@@ -1,5 +1,7 @@
 #include "DashStates.h"
 
+#include <hastool/base/Quantities.h>
+
 #include "DashRule.h"
 
 #include <algorithm>
@@ -85,12 +87,6 @@ std::vector<DashTimelines> commonTimelines(const DashStatePair& pair) {
             found.push_back(std::move(both));
     }
     return found;
-}
-
-std::string exactSeconds(double seconds) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%.3f s", seconds);
-    return text;
 }
 
 } // namespace hastool

@@ -72,7 +72,4 @@ constexpr size_t kMaxDashListed = 20000;
 /// What a representation is known by in all states.
 std::string dashTrackName(const DashView& view, const DashRepresentationView& representation);
 
-/// "12.345 s".
-std::string exactSeconds(double seconds);
-
 } // namespace hastool

@@ -169,17 +169,6 @@ bool hasVariable(std::string_view text) {
     return text.find("{$") != std::string_view::npos;
 }
 
-std::string secondsOf(double seconds) {
-    std::array<char, 64> text{};
-    const double most = 1e12; // beyond all that a playlist means
-    std::snprintf(text.data(), text.size(), "%.3f", std::clamp(seconds, -most, most));
-    std::string result = text.data();
-    result.erase(result.find_last_not_of('0') + 1);
-    if (result.back() == '.')
-        result.pop_back();
-    return result + " s";
-}
-
 std::string uriText(std::string_view uri) {
     const size_t query = std::min(uri.find('?'), uri.size());
     return inQuotes(std::string(uri.substr(0, query)) + (query < uri.size() ? "?..." : ""));

@@ -92,8 +92,6 @@ std::optional<uint64_t> versionOf(const HlsLines& lines);
 
 /// Whether a text holds a reference to a variable, whose value is not looked at.
 bool hasVariable(std::string_view text);
-/// "6.006 s": as many places as it needs, three at most.
-std::string secondsOf(double seconds);
 /// A URI in a finding: in quotation marks, without its query, which may be a secret.
 std::string uriText(std::string_view uri);
 

@@ -31,16 +31,6 @@ std::string placeOf(const Answer& answer) {
     return answer.resource.range ? url + " bytes " + rangeText(*answer.resource.range) : url;
 }
 
-std::string exactSeconds(double seconds) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%.3f", std::clamp(seconds, -1e15, 1e15));
-    std::string shown = text;
-    shown.erase(shown.find_last_not_of('0') + 1);
-    if (shown.back() == '.')
-        shown.pop_back();
-    return (shown == "-0" ? "0" : shown) + " s";
-}
-
 void RenditionLook::add(const std::string& text) const {
     findings.add(card, {rendition.name, "", rendition.url}, text);
 }

@@ -13,8 +13,6 @@ namespace hastool {
 bool isRead(const CheckedSegment& segment);
 /// "http://host/a.mp4 bytes 10-19": what was fetched.
 std::string placeOf(const Answer& answer);
-/// "6.006 s": as many places as it needs, three at most.
-std::string exactSeconds(double seconds);
 
 /// One look at a rendition: what there is, and where to put what is found.
 struct RenditionLook {

@@ -1,4 +1,5 @@
 // Playlists of HLS against their earlier states.
+#include <hastool/base/Quantities.h>
 #include <hastool/check/PlaylistRule.h>
 #include <hastool/check/RuleFamilies.h>
 
@@ -76,7 +77,8 @@ std::string changeOf(const HlsSegment& before, const HlsSegment& now, bool isFir
     if (!(before.range == now.range))
         return "its byte range is another one";
     if (std::abs(before.seconds - now.seconds) > kRounding)
-        return "it took " + secondsOf(before.seconds) + " and takes " + secondsOf(now.seconds);
+        return "it took " + exactSeconds(before.seconds) + " and takes " +
+               exactSeconds(now.seconds);
     if (!isFirst && before.discontinuity != now.discontinuity)
         return now.discontinuity ? "a discontinuity is new" : "its discontinuity is gone";
     const bool hadKey = before.key != nullptr;
@@ -127,7 +129,7 @@ FindingPlace placeOf(const CheckedRendition& rendition, const State& state) {
 
 /// "12 s after the check began: ".
 std::string timeText(const State& state) {
-    return secondsOf(std::round(state.answer.begun * 10) / 10) + " into the check: ";
+    return exactSeconds(std::round(state.answer.begun * 10) / 10) + " into the check: ";
 }
 
 /// A rule that compares every state of a playlist with the one before.
@@ -272,8 +274,8 @@ private:
         const double duration = durationOf(now);
         if (std::max(rounded, duration) >= 3 * playlist.targetSeconds)
             return "";
-        return secondsOf(duration) + " after segments were taken out, the target duration is " +
-               secondsOf(playlist.targetSeconds);
+        return exactSeconds(duration) + " after segments were taken out, the target duration is " +
+               exactSeconds(playlist.targetSeconds);
     }
 };
 
@@ -294,7 +296,7 @@ private:
             now.playlist.mediaSequence <= endOf(before))
             return "";
         return std::to_string(now.playlist.mediaSequence - endOf(before)) + " within " +
-               secondsOf(between);
+               exactSeconds(between);
     }
 };
 
@@ -348,7 +350,7 @@ private:
     std::string judge(const State& before, const State& now) const override {
         const double was = before.playlist.targetSeconds;
         const double is = now.playlist.targetSeconds;
-        return was < is || is < was ? secondsOf(was) + " and then " + secondsOf(is) : "";
+        return was < is || is < was ? exactSeconds(was) + " and then " + exactSeconds(is) : "";
     }
 };
 
@@ -406,8 +408,8 @@ private:
         if (first.playlist.ended || target <= 0 || passed <= 0 || !isWrong(passed / target))
             return;
         findings.add(card(), placeOf(rendition, last),
-                     timeText(first) + "nothing new for " + secondsOf(passed) +
-                         ", the target duration is " + secondsOf(target));
+                     timeText(first) + "nothing new for " + exactSeconds(passed) +
+                         ", the target duration is " + exactSeconds(target));
     }
 };
 

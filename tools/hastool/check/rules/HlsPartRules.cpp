@@ -1,4 +1,5 @@
 // Parts of HLS segments, and what servers say of reloading.
+#include <hastool/base/Quantities.h>
 #include <hastool/check/PlaylistRule.h>
 #include <hastool/check/RuleFamilies.h>
 
@@ -27,7 +28,7 @@ std::optional<double> partTarget(const SeenPlaylist& playlist) {
 
 /// "0.9 s, the part target is 0.33 s": a distance that is too short.
 std::string comparison(double seconds, const char* of, double target) {
-    return secondsOf(seconds) + ", the " + of + " is " + secondsOf(target);
+    return exactSeconds(seconds) + ", the " + of + " is " + exactSeconds(target);
 }
 
 class PartInfMissing : public MediaRule {

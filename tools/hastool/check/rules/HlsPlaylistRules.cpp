@@ -1,4 +1,5 @@
 // What media playlists of HLS say: durations, versions, ranges and keys.
+#include <hastool/base/Quantities.h>
 #include <hastool/check/PlaylistRule.h>
 #include <hastool/check/RuleFamilies.h>
 
@@ -48,8 +49,8 @@ private:
         for (const SegmentLines& segment : segmentsOf(*playlist.lines)) {
             if (segment.inf != nullptr && std::round(segment.seconds) > *target)
                 findings.add(playlist, segment.inf,
-                             secondsOf(segment.seconds) + ", the target duration is " +
-                                 secondsOf(*target));
+                             exactSeconds(segment.seconds) + ", the target duration is " +
+                                 exactSeconds(*target));
         }
     }
 };
@@ -333,7 +334,7 @@ private:
         for (const SegmentLines& segment : segmentsOf(*playlist.lines)) {
             for (const HlsLine* const tag : segment.tags) {
                 if (tag->tag == "EXT-X-GAP")
-                    findings.add(playlist, tag, secondsOf(segment.seconds) + " are missing");
+                    findings.add(playlist, tag, exactSeconds(segment.seconds) + " are missing");
             }
         }
     }

@@ -1,4 +1,5 @@
 // What media playlists of HLS say of dates, date ranges and the place to begin at.
+#include <hastool/base/Quantities.h>
 #include <hastool/check/PlaylistRule.h>
 #include <hastool/check/RuleFamilies.h>
 
@@ -40,7 +41,7 @@ private:
             const double difference = date.value_or(expected) - expected;
             if (isKnown && std::abs(difference) > most)
                 findings.add(playlist, line,
-                             secondsOf(std::abs(difference)) +
+                             exactSeconds(std::abs(difference)) +
                                  (difference < 0 ? " earlier" : " later") +
                                  " than the durations since the date before say");
             isKnown = isKnown || date.has_value();
@@ -101,11 +102,12 @@ private:
         const double toEnd = isFromEnd ? *offset : duration - *offset;
         const bool isLive = !lines.has("EXT-X-ENDLIST") && !lines.has("EXT-X-PART-INF");
         if (*offset > duration)
-            findings.add(playlist, line, "at " + secondsOf(*offset) + " of " + secondsOf(duration));
+            findings.add(playlist, line,
+                         "at " + exactSeconds(*offset) + " of " + exactSeconds(duration));
         else if (isLive && toEnd < 3 * target)
             findings.add(playlist, line,
-                         secondsOf(toEnd) + " before the end, the target duration is " +
-                             secondsOf(target));
+                         exactSeconds(toEnd) + " before the end, the target duration is " +
+                             exactSeconds(target));
     }
 };
 
@@ -164,11 +166,11 @@ private:
         if (!start || !end)
             return "";
         if (*end < *start)
-            return "it ends " + secondsOf(*start - *end) + " before it starts";
+            return "it ends " + exactSeconds(*start - *end) + " before it starts";
         const auto duration = numberOf(list, "DURATION");
         if (duration && std::abs(*end - *start - *duration) > kRounding)
-            return "it ends " + secondsOf(*end - *start) + " after its start, DURATION is " +
-                   secondsOf(*duration);
+            return "it ends " + exactSeconds(*end - *start) + " after its start, DURATION is " +
+                   exactSeconds(*duration);
         return "";
     }
 };

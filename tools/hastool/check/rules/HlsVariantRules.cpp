@@ -1,4 +1,5 @@
 // The media playlists of a master playlist against each other.
+#include <hastool/base/Quantities.h>
 #include <hastool/check/PlaylistRule.h>
 #include <hastool/check/RuleFamilies.h>
 
@@ -78,7 +79,7 @@ private:
         const double two = other.state->playlist.targetSeconds;
         if (one <= 0 || two <= 0 || std::abs(one - two) < 0.001)
             return "";
-        return against(secondsOf(two), first, secondsOf(one));
+        return against(exactSeconds(two), first, exactSeconds(one));
     }
 };
 
@@ -159,7 +160,8 @@ private:
         if (one <= 0 || two <= 0)
             return ""; // nothing to play is a fault of its own
         const double most = std::max(0.5, first.state->playlist.targetSeconds / 2);
-        return std::abs(one - two) <= most ? "" : against(secondsOf(two), first, secondsOf(one));
+        return std::abs(one - two) <= most ? ""
+                                           : against(exactSeconds(two), first, exactSeconds(one));
     }
 };
 

@@ -1,3 +1,4 @@
+#include <hastool/base/Quantities.h>
 #include <hastool/check/DashStates.h>
 #include <hastool/check/RuleFamilies.h>
 #include <hastool/check/SmoothRule.h>

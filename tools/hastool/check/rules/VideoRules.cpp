@@ -1,3 +1,4 @@
+#include <hastool/base/Quantities.h>
 #include <hastool/check/CodecKinds.h>
 #include <hastool/check/CodecMatch.h>
 #include <hastool/check/RuleFamilies.h>
