@@ -128,7 +128,7 @@ TEST(DashLiveRules, TellOfSegmentsThatChanged) {
     const Findings findings = judged({State(), changed});
     EXPECT_EQ(test::codesOf(findings, true), Codes({"dash-live-timeline-changed"}));
     EXPECT_EQ(findings.all().front().text,
-              "a segment from 18.000 s for 1.500 s, it had been from 18.000 s for 2.000 s");
+              "a segment from 18 s for 1.5 s, it had been from 18 s for 2 s");
     EXPECT_EQ(findings.all().front().place.rendition, "v1");
 }
 
@@ -146,7 +146,7 @@ TEST(DashLiveRules, TellOfSegmentsWithOtherNumbers) {
     other.number = 6;
     const Findings findings = judged({State(), other});
     EXPECT_EQ(test::codesOf(findings, true), Codes({"dash-live-numbers"}));
-    EXPECT_EQ(findings.all().front().text, "the segment at 12.000 s is 6, it had been 7");
+    EXPECT_EQ(findings.all().front().text, "the segment at 12 s is 6, it had been 7");
 }
 
 TEST(DashLiveRules, TellOfSegmentsThatVanished) {
