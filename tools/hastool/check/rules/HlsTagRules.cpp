@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <map>
 #include <numeric>
+#include <set>
+#include <vector>
 
 namespace hastool {
 namespace {
@@ -62,13 +64,35 @@ size_t distance(std::string_view one, std::string_view other) {
 std::string_view meantBy(std::string_view tag) {
     constexpr size_t kLongest = 64;
     const size_t mostWrong = tag.size() > 12 ? 2 : 1; // short ones are like each other
-    if (tag.size() > kLongest || findHlsTag(tag) != nullptr || isOfTheField(tag))
+    if (tag.size() > kLongest)
         return {};
     for (const HlsTag& known : hlsTags()) {
         if (distance(tag, known.name) <= mostWrong)
             return known.name;
     }
     return {};
+}
+
+/// A line with a tag that is not known, and the tag that is meant; empty where it is like none.
+struct UnknownLine {
+    const HlsLine* line = nullptr;
+    std::string_view meant;
+};
+
+/// Each tag that is not known, where it stands first.
+std::vector<UnknownLine> unknownLines(const HlsLines& lines) {
+    constexpr size_t kMost = 1000; // more of them say nothing new
+    std::set<std::string_view> known;
+    std::vector<UnknownLine> unknown;
+    for (const HlsLine& line : lines.lines()) {
+        if (line.kind != HlsLine::Kind::Tag || findHlsTag(line.tag) != nullptr ||
+            isOfTheField(line.tag) || !known.insert(line.tag).second)
+            continue;
+        unknown.push_back({&line, meantBy(line.tag)});
+        if (unknown.size() == kMost)
+            break;
+    }
+    return unknown;
 }
 
 class MistypedTag : public PlaylistRule {
@@ -82,16 +106,10 @@ public:
 
 private:
     void look(const SeenPlaylist& playlist, PlaylistFindings& findings) const override {
-        std::map<std::string_view, std::string_view> meant;
-        for (const HlsLine& line : playlist.lines->lines()) {
-            if (line.kind != HlsLine::Kind::Tag || findHlsTag(line.tag) != nullptr)
-                continue;
-            const auto [known, isNew] = meant.emplace(line.tag, std::string_view());
-            if (isNew)
-                known->second = meantBy(line.tag);
-            if (!known->second.empty())
-                findings.add(playlist, &line,
-                             nameOf(line) + ", perhaps #" + std::string(known->second));
+        for (const UnknownLine& it : unknownLines(*playlist.lines)) {
+            if (!it.meant.empty())
+                findings.add(playlist, it.line,
+                             nameOf(*it.line) + ", perhaps #" + std::string(it.meant));
         }
     }
 };
@@ -106,13 +124,9 @@ public:
 
 private:
     void look(const SeenPlaylist& playlist, PlaylistFindings& findings) const override {
-        std::map<std::string_view, bool> known;
-        for (const HlsLine& line : playlist.lines->lines()) {
-            if (line.kind != HlsLine::Kind::Tag || !known.emplace(line.tag, true).second)
-                continue;
-            if (findHlsTag(line.tag) == nullptr && !isOfTheField(line.tag) &&
-                meantBy(line.tag).empty())
-                findings.add(playlist, &line, nameOf(line));
+        for (const UnknownLine& it : unknownLines(*playlist.lines)) {
+            if (it.meant.empty())
+                findings.add(playlist, it.line, nameOf(*it.line));
         }
     }
 };
