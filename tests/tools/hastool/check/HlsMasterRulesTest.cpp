@@ -136,6 +136,8 @@ const Fault kFaults[] = {
      }},
     {"hls-target-durations-differ", "OtherTargetDuration",
      [](CheckedFolder& it) { it.replace(kIndex, "TARGETDURATION:2", "TARGETDURATION:3"); }},
+    {"hls-lengths-differ", "ShortLastSegment",
+     [](CheckedFolder& it) { it.replace(kIndex, "2.000000,\n21.ts", "0.900000,\n21.ts"); }},
     {"hls-playlist-types-differ", "OtherType",
      [](CheckedFolder& it) { it.replace("3/index.m3u8", "TYPE:VOD", "TYPE:EVENT"); }},
     {"hls-ends-differ", "EndInOneAlone",
@@ -211,16 +213,13 @@ TEST(HlsMasterRules, TellOfLiveVariantsThatNumberDifferently) {
 }
 
 TEST(HlsMasterRules, TellOfVariantsOfDifferentLengths) {
-    const std::string end = "#EXT-X-ENDLIST\n";
-    const std::string last = "#EXTINF:1.1,\nd.ts\n";
-    const std::string head = "#EXT-X-VERSION:3\n";
-    const auto with = [&](std::string text, const std::string& more) {
-        return text.insert(text.find('\n') + 1, head) + more + end;
+    const auto ended = [](const std::string& last) {
+        return "#EXTM3U\n#EXT-X-VERSION:3\n#EXT-X-TARGETDURATION:4\n#EXTINF:4.0,\na.ts\n#EXTINF:" +
+               last + ",\nb.ts\n#EXT-X-ENDLIST\n";
     };
-    EXPECT_EQ(hlsCodes(variants(with(live(1), ""), with(live(1), last))),
+    EXPECT_EQ(hlsCodes(variants(ended("4.0"), ended("1.9"))),
               std::set<std::string>{"hls-lengths-differ"});
-    EXPECT_EQ(hlsCodes(variants(with(live(1), ""), with(live(1), "#EXTINF:0.9,\nd.ts\n"))),
-              std::set<std::string>());
+    EXPECT_EQ(hlsCodes(variants(ended("4.0"), ended("2.0"))), std::set<std::string>());
 }
 
 } // namespace

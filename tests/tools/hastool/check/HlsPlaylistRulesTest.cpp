@@ -162,8 +162,7 @@ const Fault kFaults[] = {
 INSTANTIATE_TEST_SUITE_P(Check, HlsPlaylistFault, testing::ValuesIn(kFaults), nameOf);
 
 TEST(HlsPlaylistRules, RoundDurationsToTheNearestSecond) {
-    expectSilent(
-        [](CheckedFolder& it) { it.replace(kIndex, "#EXTINF:2.000000", "#EXTINF:2.499"); });
+    expectSilent([](CheckedFolder& it) { replaceInAll(it, "#EXTINF:2.000000", "#EXTINF:2.499"); });
 }
 
 TEST(HlsPlaylistRules, AreSilentOnLowLatency) {

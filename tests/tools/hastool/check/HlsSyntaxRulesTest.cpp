@@ -20,8 +20,7 @@ TEST_P(HlsSyntaxFault, IsFoundAlone) {
 const Fault kFaults[] = {
     {"hls-header", "CommentBeforeTheHeader",
      [](CheckedFolder& it) { it.replace(kIndex, "#EXTM3U", "# made by hand\n#EXTM3U"); }},
-    {"hls-header", "ErrorPage",
-     [](CheckedFolder& it) { it.file(kIndex) = "<!DOCTYPE html><html>Not here</html>\n"; }},
+    {"hls-header", "OtherText", [](CheckedFolder& it) { it.file(kIndex) = "not here\n"; }},
     {"hls-header", "EmptyPlaylist", [](CheckedFolder& it) { it.file(kIndex) = "\n"; }},
     {"hls-byte-order-mark", "ByteOrderMark",
      [](CheckedFolder& it) { it.replace(kIndex, "#EXTM3U", "\xEF\xBB\xBF#EXTM3U"); }},
@@ -119,6 +118,14 @@ TEST(HlsSyntaxRules, AreSilentOnWhatIsAllowed) {
                   "#EXT-X-INDEPENDENT-SEGMENTS\n");
         it.replace(kMaster, "INF:", "INF:X-COM-EXAMPLE=\"any, thing\",NAME=low,");
     });
+}
+
+TEST(HlsSyntaxRules, LeaveWebPagesToTheRulesOfDelivery) {
+    CheckedFolder folder("hls");
+    folder.file(kIndex) = "<!DOCTYPE html><html>Not here</html>\n";
+    const auto codes = codesOf(folder.check(kMaster, manifestOnly()));
+    EXPECT_EQ(codes.count("hls-header"), 0u);
+    EXPECT_FALSE(codes.empty());
 }
 
 TEST(HlsSyntaxRules, TellOfALineOnceWhileAPlaylistIsLive) {

@@ -4,6 +4,7 @@
 
 #include <hastool/base/ToolError.h>
 #include <hastool/base/Utf8.h>
+#include <hastool/base/WebPage.h>
 #include <hastool/formats/hls/HlsTags.h>
 
 #include <algorithm>
@@ -24,6 +25,8 @@ public:
         PlaylistFindings found(kCard, findings);
         const auto look = [&](const SeenPlaylist& playlist) {
             const auto& lines = playlist.lines->lines();
+            if (looksLikeWebPage(playlist.lines->text()))
+                return; // whoever answers so says nothing of playlists
             if (lines.empty()) {
                 found.add(playlist, nullptr, "it is empty");
                 return;

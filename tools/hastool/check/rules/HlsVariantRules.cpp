@@ -138,30 +138,39 @@ class LengthsDiffer : public AcrossRule {
 public:
     static constexpr RuleCard kCard = {
         "hls-lengths-differ", Severity::Warning, "RFC 8216, 6.2.4",
-        "Variants have different lengths",
+        "Variants end at different times",
         "Players that change between them jump, or find no more media before the end. All variants "
         "present the same content."};
     const RuleCard& card() const override { return kCard; }
 
 private:
-    static double lengthOf(const Last& last) {
-        double sum = 0;
-        for (const HlsSegment& segment : last.state->playlist.segments)
-            sum += segment.seconds;
-        return sum;
+    using Segments = std::vector<HlsSegment>;
+
+    /// Whether all segments begin at the same times; what else differs is a matter of alignment.
+    static bool beginAlike(const Segments& one, const Segments& two) {
+        constexpr double kSame = 0.1; // seconds
+        double shift = 0;
+        bool isAlike = !one.empty() && one.size() == two.size();
+        for (size_t i = 0; isAlike && i + 1 < one.size(); ++i) {
+            shift += one[i].seconds - two[i].seconds;
+            isAlike = std::abs(shift) <= kSame;
+        }
+        return isAlike;
     }
 
     std::string judge(const Last& first, const Last& other) const override {
-        const bool areOver = first.state->playlist.ended && other.state->playlist.ended;
-        if (!areOver || first.rendition->kind != other.rendition->kind)
+        const HlsPlaylist& one = first.state->playlist;
+        const HlsPlaylist& two = other.state->playlist;
+        if (!one.ended || !two.ended || first.rendition->kind != other.rendition->kind ||
+            !beginAlike(one.segments, two.segments))
             return "";
-        const double one = lengthOf(first);
-        const double two = lengthOf(other);
-        if (one <= 0 || two <= 0)
-            return ""; // nothing to play is a fault of its own
-        const double most = std::max(0.5, first.state->playlist.targetSeconds / 2);
-        return std::abs(one - two) <= most ? ""
-                                           : against(exactSeconds(two), first, exactSeconds(one));
+        const double most = std::max(0.5, one.targetSeconds / 2);
+        const double left = one.segments.back().seconds;
+        const double right = two.segments.back().seconds;
+        if (std::abs(left - right) <= most)
+            return "";
+        return "the last segment takes " +
+               against(exactSeconds(right), first, "one of " + exactSeconds(left));
     }
 };
 
@@ -171,8 +180,7 @@ public:
         "hls-sequences-differ", Severity::Note, "RFC 8216, 6.2.4 and 6.3.3",
         "Live playlists number the same time in different ways",
         "That is allowed; yet some players find their place in another variant by the media "
-        "sequence "
-        "number, and jump. Packagers best number all variants alike."};
+        "sequence number, and jump. Packagers best number all variants alike."};
     const RuleCard& card() const override { return kCard; }
 
 private:
