@@ -48,8 +48,8 @@ struct ManifestElement {
 
 using ManifestTree = std::shared_ptr<const ManifestElement>;
 
-/// The most elements that a tree holds: those of a manifest of some 50 MB.
-constexpr size_t kMaxManifestElements = 1000000;
+/// The most elements that a tree holds: more than a manifest that can be played has.
+constexpr size_t kMaxManifestElements = 600000;
 
 /// @return null for text that is not well-formed, and for one of too many elements
 ManifestTree readManifestTree(const std::string& text);

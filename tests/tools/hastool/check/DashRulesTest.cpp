@@ -282,6 +282,15 @@ const Fault kOfLive[] = {
 
 INSTANTIATE_TEST_SUITE_P(Live, DashLiveMpdFault, testing::ValuesIn(kOfLive), nameOf);
 
+TEST(DashRules, TakeALatencyForADelay) {
+    std::string text = replaced(kLive, "suggestedPresentationDelay=\"PT6S\"", "");
+    text = replaced(text, "<UTCTiming",
+                    "<ServiceDescription id=\"0\"><Latency target=\"3000\"/></ServiceDescription>"
+                    "<UTCTiming");
+    const Findings findings = judge(evidenceOf(text));
+    EXPECT_TRUE(findings.all().empty()) << describe(findings);
+}
+
 TEST(DashRules, TellOfARecordedOneWithoutADuration) {
     std::string text = replaced(kLive, "type=\"dynamic\"", "type=\"static\"");
     text = replaced(text, "minimumUpdatePeriod=\"PT2S\"", "");

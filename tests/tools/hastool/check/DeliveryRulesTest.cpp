@@ -97,10 +97,22 @@ TEST(DeliveryRules, TellOfPagesInThePlaceOfSegments) {
         << linesOf(findings);
 }
 
-TEST(DeliveryRules, TellOfPagesInThePlaceOfPlaylists) {
-    CheckedFolder folder("hls");
-    folder.file("0/index.m3u8") = "<html><body>Please log in</body></html>";
-    EXPECT_EQ(codesOf(folder.check("master.m3u8")), Codes{"http-page"});
+TEST(DeliveryRules, TellOfPagesInThePlaceOfManifestsLoadedAgain) {
+    CheckedFolder folder("dash");
+    Evidence evidence = folder.gather("manifest.mpd");
+    evidence.documents.push_back(evidence.documents.front());
+    CheckedDocument& again = evidence.documents.back();
+    again.text = "<html><body>Please log in</body></html>";
+    again.trouble = "not an MPD";
+    again.tree = readManifestTree(again.text);
+    EXPECT_EQ(codesOf(judge(evidence)), Codes{"http-page"});
+}
+
+TEST(DeliveryRules, TellOfPagesInThePlaceOfInits) {
+    CheckedFolder folder("dash");
+    Evidence evidence = folder.gather("manifest.mpd");
+    evidence.renditions.front().inits.front().bytes = "<!doctype html><html></html>";
+    EXPECT_EQ(codesOf(judge(evidence)), Codes{"http-page"});
 }
 
 TEST(DeliveryRules, TellOfTypesOfSomethingElse) {
@@ -227,6 +239,25 @@ TEST(DeliveryRules, NoteSegmentsThatMayNotBeKept) {
         folder.setHeader("chunk-stream0-00001.m4s", "Cache-Control", value);
         EXPECT_EQ(allCodes(folder.check("manifest.mpd")), Codes{"http-segment-cache"}) << value;
     }
+}
+
+TEST(DeliveryRules, AskEachServerForItsCertificateOnce) {
+    CheckedFolder folder("dash");
+    folder.setRedirects("chunk-stream0-00001.m4s", 1, "https://cdn.test:8443/1.m4s");
+    folder.setRedirects("chunk-stream0-00002.m4s", 1, "https://cdn.test:8443/2.m4s");
+    folder.setRedirects("chunk-stream0-00003.m4s", 1, "https://[::1]/3.m4s");
+    std::vector<std::string> asked;
+    CheckOptions options;
+    options.probe = [&](const ProbedServer& server) {
+        asked.push_back(server.host + " " + std::to_string(server.port));
+        ServerCertificate certificate;
+        certificate.host = server.host;
+        certificate.daysLeft = server.port == 443 ? 100 : 1;
+        return certificate;
+    };
+    const Findings findings = folder.check("manifest.mpd", options);
+    EXPECT_EQ(asked, (std::vector<std::string>{"::1 443", "cdn.test 8443"}));
+    EXPECT_EQ(codesOf(findings), Codes{"tls-ends-soon"}) << linesOf(findings);
 }
 
 TEST(DeliveryRules, SayNothingOfAFoldersHeaders) {

@@ -46,7 +46,7 @@ public:
         : DashLacks(kCard, "publishTime") {}
 };
 
-class DashDelay final : public DashLacks {
+class DashDelay final : public DashRule {
 public:
     static constexpr RuleCard kCard{
         "dash-delay", Severity::Note, "ISO/IEC 23009-1, 5.3.1.2",
@@ -54,7 +54,16 @@ public:
         "Each player stays as far behind live as it likes, so that viewers see the same at "
         "different times."};
     DashDelay()
-        : DashLacks(kCard, "suggestedPresentationDelay") {}
+        : DashRule(kCard) {}
+
+private:
+    void look(const Look& look) const override {
+        const ManifestElement& mpd = look.view.mpd();
+        const ManifestElement* const service = mpd.child("ServiceDescription");
+        const bool hasTarget = service != nullptr && service->child("Latency") != nullptr;
+        if (look.view.isDynamic() && !hasTarget && !mpd.has("suggestedPresentationDelay"))
+            look.add(mpd, "no suggestedPresentationDelay and no Latency, and it is dynamic");
+    }
 };
 
 class DashClockMissing final : public DashRule {

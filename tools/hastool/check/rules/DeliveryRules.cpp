@@ -47,6 +47,8 @@ public:
 
 private:
     static bool isPage(const Delivered& it) {
+        if (it.kind == Delivered::Kind::Playlist)
+            return false; // its first line is told of
         if (it.document != nullptr)
             return looksLikeWebPage(it.document->text);
         if (it.init != nullptr)
