@@ -14,7 +14,8 @@ namespace {
 using Kind = CheckedRendition::Kind;
 using Group = std::vector<const CheckedRendition*>;
 
-constexpr double kSame = 0.1; // seconds
+constexpr double kSame = 0.1;    // seconds
+constexpr double kRounded = 0.5; // in HLS, where times are sums of rounded durations
 
 /// Renditions that can be switched between, with segments.
 std::vector<Group> groupsOf(const Evidence& evidence) {
@@ -98,9 +99,10 @@ protected:
                  const CheckedRendition& other, Findings& findings) const override {
         if (evidence.isLive || first.segments.size() != other.segments.size())
             return;
+        const double most = evidence.format == CheckedFormat::Hls ? kRounded : kSame;
         for (size_t i = 0; i < first.segments.size(); ++i) {
             const double shift = other.segments[i].start - first.segments[i].start;
-            if (std::abs(shift) <= kSame)
+            if (std::abs(shift) <= most)
                 continue;
             findings.add(kBoundary, placeIn(other, other.segments[i]),
                          "it begins at " + exactSeconds(other.segments[i].start) + ", that of " +
@@ -159,7 +161,7 @@ private:
     static bool isComparable(const Evidence& evidence, const CheckedSegment& a,
                              const CheckedSegment& b) {
         return !evidence.isLive && a.facts.kind == b.facts.kind &&
-               std::abs(a.start - b.start) <= kSame;
+               std::abs(a.start - b.start) <= kRounded;
     }
 };
 
