@@ -208,8 +208,7 @@ public:
         "Groups of one type have different members",
         "A language disappears, or is another one, when players change to a variant of the other "
         "group. All groups of a type have the same members, with the same attributes but for URI "
-        "and "
-        "CHANNELS."};
+        "and CHANNELS."};
     const RuleCard& card() const override { return kCard; }
 
 private:

@@ -161,10 +161,9 @@ public:
     static constexpr RuleCard kCard = {
         "hls-live-sequence-back", Severity::Error, "RFC 8216, 6.2.2",
         "The media sequence number of a live playlist has gone back",
-        "Players take old segments for new ones: they repeat what was seen, or stop. Often one of "
-        "several servers is behind the others, or the packager has begun anew without going on "
-        "from "
-        "its last number."};
+        "Players take old segments for new ones: they repeat what was seen, or stop. Often one "
+        "of several servers is behind the others, or the packager has begun anew without going "
+        "on from its last number."};
     const RuleCard& card() const override { return kCard; }
 
 private:
@@ -197,8 +196,7 @@ public:
         "hls-live-segment-changed", Severity::Error, "RFC 8216, 6.2.1",
         "A segment of a live playlist has changed after it was published",
         "Viewers see something else, depending on when their player loaded the playlist, or a "
-        "jump. "
-        "What is published of a segment does not change."};
+        "jump. What is published of a segment does not change."};
     const RuleCard& card() const override { return kCard; }
 
 private:

@@ -77,8 +77,7 @@ public:
         "hls-frame-rate-missing", Severity::Note, "RFC 8216, 4.3.4.2",
         "Some variants with video have a FRAME-RATE, others none",
         "Players that go by the frame rate may leave these variants out. FRAME-RATE should be "
-        "there "
-        "wherever video has more than 30 frames per second, and best everywhere."};
+        "there wherever video has more than 30 frames per second, and best everywhere."};
     const RuleCard& card() const override { return kCard; }
 
 private:

@@ -188,8 +188,7 @@ public:
         "hls-skip-boundary", Severity::Error, "RFC 8216bis, 4.4.3.8",
         "CAN-SKIP-UNTIL is shorter than six target durations, or missing",
         "Players that ask for delta updates may miss segments. CAN-SKIP-UNTIL is six target "
-        "durations "
-        "at least, and CAN-SKIP-DATERANGES stands beside it alone."};
+        "durations at least, and CAN-SKIP-DATERANGES only stands beside it."};
     const RuleCard& card() const override { return kCard; }
 
 private:
@@ -210,8 +209,7 @@ public:
         "hls-block-reload", Severity::Warning, "RFC 8216bis, B.1",
         "A live playlist has parts, but reloads are not held",
         "Players have to poll for every part, or play whole segments: the latency is higher than "
-        "the "
-        "parts would let it be. The server should support blocking reloads and say "
+        "the parts would let it be. The server should support blocking reloads and say "
         "CAN-BLOCK-RELOAD=YES."};
     const RuleCard& card() const override { return kCard; }
 

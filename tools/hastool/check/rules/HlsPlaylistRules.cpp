@@ -36,9 +36,8 @@ public:
         "hls-target-duration", Severity::Error, "RFC 8216, 4.3.3.1",
         "A segment is longer than the target duration",
         "Players reload too early and size their buffers too small: playback stalls. Segments "
-        "should "
-        "be cut shorter, or the target duration be the longest duration, rounded to the nearest "
-        "second."};
+        "should be cut shorter, or the target duration be the longest duration, rounded to the "
+        "nearest second."};
     const RuleCard& card() const override { return kCard; }
 
 private:
@@ -176,9 +175,8 @@ public:
     static constexpr RuleCard kCard = {
         "hls-byte-range", Severity::Error, "RFC 8216, 4.3.2.2",
         "A byte range has no offset, and no range of the same file before it",
-        "Players refuse the playlist. The range needs an offset, as in 1000@2000, or has to follow "
-        "a "
-        "range of the same file."};
+        "Players refuse the playlist. The range needs an offset, as in 1000@2000, or has to "
+        "follow a range of the same file."};
     const RuleCard& card() const override { return kCard; }
 
 private:

@@ -83,8 +83,7 @@ public:
         "hls-control-characters", Severity::Warning, "RFC 8216, 4.1",
         "A playlist contains control characters",
         "Some players refuse the playlist or take the character for a part of a URL. Tabs and "
-        "other "
-        "control characters should be left out; lines end with CR LF or LF."};
+        "other control characters should be left out; lines end with CR LF or LF."};
     const RuleCard& card() const override { return kCard; }
 
 private:
@@ -218,8 +217,7 @@ public:
         "hls-missing-uri", Severity::Error, "RFC 8216, 4.3.2.1 and 4.3.4.2",
         "No URI follows an #EXTINF or #EXT-X-STREAM-INF",
         "The segment or variant does not exist for players. Often the playlist was cut off while "
-        "it "
-        "was written or uploaded: it should replace the one before in one step."};
+        "it was written or uploaded: it should replace the one before in one step."};
     const RuleCard& card() const override { return kCard; }
 
 private:

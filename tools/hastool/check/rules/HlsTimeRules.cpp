@@ -80,8 +80,7 @@ public:
         "hls-start", Severity::Warning, "RFC 8216, 4.3.5.2",
         "The place to begin at is outside the playlist, or too near its end",
         "Players begin at another place than is meant, or stall at the live edge. TIME-OFFSET "
-        "should "
-        "be within the playlist, and three target durations before the end of a live one."};
+        "should be within the playlist, and three target durations before the end of a live one."};
     const RuleCard& card() const override { return kCard; }
 
 private:
