@@ -31,6 +31,11 @@ void DashRule::check(const Evidence& evidence, Findings& findings) const {
     look({m_card, evidence, view, findings});
 }
 
+bool DashLook::hasMedia() const {
+    return std::any_of(evidence.renditions.begin(), evidence.renditions.end(),
+                       [](const CheckedRendition& it) { return it.isWhole(); });
+}
+
 void DashLook::add(const ManifestElement& element, const std::string& text) const {
     findings.add(card, {{}, {}, placeInManifest(view.document(), element)}, text);
 }

@@ -15,6 +15,8 @@ struct DashLook {
     const DashView& view;
     Findings& findings;
 
+    /// Whether there is media that tells how long all of it is: rules about media look at that.
+    bool hasMedia() const;
     void add(const ManifestElement& element, const std::string& text) const;
     /// @param element  of it, or above it
     void add(const DashRepresentationView& representation, const ManifestElement& element,

@@ -52,8 +52,6 @@ const Seed kSeeds[] = {
     {"NoKeyId", "dash-cenc", "cenc:default_KID=\"a0a1a2a3-a4a5-a6a7-a8a9-aaabacadaeaf\"", "",
      "dash-key-id-missing"},
     {"NotBase64", "dash-cenc", "<cenc:pssh>AAAB", "<cenc:pssh>!AAB", "dash-pssh"},
-    {"DurationSum", "dash-cenc", "mediaPresentationDuration=\"PT42S\"",
-     "mediaPresentationDuration=\"PT43S\"", "dash-duration-sum"},
     {"BothIdentifiers", "dash-cenc", "media=\"$RepresentationID$/$Number$.m4s\"",
      "media=\"$RepresentationID$/$Number$.m4s?t=$Time$\"", "dash-template-both"},
     {"OtherVersion", "smooth", "MajorVersion=\"2\"", "MajorVersion=\"1\"", "smooth-version"},

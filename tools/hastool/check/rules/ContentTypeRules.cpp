@@ -79,6 +79,15 @@ bool isPlaylistName(const std::string& url) {
     return endsWith(path, ".m3u8") || endsWith(path, ".m3u");
 }
 
+/// Whether a type fits a segment's name: then the server is right, and its media is another.
+bool isOfItsName(const Delivered& it, const std::string& type) {
+    const std::string& url = it.url();
+    const std::string path = lowered(url.substr(0, url.find_first_of("?#")));
+    return it.segment != nullptr && ((endsWith(path, ".ts") && kTransport.count(type) != 0) ||
+                                     (endsWith(path, ".aac") && kAudio.count(type) != 0) ||
+                                     (endsWith(path, ".m4s") && kMp4.count(type) != 0));
+}
+
 /// A type that does not fit, of which a rendition may have many.
 struct Misfit {
     const Delivered* first = nullptr;
@@ -98,7 +107,8 @@ public:
         for (const Delivered& it : all) {
             const Types* const types = it.isJudged() ? typesFor(it, evidence.format) : nullptr;
             const std::string type = typeOf(*it.answer);
-            if (types == nullptr || types->count(type) != 0 || !isMeant(it, type))
+            if (types == nullptr || types->count(type) != 0 || isOfItsName(it, type) ||
+                !isMeant(it, type))
                 continue;
             Misfit& misfit =
                 misfits[{it.rendition != nullptr ? it.rendition->name : "", type + it.name()}];

@@ -132,7 +132,7 @@ private:
     void look(const Look& look) const override {
         const DashView& view = look.view;
         const auto whole = view.duration("mediaPresentationDuration");
-        if (!whole || view.periods().empty() || !isKnown(view.periods().back()))
+        if (look.hasMedia() || !whole || view.periods().empty() || !isKnown(view.periods().back()))
             return;
         for (const DashPeriodView& it : view.periods()) {
             if (it.isRemote)

@@ -274,6 +274,8 @@ private:
     void find(const Look& look, const DashRepresentationView& representation,
               const DashSegmenting& segments, Faults& faults) const override {
         const auto listed = listedIn(look.view, representation, segments);
+        if (look.hasMedia())
+            return;
         if (listed && listed->first.end + std::max(1.0, listed->first.longest) < listed->second)
             faults.push_back({listed->first.element, "they end at " + exactText(listed->first.end) +
                                                          ", the Period lasts " +

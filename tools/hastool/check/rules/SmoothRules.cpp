@@ -83,7 +83,8 @@ private:
 class SmoothBitrate final : public SmoothRule {
 public:
     static constexpr RuleCard kCard{
-        "smooth-bitrate", Severity::Error, "[MS-SSTR] 2.2.2", "A QualityLevel without a Bitrate",
+        "smooth-bitrate-missing", Severity::Error, "[MS-SSTR] 2.2.2",
+        "A QualityLevel without a Bitrate",
         "Players cannot choose by it, nor make the URLs of its fragments. Write its bits per "
         "second."};
     SmoothBitrate()
