@@ -48,10 +48,6 @@ const Seed kRenditions[] = {
              for (const std::string& path : folder.paths("2/", ".ts"))
                  test::moveStream(folder.file(path), 1);
          }},
-    Seed{"align-lengths", builtIn("dash"), "manifest.mpd",
-         [](CheckedFolder& folder) {
-             folder.replace("manifest.mpd", "<S d=\"95232\" r=\"1\" />", "");
-         }},
     Seed{"align-lengths", builtIn("hls"), kList,
          [](CheckedFolder& folder) {
              // The audio of the last segment, but for its first packets.
@@ -69,6 +65,31 @@ TEST(AlignmentRules, AllowDeclaredTimesToDifferALittle) {
     CheckedFolder folder("hls");
     shorten(folder, 4);
     EXPECT_EQ(linesOf(folder.check(kMaster)), "");
+}
+
+/// A rendition of which the last segment of two seconds begins at a time.
+hastool::CheckedRendition renditionWith(hastool::CheckedRendition::Kind kind, double lastStart) {
+    hastool::CheckedRendition rendition;
+    rendition.name = kind == hastool::CheckedRendition::Kind::Audio ? "audio" : "video";
+    rendition.kind = kind;
+    rendition.segments.resize(1);
+    rendition.segments[0].start = lastStart;
+    rendition.segments[0].seconds = 2;
+    return rendition;
+}
+
+TEST(AlignmentRules, CompareAudioInPlaylistsOfItsOwn) {
+    using Kind = hastool::CheckedRendition::Kind;
+    const auto codesWith = [](double audioStart) {
+        hastool::Evidence evidence;
+        evidence.renditions = {renditionWith(Kind::Video, 40),
+                               renditionWith(Kind::Audio, audioStart)};
+        return codesOf(hastool::judge(evidence));
+    };
+    EXPECT_EQ(codesWith(37.6), std::set<std::string>());
+    EXPECT_EQ(codesWith(42.4), std::set<std::string>());
+    EXPECT_EQ(codesWith(37.4), std::set<std::string>{"align-lengths"});
+    EXPECT_EQ(codesWith(42.6), std::set<std::string>{"align-lengths"});
 }
 
 } // namespace

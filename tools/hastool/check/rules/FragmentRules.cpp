@@ -1,4 +1,5 @@
 #include <hastool/base/Quantities.h>
+#include <hastool/base/WebPage.h>
 #include <hastool/check/RuleFamilies.h>
 #include <hastool/check/SegmentRule.h>
 
@@ -47,7 +48,9 @@ public:
 protected:
     void look(const RenditionLook& look) const final {
         for (const CheckedInit& it : look.rendition.inits) {
-            const bool isHad = it.isFetched && it.answer.ok && it.decryptTrouble.empty();
+            // A server that sends pages is told of elsewhere.
+            const bool isPage = !it.answer.isLocal && looksLikeWebPage(it.bytes);
+            const bool isHad = it.isFetched && it.answer.ok && it.decryptTrouble.empty() && !isPage;
             const std::string trouble = isHad ? troubleOf(it.facts) : "";
             if (!trouble.empty())
                 look.findings.add(

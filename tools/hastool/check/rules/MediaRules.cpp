@@ -24,8 +24,10 @@ public:
 protected:
     void look(const RenditionLook& look) const override {
         for (const CheckedSegment& it : look.rendition.segments) {
+            // A server that sends pages is told of elsewhere.
+            const bool isPage = it.facts.kind == Kind::Html && !it.answer.isLocal;
             if (it.isFetched && it.answer.ok && it.decryptTrouble.empty() && !it.isEncrypted &&
-                !it.facts.trouble.empty() && !it.facts.looksRandom)
+                !it.facts.trouble.empty() && !it.facts.looksRandom && !isPage)
                 SegmentLook{look, it}.add(it.facts.trouble);
         }
     }

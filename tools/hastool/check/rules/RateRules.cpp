@@ -192,7 +192,7 @@ protected:
 };
 
 constexpr RuleCard kSmoothRate = {
-    "smooth-bitrate", Severity::Warning, "[MS-SSTR] 2.2.2.5",
+    "smooth-bitrate-exceeded", Severity::Warning, "[MS-SSTR] 2.2.2.5",
     "A quality level needs more than its Bitrate",
     "Players choose this quality on lines that cannot carry it, and stall. Bitrate is the mean of "
     "what the level needs."};
