@@ -87,6 +87,22 @@ TEST(DeliveryRules, TellOfPlaylistsInitsAndKeysThatCannotBeHad) {
     EXPECT_EQ(codesOf(key.check("master.m3u8")).count("http-failed"), 1U);
 }
 
+TEST(DeliveryRules, TellOfPagesInThePlaceOfSegments) {
+    CheckedFolder folder("hls");
+    folder.file("0/3.ts") = "<!DOCTYPE html><html><body>Please log in</body></html>";
+    const Findings findings = judgeAs(SegmentFacts::Kind::Html, folder, "master.m3u8", "/0/3.ts");
+    ASSERT_EQ(codesOf(findings), Codes{"http-page"}) << linesOf(findings);
+    EXPECT_NE(findings.sorted().front().text.find("a segment is a web page of 54 B"),
+              std::string::npos)
+        << linesOf(findings);
+}
+
+TEST(DeliveryRules, TellOfPagesInThePlaceOfPlaylists) {
+    CheckedFolder folder("hls");
+    folder.file("0/index.m3u8") = "<!DOCTYPE html><html><body>Please log in</body></html>";
+    EXPECT_EQ(codesOf(folder.check("master.m3u8")), Codes{"http-page"});
+}
+
 TEST(DeliveryRules, TellOfPagesInThePlaceOfManifestsLoadedAgain) {
     CheckedFolder folder("dash");
     Evidence evidence = folder.gather("manifest.mpd");
@@ -95,6 +111,13 @@ TEST(DeliveryRules, TellOfPagesInThePlaceOfManifestsLoadedAgain) {
     again.text = "<html><body>Please log in</body></html>";
     again.trouble = "not an MPD";
     again.tree = readManifestTree(again.text);
+    EXPECT_EQ(codesOf(judge(evidence)), Codes{"http-page"});
+}
+
+TEST(DeliveryRules, TellOfPagesInThePlaceOfInits) {
+    CheckedFolder folder("dash");
+    Evidence evidence = folder.gather("manifest.mpd");
+    evidence.renditions.front().inits.front().bytes = "<!doctype html><html></html>";
     EXPECT_EQ(codesOf(judge(evidence)), Codes{"http-page"});
 }
 

@@ -31,8 +31,8 @@ class HttpPage final : public Rule {
 public:
     static constexpr RuleCard kCard{
         "http-page", Severity::Error, "RFC 9110, 15.3",
-        "A web page came in the place of a manifest, as if all were well",
-        "Players stop with a message that tells nothing, and caches keep the page. "
+        "A web page came in the place of a resource, as if all were well",
+        "Players take the page for media and stop with a confusing message, and caches keep it. "
         "Errors, log-ins and pages for what has moved need a status of their own."};
     const RuleCard& card() const override { return kCard; }
     void check(const Evidence& evidence, Findings& findings) const override {
@@ -46,9 +46,15 @@ public:
     }
 
 private:
-    /// Pages in the place of playlists and media are told of by what is wrong with these.
+    /// Media of a folder has no server that is to blame.
     static bool isPage(const Delivered& it) {
-        return it.kind == Delivered::Kind::Manifest && looksLikeWebPage(it.document->text);
+        if (it.document != nullptr)
+            return looksLikeWebPage(it.document->text);
+        if (it.answer->isLocal)
+            return false;
+        if (it.init != nullptr)
+            return looksLikeWebPage(it.init->bytes);
+        return it.segment != nullptr && it.segment->facts.kind == SegmentFacts::Kind::Html;
     }
 };
 
