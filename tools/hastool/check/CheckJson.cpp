@@ -2,6 +2,7 @@
 
 #include "CheckText.h"
 #include "RenditionFigures.h"
+#include <hastool/base/KnownJson.h>
 #include <hastool/base/ShownUrl.h>
 
 #include <optional>
@@ -12,16 +13,6 @@ namespace hastool {
 namespace {
 
 using nlohmann::ordered_json;
-
-/// A number that is 0 where it is not known.
-template<typename Number>
-ordered_json known(Number number) {
-    return number > 0 ? ordered_json(number) : ordered_json();
-}
-
-ordered_json known(const std::optional<double>& number) {
-    return number ? ordered_json(*number) : ordered_json();
-}
 
 std::string shown(const std::string& text) {
     return shownPlace(withoutSecrets(text));
@@ -62,12 +53,12 @@ ordered_json toJson(const CheckedRendition& rendition) {
             {"period", rendition.period + 1},
             {"language", rendition.language},
             {"codecs", rendition.codecs},
-            {"width", known(rendition.width)},
-            {"height", known(rendition.height)},
-            {"declared_bps", known(rendition.bandwidth)},
-            {"declared_average_bps", known(rendition.averageBandwidth)},
-            {"peak_bps", known(figures.peak)},
-            {"mean_bps", known(figures.mean)},
+            {"width", knownJson(rendition.width)},
+            {"height", knownJson(rendition.height)},
+            {"declared_bps", knownJson(rendition.bandwidth)},
+            {"declared_average_bps", knownJson(rendition.averageBandwidth)},
+            {"peak_bps", knownJson(figures.peak)},
+            {"mean_bps", knownJson(figures.mean)},
             {"segments", figures.segments},
             {"fetched", figures.fetched},
             {"fetched_s", figures.seconds},
@@ -85,8 +76,8 @@ ordered_json toJson(const Evidence& evidence, const Findings& findings) {
         {"url", shown(evidence.url)},
         {"format", nameOf(evidence.format)},
         {"live", evidence.isLive},
-        {"duration_s", known(evidence.duration)},
-        {"followed_s", known(evidence.checkedFor)},
+        {"duration_s", knownJson(evidence.duration)},
+        {"followed_s", knownJson(evidence.checkedFor)},
         {"cut_short", evidence.cutShort.empty() ? ordered_json() : ordered_json(evidence.cutShort)},
         {"errors", findings.count(Severity::Error)},
         {"warnings", findings.count(Severity::Warning)},

@@ -1,5 +1,6 @@
 #include "InfoJson.h"
 
+#include <hastool/base/KnownJson.h>
 #include <hastool/base/ShownUrl.h>
 
 #include <nlohmann/json.hpp>
@@ -8,16 +9,6 @@ namespace hastool {
 namespace {
 
 using nlohmann::ordered_json;
-
-/// A number that is 0 where it is not known.
-template<typename Number>
-ordered_json known(Number number) {
-    return number > 0 ? ordered_json(number) : ordered_json();
-}
-
-ordered_json known(const std::optional<double>& number) {
-    return number ? ordered_json(*number) : ordered_json();
-}
 
 ordered_json shown(const std::vector<std::string>& lines) {
     ordered_json result = ordered_json::array();
@@ -48,15 +39,15 @@ ordered_json segmentsJson(const std::optional<InfoLengths>& lengths) {
 
 ordered_json streamJson(const InfoStream& stream) {
     return {{"id", stream.id},
-            {"bitrate_bps", known(stream.bitrate)},
-            {"average_bitrate_bps", known(stream.averageBitrate)},
+            {"bitrate_bps", knownJson(stream.bitrate)},
+            {"average_bitrate_bps", knownJson(stream.averageBitrate)},
             {"codecs", stream.codecs},
             {"mime_type", stream.mimeType},
-            {"width", known(stream.width)},
-            {"height", known(stream.height)},
-            {"frame_rate", known(stream.frameRate)},
-            {"channels", known(stream.channels)},
-            {"sampling_rate_hz", known(stream.samplingRate)},
+            {"width", knownJson(stream.width)},
+            {"height", knownJson(stream.height)},
+            {"frame_rate", knownJson(stream.frameRate)},
+            {"channels", knownJson(stream.channels)},
+            {"sampling_rate_hz", knownJson(stream.samplingRate)},
             {"audio_group", stream.audioGroup},
             {"segments", segmentsJson(stream.segments)},
             {"error", withoutSecrets(stream.error)}};
@@ -80,7 +71,7 @@ ordered_json periodJson(const InfoPeriod& period) {
         tracks.push_back(trackJson(track));
     return {{"id", period.id},
             {"start_s", period.start},
-            {"duration_s", known(period.duration)},
+            {"duration_s", knownJson(period.duration)},
             {"tracks", std::move(tracks)}};
 }
 
@@ -93,8 +84,8 @@ ordered_json toJson(const PresentationInfo& info) {
     return {{"url", withoutSecrets(info.url)},
             {"format", info.format},
             {"live", info.isLive ? ordered_json(*info.isLive) : ordered_json()},
-            {"duration_s", known(info.duration)},
-            {"time_shift_s", known(info.timeShift)},
+            {"duration_s", knownJson(info.duration)},
+            {"time_shift_s", knownJson(info.timeShift)},
             {"protection", protectionJson(info.protections)},
             {"periods", std::move(periods)},
             {"warnings", shown(info.warnings)},
