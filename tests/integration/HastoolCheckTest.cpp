@@ -127,6 +127,26 @@ TEST(HastoolCheck, FetchesASampleOrNoSegments) {
     EXPECT_THAT(server.accessLog().substr(before.size()), Not(HasSubstr(".ts")));
 }
 
+TEST(HastoolCheck, LooksAtTheServersCertificate) {
+    const test::Nginx server;
+    fs::copy(presentation("hls"), server.root(),
+             fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+    const std::string url = server.tlsUrl("/master.m3u8");
+    const json found = json::parse(runHastool({"check", "--json", "--sample", "1", url}).out);
+    EXPECT_TRUE(hasCode(found, "tls-self-signed")) << found;
+    const json trusted = json::parse(
+        runHastool({"check", "--json", "--sample", "1", "--cacert", server.caFile(), url}).out);
+    EXPECT_FALSE(hasCode(trusted, "tls-self-signed")) << trusted;
+    // Of another server, whose certificate is not trusted by the first one's.
+    const test::Nginx other;
+    const Child::Result refused =
+        runHastool({"check", "--json", "--cacert", other.caFile(), server.tlsUrl("/master.m3u8")});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.err, "");
+    EXPECT_TRUE(hasCode(json::parse(refused.out), "http-failed")) << refused.out;
+    EXPECT_TRUE(hasCode(json::parse(refused.out), "tls-self-signed")) << refused.out;
+}
+
 TEST(HastoolCheck, ErrorPagesWithStatus200AreFound) {
     test::FaultOrigin server;
     server.on("/media.m3u8", Reply().body(kMedia).header("Content-Type", "application/x-mpegURL"));

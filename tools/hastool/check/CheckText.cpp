@@ -116,6 +116,9 @@ std::string countsText(const Findings& findings) {
 }
 
 std::string headline(const Evidence& evidence) {
+    if (evidence.renditions.empty() && !evidence.documents.empty() &&
+        !evidence.documents.front().answer.ok)
+        return "no manifest could be had";
     size_t segments = 0;
     size_t fetched = 0;
     double bytes = 0;

@@ -45,6 +45,12 @@ std::unique_ptr<Lister> listerFor(const CheckedDocument& document, Evidence& evi
     return makeHlsLister(evidence, source, time);
 }
 
+/// Whether a certificate can be why a server was not talked to.
+bool isFaulty(const ServerCertificate& certificate) {
+    return certificate.failure.empty() &&
+           (!certificate.verifyResult.empty() || !certificate.namesHost);
+}
+
 class Gatherer {
 public:
     Gatherer(const std::string& url, CheckSource& source, const CheckOptions& options)
@@ -57,7 +63,7 @@ public:
     Evidence gather();
 
 private:
-    void fetchManifest();
+    bool fetchManifest();
     void followLive();
     void probeServers();
     void sleepUntil(Clock::time_point then) const;
@@ -71,7 +77,8 @@ private:
 };
 
 Evidence Gatherer::gather() {
-    fetchManifest();
+    if (!fetchManifest())
+        return std::move(m_evidence);
     m_lister->list();
     m_intake.takeNew();
     if (m_evidence.isLive)
@@ -82,12 +89,22 @@ Evidence Gatherer::gather() {
     return std::move(m_evidence);
 }
 
-void Gatherer::fetchManifest() {
+/// @return whether there is more to look at than the server's certificate, which is why there is no
+///         manifest
+bool Gatherer::fetchManifest() {
     CheckSource::Fetched fetched = m_source.fetch({m_evidence.url, std::nullopt});
-    if (!fetched.answer.ok)
-        throw ToolError(m_evidence.url, fetched.answer.failure);
     m_evidence.documents.push_back({std::move(fetched.answer), std::move(fetched.bytes), ""});
-    m_lister = listerFor(m_evidence.documents.front(), m_evidence, m_source, m_options.time);
+    const CheckedDocument& document = m_evidence.documents.front();
+    if (document.answer.ok) {
+        m_lister = listerFor(document, m_evidence, m_source, m_options.time);
+        return true;
+    }
+    if (document.answer.status == 0)
+        probeServers();
+    const auto& shown = m_evidence.certificates;
+    if (std::none_of(shown.begin(), shown.end(), isFaulty))
+        throw ToolError(m_evidence.url, document.answer.failure);
+    return false;
 }
 
 void Gatherer::followLive() {

@@ -72,6 +72,12 @@ TEST(CheckText, TellsFindingsRenditionsAndCounts) {
     EXPECT_THAT(text, Not(HasSubstr("token")));
 }
 
+TEST(CheckText, TellsWhenThereIsNoManifest) {
+    Evidence evidence;
+    evidence.documents.emplace_back();
+    EXPECT_EQ(headline(evidence), "no manifest could be had");
+}
+
 TEST(CheckText, LetsNothingControlTheTerminal) {
     Evidence evidence = someEvidence();
     evidence.renditions[0].name = "a\x1b[31m";

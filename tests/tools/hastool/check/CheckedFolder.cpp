@@ -148,7 +148,7 @@ hastool::CheckSource::Fetched CheckedFolder::fetch(const hastool::Resource& reso
             result.answer.finalUrl = redirect->second.second;
     }
     constexpr long kFirstFailure = 400;
-    if (result.answer.status >= kFirstFailure) {
+    if (result.answer.status >= kFirstFailure || found == m_files.end()) {
         result.answer.failure = "HTTP " + std::to_string(result.answer.status);
         return result;
     }

@@ -88,6 +88,23 @@ TEST(Gatherer, RefusesWhatIsNoManifest) {
     EXPECT_THROW(folder.gather("missing"), ToolError);
 }
 
+TEST(Gatherer, TellsOfTheCertificateForWhichThereIsNoManifest) {
+    CheckedFolder folder;
+    folder.setStatus("https://media.test/a.mpd", 0);
+    CheckOptions options;
+    options.probe = [](const ProbedServer& server) {
+        ServerCertificate certificate;
+        certificate.host = server.host;
+        certificate.namesHost = server.host != "media.test";
+        certificate.daysLeft = 100;
+        return certificate;
+    };
+    EXPECT_EQ(folder.codes("https://media.test/a.mpd", options),
+              (std::set<std::string>{"http-failed", "tls-host-name"}));
+    EXPECT_THROW(folder.gather("https://other.test/a.mpd", options), ToolError);
+    EXPECT_THROW(folder.gather("https://media.test/b.mpd", options), ToolError) << "HTTP 404";
+}
+
 TEST(Gatherer, FollowsALivePlaylist) {
     CheckedFolder folder("hls");
     folder.onFetch([&](const std::string& path, double time) {
