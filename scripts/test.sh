@@ -25,7 +25,7 @@ scripts/setup.sh
 build release
 build asan # with the fuzz harnesses, so that the library is built for them only once
 say "Fuzzing"
-BUILD=asan scripts/fuzz.sh 12
+BUILD=asan scripts/fuzz.sh 8
 run_tests asan
 build tsan # clang, with its thread-safety analysis
 run_tests tsan

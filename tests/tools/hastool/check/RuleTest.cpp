@@ -2,6 +2,9 @@
 #include <hastool/check/RuleText.h>
 
 #include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <set>
 #include <string>
 
@@ -36,6 +39,18 @@ TEST(Rules, SayWhatIsWrongAndWhatMendsIt) {
         EXPECT_NE(std::string(card.clause), "") << card.code;
         EXPECT_EQ((title + advice + card.clause).find_first_of("|\n<>"), std::string::npos)
             << card.code << ": would break the table";
+    }
+}
+
+TEST(Rules, HaveATestThatBreaksThem) {
+    std::string tests;
+    for (const auto& entry : std::filesystem::directory_iterator(CHECK_TESTS)) {
+        std::ifstream file(entry.path(), std::ios::binary);
+        tests.append(std::istreambuf_iterator<char>(file), {});
+    }
+    for (const auto& rule : allRules()) {
+        const std::string code = rule->card().code;
+        EXPECT_NE(tests.find('"' + code + '"'), std::string::npos) << code;
     }
 }
 
