@@ -122,7 +122,6 @@ constexpr char kSet2[] = "<AdaptationSet id=\"2\" mimeType=\"audio/mp4\"";
 constexpr char kTimes[] = "<S t=\"0\" d=\"2000\" r=\"2\"/><S t=\"6000\" d=\"2000\" r=\"1\"/>";
 constexpr char kV2[] = "Representation id=\"v2\"";
 constexpr char kMedia[] = "media=\"$RepresentationID$/$Time$.m4s\"";
-constexpr char kNumbered[] = "media=\"$RepresentationID$/$Number%05d$.m4s\"";
 constexpr char kTemplate[] = "MPD/Period[1]/AdaptationSet[1]/SegmentTemplate[1]";
 
 const Fault kOfPeriods[] = {
