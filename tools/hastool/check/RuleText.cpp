@@ -20,6 +20,20 @@ exit status is 1, with `--strict` also with warnings.
 |---|---|---|---|
 )";
 
+/// Tags of playlists as code: a "#" begins a link for some readers of Markdown.
+std::string withTags(const std::string& text) {
+    constexpr char kTag[] = "#EXT";
+    constexpr char kLetters[] = "#ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-";
+    std::string result;
+    size_t begin = 0;
+    for (size_t at = text.find(kTag); at != std::string::npos; at = text.find(kTag, begin)) {
+        const size_t end = std::min(text.find_first_not_of(kLetters, at), text.size());
+        result += text.substr(begin, at - begin) + "`" + text.substr(at, end - at) + "`";
+        begin = end;
+    }
+    return result + text.substr(begin);
+}
+
 } // namespace
 
 std::string rulesAsMarkdown() {
@@ -32,10 +46,11 @@ std::string rulesAsMarkdown() {
     std::string details = "\n## The rules one by one\n";
     for (const RuleCard* const card : cards) {
         const std::string code = card->code;
-        table += "| [" + code + "](#" + code + ") | " + nameOf(card->severity) + " | " +
-                 card->title + " | " + card->clause + " |\n";
-        details += "\n### " + code + "\n\n**" + card->title + ".** " + card->advice + "\n\n*" +
-                   nameOf(card->severity) + ", " + card->clause + "*\n";
+        table += "| `" + code + "` | " + nameOf(card->severity) + " | " + withTags(card->title) +
+                 " | " + card->clause + " |\n";
+        details += "\n### " + code + "\n\n**" + withTags(card->title) + ".** " +
+                   withTags(card->advice) + "\n\n*" + nameOf(card->severity) + ", " + card->clause +
+                   "*\n";
     }
     return table + details;
 }
