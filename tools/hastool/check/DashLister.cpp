@@ -1,9 +1,9 @@
 #include "DashLister.h"
 
 #include "CodecKinds.h"
-#include <hastool/base/Number.h>
 #include <hastool/base/ToolError.h>
 #include <hastool/formats/dash/DashPieces.h>
+#include <hastool/formats/dash/DashReadout.h>
 #include <hastool/info/KeyIds.h>
 #include <hastool/net/HttpUrl.h>
 
@@ -19,15 +19,6 @@ using Kind = CheckedRendition::Kind;
 
 constexpr double kMinLook = 0.5; // seconds between looks at a live presentation
 constexpr double kMaxLook = 10;
-
-/// "25" or "30000/1001"; 0 for another text.
-double frameRateOf(const std::string& text) {
-    const size_t slash = text.find('/');
-    const double above = parseDecimal(text.substr(0, slash)).value_or(0);
-    const double below =
-        slash == std::string::npos ? 1 : parseDecimal(text.substr(slash + 1)).value_or(0);
-    return below > 0 ? above / below : 0;
-}
 
 Kind kindOf(const DashAdaptationSet& set, const DashRepresentation& representation) {
     if (set.contentType == "video" || !codecsOf(representation.codecs, CodecKind::Video).empty())
@@ -46,7 +37,7 @@ CheckedRendition describe(const DashAdaptationSet& set, const DashRepresentation
     rendition.mimeType = representation.mimeType;
     rendition.width = representation.width;
     rendition.height = representation.height;
-    rendition.frameRate = frameRateOf(representation.frameRate);
+    rendition.frameRate = frameRateOf(representation);
     rendition.language = set.language;
     rendition.isTrick = set.isTrick;
     rendition.isProtected = !representation.protections.empty();
@@ -123,7 +114,7 @@ void DashLister::listRepresentation(size_t period, size_t set,
     const DashPeriod& itsPeriod = m_loader->manifest().periods[period];
     Reading& reading = readingOf(period, set, representation);
     std::string& trouble = m_evidence.renditions[reading.rendition].trouble;
-    if (isOpen(itsPeriod, representation)) {
+    if (hasOpenEnd(m_loader->manifest(), itsPeriod, representation)) {
         trouble = "nothing says how many segments there are";
         return;
     }
@@ -197,17 +188,6 @@ size_t DashLister::initOf(CheckedRendition& rendition, const Resource& resource)
     known.emplace_back();
     known.back().answer.resource = resource;
     return known.size() - 1;
-}
-
-/// Whether nothing tells how many segments there are: in a recorded presentation of unknown length.
-bool DashLister::isOpen(const DashPeriod& period, const DashRepresentation& representation) const {
-    const DashAddressing& addressing = representation.addressing;
-    if (m_loader->manifest().isDynamic || period.duration || addressing.endNumber ||
-        addressing.kind != DashAddressing::Kind::Template)
-        return false;
-    if (addressing.timeline)
-        return !addressing.timeline->empty() && addressing.timeline->back().repeats < 0;
-    return addressing.duration.has_value();
 }
 
 void DashLister::sumUp() {

@@ -40,7 +40,6 @@ private:
     void addNew(Reading& reading, const DashFound& found, const DashSegmentList& list);
     void add(CheckedRendition& rendition, const DashFound& found);
     size_t initOf(CheckedRendition& rendition, const Resource& resource) const;
-    bool isOpen(const DashPeriod& period, const DashRepresentation& representation) const;
     void sumUp();
 
     Evidence& m_evidence;

@@ -5,6 +5,7 @@
 #include <hastool/base/Number.h>
 #include <hastool/base/ToolError.h>
 #include <hastool/formats/dash/DashLoader.h>
+#include <hastool/formats/dash/DashReadout.h>
 #include <hastool/formats/dash/DashTimeline.h>
 #include <hastool/formats/dash/DashUrls.h>
 
@@ -15,15 +16,6 @@
 
 namespace hastool {
 namespace {
-
-/// "25" or "30000/1001"; 0 for another text.
-double frameRateOf(const std::string& text) {
-    const size_t slash = text.find('/');
-    const double above = parseDecimal(text.substr(0, slash)).value_or(0);
-    const double below =
-        slash == std::string::npos ? 1 : parseDecimal(text.substr(slash + 1)).value_or(0);
-    return below > 0 ? above / below : 0;
-}
 
 /// The lowest of the rates that are written.
 int samplingRateOf(const std::string& text) {
@@ -40,7 +32,7 @@ InfoStream describe(const DashRepresentation& representation) {
     stream.mimeType = representation.mimeType;
     stream.width = representation.width;
     stream.height = representation.height;
-    stream.frameRate = frameRateOf(representation.frameRate);
+    stream.frameRate = frameRateOf(representation);
     stream.samplingRate = samplingRateOf(representation.samplingRate);
     stream.channels = audioChannels(representation.channelScheme, representation.channelValue);
     return stream;
@@ -60,7 +52,6 @@ private:
     InfoPeriod readPeriod(const DashPeriod& period);
     InfoTrack readSet(const DashPeriod& period, const DashAdaptationSet& set);
     InfoStream readStream(const DashPeriod& period, const DashRepresentation& representation);
-    bool isOpen(const DashPeriod& period, const DashRepresentation& representation) const;
 
     const InfoAccess& m_access;
     DashLoader m_loader;
@@ -140,7 +131,7 @@ InfoTrack Reader::readSet(const DashPeriod& period, const DashAdaptationSet& set
 
 InfoStream Reader::readStream(const DashPeriod& period, const DashRepresentation& representation) {
     InfoStream stream = describe(representation);
-    if (isOpen(period, representation))
+    if (hasOpenEnd(m_loader.manifest(), period, representation))
         return stream;
     try {
         const DashLengths lengths =
@@ -151,17 +142,6 @@ InfoStream Reader::readStream(const DashPeriod& period, const DashRepresentation
         stream.error = error.what();
     }
     return stream;
-}
-
-/// Whether nothing tells how many segments there are: in a recorded presentation of unknown length.
-bool Reader::isOpen(const DashPeriod& period, const DashRepresentation& representation) const {
-    const DashAddressing& addressing = representation.addressing;
-    if (m_loader.manifest().isDynamic || period.duration || addressing.endNumber ||
-        addressing.kind != DashAddressing::Kind::Template)
-        return false;
-    if (addressing.timeline)
-        return !addressing.timeline->empty() && addressing.timeline->back().repeats < 0;
-    return addressing.duration.has_value();
 }
 
 } // namespace
