@@ -55,7 +55,7 @@ check_includes() {
 }
 
 # The tool's folders, each of which may use those before it.
-tool_folders=(base net formats media info check play origin report ui demo commands)
+tool_folders=(base net formats media info check play origin simulate report ui demo commands)
 
 check_tool_folders() {
     local folder format known=()
