@@ -33,6 +33,7 @@
 #include <Hasnet/CurlMulti.h>
 #include <Hasnet/Curl_HLS.h>
 #include <Hasnet/DownloadFailure.h>
+#include <Hasnet/HybridSegSwitcher.h>
 #include <Hasnet/IBandwidthChecker.h>
 #include <Hasnet/IBitrateSwitcher.h>
 #include <Hasnet/ICurl.h>

@@ -1,0 +1,74 @@
+#include <Hasnet/detail/StreamTable.h>
+
+#include <algorithm>
+
+namespace hascommon::detail {
+
+void StreamTable::SetBitrates(const std::vector<int>& bitrates) {
+    m_streams.resize(bitrates.size());
+    std::transform(bitrates.begin(), bitrates.end(), m_streams.begin(), [](int bitrate) {
+        Stream stream;
+        stream.bitrate = bitrate;
+        return stream;
+    });
+    Refresh();
+}
+
+void StreamTable::SetLimits(const std::vector<bitrateParam_t>& params, const Ranges& ranges) {
+    m_params = params;
+    m_ranges = ranges;
+    Refresh();
+}
+
+void StreamTable::Refresh() {
+    m_lowest = kNone;
+    for (int index = 0; index < Size(); ++index) {
+        Stream& stream = m_streams[static_cast<std::size_t>(index)];
+        const bitrateParam_t* const param = FindParam(stream.bitrate);
+        stream.isAllowed = IsBitrateAllowed(stream.bitrate);
+        stream.hasParam = param != nullptr;
+        stream.param = param != nullptr ? *param : bitrateParam_t{};
+        if (stream.isAllowed && (m_lowest == kNone || stream.bitrate < BitrateOf(m_lowest)))
+            m_lowest = index;
+    }
+}
+
+const bitrateParam_t* StreamTable::FindParam(int bitrate) const {
+    const auto found =
+        std::find_if(m_params.begin(), m_params.end(),
+                     [bitrate](const bitrateParam_t& param) { return param.bitrate == bitrate; });
+    return found == m_params.end() ? nullptr : &*found;
+}
+
+bool StreamTable::IsBitrateAllowed(int bitrate) const {
+    if (m_params.empty() && m_ranges.empty())
+        return true;
+    const auto inRange = [bitrate](const std::pair<int, int>& range) {
+        return range.first <= bitrate && bitrate <= range.second;
+    };
+    return std::any_of(m_ranges.begin(), m_ranges.end(), inRange) || FindParam(bitrate) != nullptr;
+}
+
+bool StreamTable::HaveParams(int from, int to) const {
+    return IsIndex(from) && IsIndex(to) && At(from).hasParam && At(to).hasParam;
+}
+
+bool StreamTable::AreOfOneGroup(int from, int to) const {
+    return !HaveParams(from, to) || At(from).param.group == At(to).param.group;
+}
+
+StreamTable::WayUp StreamTable::WayUpFrom(int from, int to) const {
+    if (AreOfOneGroup(from, to))
+        return WayUp::free;
+    const bool isOneClass = At(from).param.upgradeClass == At(to).param.upgradeClass;
+    return isOneClass ? WayUp::waiting : WayUp::closed;
+}
+
+int StreamTable::Find(int bitrate) const {
+    int index = Size() - 1;
+    while (index >= 0 && BitrateOf(index) != bitrate)
+        --index;
+    return index;
+}
+
+} // namespace hascommon::detail
