@@ -4,6 +4,7 @@
 #include <Hascommon/LockGuard.h>
 #include <Hascommon/detail/Log.h>
 #include <Hascommon/detail/Number.h>
+#include <Hasnet/detail/BitrateLimits.h>
 
 #include <algorithm>
 #include <limits>
@@ -347,22 +348,13 @@ bool AdaptiveSegSwitcher::HasBitrateLimit() {
 
 bool AdaptiveSegSwitcher::CheckBitrateLimit(int bitrate) {
     const Guard guard(m_mutex);
-    if (m_bitrateParams.empty() && m_bitrateRanges.empty())
-        return true;
-    const auto inRange = [bitrate](const std::pair<int, int>& range) {
-        return range.first <= bitrate && bitrate <= range.second;
-    };
-    bitrateParam_t param{};
-    return std::any_of(m_bitrateRanges.begin(), m_bitrateRanges.end(), inRange) ||
-           GetBitrateParam(bitrate, param);
+    return detail::isBitrateAllowed(m_bitrateParams, m_bitrateRanges, bitrate);
 }
 
 bool AdaptiveSegSwitcher::GetBitrateParam(int bitrate, bitrateParam_t& out) {
     const Guard guard(m_mutex);
-    const auto found =
-        std::find_if(m_bitrateParams.begin(), m_bitrateParams.end(),
-                     [bitrate](const bitrateParam_t& param) { return param.bitrate == bitrate; });
-    if (found == m_bitrateParams.end())
+    const bitrateParam_t* const found = detail::findParam(m_bitrateParams, bitrate);
+    if (found == nullptr)
         return false;
     out = *found;
     return true;

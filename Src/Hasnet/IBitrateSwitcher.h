@@ -20,7 +20,7 @@ enum ENUM_START_BITRATE_LEVEL {
     START_BITRATE_LEVEL_HIGHEST = 3
 };
 
-/// Chooses the stream of the next segment; AdaptiveSegSwitcher implements it.
+/// Chooses the stream of the next segment; AdaptiveSegSwitcher and HybridSegSwitcher implement it.
 ///
 /// Streams are named by their index in an ascending list of bitrates (bits per second).
 ///

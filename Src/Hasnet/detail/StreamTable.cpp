@@ -1,5 +1,7 @@
 #include <Hasnet/detail/StreamTable.h>
 
+#include <Hasnet/detail/BitrateLimits.h>
+
 #include <algorithm>
 
 namespace hascommon::detail {
@@ -24,7 +26,7 @@ void StreamTable::Refresh() {
     m_lowest = kNone;
     for (int index = 0; index < Size(); ++index) {
         Stream& stream = m_streams[static_cast<std::size_t>(index)];
-        const bitrateParam_t* const param = FindParam(stream.bitrate);
+        const bitrateParam_t* const param = findParam(m_params, stream.bitrate);
         stream.isAllowed = IsBitrateAllowed(stream.bitrate);
         stream.hasParam = param != nullptr;
         stream.param = param != nullptr ? *param : bitrateParam_t{};
@@ -33,20 +35,8 @@ void StreamTable::Refresh() {
     }
 }
 
-const bitrateParam_t* StreamTable::FindParam(int bitrate) const {
-    const auto found =
-        std::find_if(m_params.begin(), m_params.end(),
-                     [bitrate](const bitrateParam_t& param) { return param.bitrate == bitrate; });
-    return found == m_params.end() ? nullptr : &*found;
-}
-
 bool StreamTable::IsBitrateAllowed(int bitrate) const {
-    if (m_params.empty() && m_ranges.empty())
-        return true;
-    const auto inRange = [bitrate](const std::pair<int, int>& range) {
-        return range.first <= bitrate && bitrate <= range.second;
-    };
-    return std::any_of(m_ranges.begin(), m_ranges.end(), inRange) || FindParam(bitrate) != nullptr;
+    return isBitrateAllowed(m_params, m_ranges, bitrate);
 }
 
 bool StreamTable::HaveParams(int from, int to) const {

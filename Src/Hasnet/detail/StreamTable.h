@@ -3,6 +3,7 @@
 
 #include <Hasnet/bitrateParam_t.h>
 
+#include <cstddef>
 #include <utility>
 #include <vector>
 
@@ -51,7 +52,6 @@ private:
     };
 
     const Stream& At(int index) const { return m_streams[static_cast<std::size_t>(index)]; }
-    const bitrateParam_t* FindParam(int bitrate) const;
     /// Whether both are in the table and have limits.
     bool HaveParams(int from, int to) const;
     void Refresh();
