@@ -13,7 +13,8 @@ namespace hastool {
 
 /// Chooses the stream of each segment of the main track, and watches their transfers.
 ///
-/// For each segment: choose(), begun(), progress() from time to time, then done(). Where
+/// For each segment: choose(), but for the first one and where there is but one stream, begun(),
+/// progress() from time to time, then done(), but for one that could not be had. Where
 /// progress() gives the transfer up, begun() follows for the stream that it answered, without
 /// choose(). Streams are numbers in the ascending list of those that are allowed. What goes on
 /// while transfers are held, or the viewer pauses, is no time of a StreamRule::Moment.
@@ -60,6 +61,9 @@ public:
     /// @param current  the present stream
     /// @return the stream of the next segment, kStay for the present one
     virtual int choose(int current, const NextSegment& next, const Moment& moment) = 0;
+    /// Whether it is to choose while the buffer is full: the segment is asked for then, and its
+    /// transfer held. Else the choice comes when there is room.
+    virtual bool choosesWhenFull() const { return false; }
     /// How long the rule wants to wait before the segment that was chosen is asked for.
     virtual Time pause() const { return Time(0); }
     /// A transfer begins. @param bytes  of the segment; 0 where they are not known

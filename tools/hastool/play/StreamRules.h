@@ -8,8 +8,11 @@
 
 namespace hastool {
 
-/// Makes "adaptive", the system's switcher, "hybrid", the one that spends the buffer, or the one of
-/// a shared library whose file name ends in ".so".
+constexpr char kAdaptiveRule[] = "adaptive"; ///< the system's switcher
+constexpr char kHybridRule[] = "hybrid";     ///< the one that spends the buffer
+
+/// Makes one of those, or the one of a shared library whose file name ends in ".so", see
+/// RuleLibrary.h. One that makes a HybridSegSwitcher is told of transfers, as "hybrid" is.
 /// @throws ToolError for another name, or a library that has no rule
 std::unique_ptr<StreamRule> makeStreamRule(const std::string& name);
 
