@@ -73,7 +73,7 @@ public:
     virtual int progress(uint64_t received, const Moment& moment) = 0;
     /// The segment is in the buffer, which the moment counts in.
     virtual void done(const Arrived& arrived, const Moment& moment) = 0;
-    /// Nothing was fetched for so long, as the buffer was full or the rule itself paused.
+    /// Nothing was fetched for so long, as the buffer was full.
     virtual void held(Time time) { static_cast<void>(time); }
     /// The buffer has a new segment. @param bytes  all that it holds
     virtual void buffered(uint64_t bytes, const Moment& moment) {

@@ -32,10 +32,11 @@ struct PlayFigures {
     double stallTime = 0; ///< seconds
     double startup = 0;   ///< seconds
     int switches = 0;     ///< as they were played
-    double change = 0;    ///< sum of the changes of bitrate over the segments' number, bits per second
-    int givenUp = 0;      ///< transfers
-    uint64_t bytes = 0;   ///< of the segments played
-    uint64_t wasted = 0;  ///< bytes of transfers that were given up
+    double change = 0;    ///< bits per second that the bitrate changes by from segment to segment,
+                       ///< over the whole time
+    int givenUp = 0;     ///< transfers
+    uint64_t bytes = 0;  ///< of the segments played
+    uint64_t wasted = 0; ///< bytes of transfers that were given up
 };
 
 /// A play, its trace and its rule.
