@@ -212,6 +212,38 @@ TEST_F(HybridChoiceTest, LearnsTheDurationBeforePlayingBegins) {
     EXPECT_LT(played(0, 10000), kTop);
 }
 
+TEST_F(HybridChoiceTest, AShortSegmentChangesNothingOfTheDurationThatIsLearnt) {
+    switcher.SetSegmentDuration(0);
+    for (const unsigned int durationMs : {4000U, 4000U, 4000U, 300U}) {
+        switcher.SegmentBegun(0, 500000, 10000, now);
+        now += 1500;
+        switcher.SegmentDone(500000, 0, 8500 + durationMs, now);
+    }
+    switcher.SetNextSizes({1, 1, 1, 1000000});
+    EXPECT_EQ(played(0, 10000), kTop);
+}
+
+TEST_F(HybridChoiceTest, LearnsTheDurationOfWhatComesBehindAStall) {
+    switcher.SetSegmentDuration(0);
+    for (int i = 0; i < 3; ++i) {
+        switcher.SegmentBegun(0, 3000000, 2000, now);
+        now += 9000; // The buffer is empty for seven of these seconds.
+        switcher.SegmentDone(3000000, 0, 1000, now);
+    }
+    switcher.SetNextSizes({1, 1, 1, 1000000}); // 8 Mbit/s with segments of one second
+    EXPECT_LT(played(0, 10000), kTop);
+}
+
+TEST_F(HybridChoiceTest, LogsChangesOnly) {
+    const test::LogCapture log;
+    settle(20000000);
+    EXPECT_EQ(switcher.ProcessAdaptiveSeg(kTop, 20000), kStay);
+    EXPECT_TRUE(log.messages("HybridSegSwitcher.cpp").empty());
+    EXPECT_EQ(switcher.ProcessAdaptiveSeg(0, 20000), kTop);
+    EXPECT_EQ(log.messages("HybridSegSwitcher.cpp"),
+              std::vector<std::string>{"Bitrate Change: 0 -> 3, buffer 20000 ms"});
+}
+
 TEST_F(HybridChoiceTest, SizesSayNothingWithoutADuration) {
     settle(1600000);
     const int byBitrate = played(0, 10000);

@@ -96,6 +96,26 @@ TEST_F(HybridTransferTest, GoesByTheSizesOfTheSegmentThatIsFetched) {
     EXPECT_EQ(switcher.SegmentProgress(300000, 5000, now += 2000), 0);
 }
 
+TEST_F(HybridTransferTest, TakesTheHighestThatComesInTime) {
+    switcher.SetNextSizes({150000, 160000, 170000, kTopBytes});
+    EXPECT_EQ(crawl(), 2);
+    switcher.SetNextSizes({150000, 160000, kTopBytes, kTopBytes});
+    EXPECT_EQ(crawl(), 1);
+}
+
+TEST_F(HybridTransferTest, LeavesAClassWhereItHasTo) {
+    setGroups({1, 1, 1, 2}, {1, 1, 1, 2});
+    EXPECT_GE(crawl(), 0);
+}
+
+TEST_F(HybridTransferTest, LogsWhatItGivesUp) {
+    const test::LogCapture log;
+    const int instead = crawl();
+    EXPECT_EQ(log.messages("HybridSegSwitcher.cpp"),
+              std::vector<std::string>{"Given up for stream " + std::to_string(instead) +
+                                       " after 300000 bytes, buffer 5000 ms"});
+}
+
 TEST_F(HybridTransferTest, KeepsTheSizesForWhatIsFetchedInstead) {
     switcher.SetNextSizes({1000, 1400000, 1400000, kTopBytes});
     ASSERT_EQ(crawl(), 0);

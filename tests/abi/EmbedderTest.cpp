@@ -331,4 +331,19 @@ TEST(EmbeddedSwitcherTest, KeepsItsSettings) {
     EXPECT_TRUE(object.CheckStreamDn(1, target, 1000));
 }
 
+TEST(EmbeddedSwitcherTest, GivesTransfersUp) {
+    HybridSegSwitcher object;
+    IBitrateSwitcher& switcher = seenAs<IBitrateSwitcher>(object);
+    switcher.Init(nullptr);
+    switcher.ResetData({300000, 3000000}, false);
+    object.SetBufferGoal(25000);
+    object.SetSegmentDuration(4000);
+    object.SetNextSizes({150000, 1500000});
+    object.SegmentBegun(0, 150000, 20000, 1000);
+    object.SegmentDone(150000, 20, 23000, 1060);
+    EXPECT_EQ(switcher.ProcessAdaptiveSeg(0, 23000), 1);
+    object.SegmentBegun(1, 1500000, 7000, 2000);
+    EXPECT_EQ(object.SegmentProgress(300000, 5000, 4000), 0);
+}
+
 } // namespace

@@ -280,4 +280,38 @@ private:
     std::uintptr_t room[128];
 };
 
+class HybridSegSwitcher : public IBitrateSwitcher {
+public:
+    HybridSegSwitcher();
+    ~HybridSegSwitcher() override;
+    void Init(IBandwidthChecker*) override;
+    void ResetData(const std::vector<int>&, bool) override;
+    void SetSwitchParam(int, int) override;
+    int ProcessAdaptiveSeg(int, unsigned int) override;
+    void ProcessAdaptiveSegLevel(unsigned int, unsigned int, bool) override;
+    int GetSatisfiedStreamIndex(int, int) override;
+    int GetMatchingStreamIndex(int) override;
+    void SetEnableSwitch(bool) override;
+    bool GetEnableSwitch() override;
+    void SetBitrateLimit(const std::vector<bitrateParam_t>&,
+                         const std::vector<std::pair<int, int>>&) override;
+    bool HasBitrateLimit() override;
+    bool CheckBitrateLimit(int) override;
+    void SetAudioBitrate(int) override;
+    int GetAudioBitrate() override;
+    int GetStartBitrate() override;
+    void SetStartBitrate(int) override;
+    void SetStartBitrateLevel(ENUM_START_BITRATE_LEVEL) override;
+    ENUM_START_BITRATE_LEVEL GetStartBitrateLevel() override;
+    void SetBufferGoal(unsigned int);
+    void SetSegmentDuration(unsigned int);
+    void SetNextSizes(const std::vector<unsigned long long>&);
+    void SegmentBegun(int, unsigned long long, unsigned int, long long);
+    int SegmentProgress(unsigned long long, unsigned int, long long);
+    void SegmentDone(unsigned long long, unsigned int, unsigned int, long long);
+
+private:
+    std::uintptr_t room[64];
+};
+
 } // namespace hascommon
