@@ -60,7 +60,7 @@ TEST_F(HastoolDocsTest, TraceFieldsAreThoseOfTheTool) {
     const std::string text = test::readFile(trace);
     const std::string header = text.substr(0, text.find('\n') + 1);
     EXPECT_THAT(matches(document, "`([a-z_]+)`"), IsSupersetOf(matches(header, "([a-z_]+)[,\n]")));
-    EXPECT_EQ(std::count(header.begin(), header.end(), ','), 23);
+    EXPECT_EQ(std::count(header.begin(), header.end(), ','), 25);
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <hastool/base/Interrupt.h>
 #include <hastool/base/ToolError.h>
 #include <hastool/play/BitrateGroups.h>
+#include <hastool/play/StreamRules.h>
 #include <hastool/report/PlayTee.h>
 #include <hastool/report/Report.h>
 #include <hastool/ui/PlayProgress.h>
@@ -29,6 +30,7 @@ constexpr char kExamples[] = R"(Examples:
   hastool play --fast -o film.ts http://host/master.m3u8
   hastool play --duration 60 --trace play.csv http://host/live.m3u8
   hastool play --report play.html http://host/master.m3u8
+  hastool play --rule hybrid --trace play.csv http://host/manifest.mpd
   hastool play --pause-at 20:10 --limit 0-1500000 http://host/manifest.mpd
   hastool play --audio en --subtitles de -o film.ts http://host/master.m3u8
   hastool play --json --start-bitrate 1500000 http://host/master.m3u8
@@ -114,6 +116,12 @@ void PlayCommand::addSwitcherOptions() {
     constexpr int kMaxInt = std::numeric_limits<int>::max();
     CLI::App& command = *m_command;
     command
+        .add_option("--rule", m_options.rule,
+                    "What chooses the streams: adaptive; hybrid, which spends the buffer and gives "
+                    "up transfers that would outlast it; or a shared library of one's own")
+        ->capture_default_str()
+        ->type_name("adaptive|hybrid|FILE.so");
+    command
         .add_option("--audio-bitrate", m_options.audioBitrate,
                     "Play the best audio up to this many bits per second, not the lowest; without "
                     "separate audio, what the audio in the streams comes to")
@@ -142,6 +150,9 @@ void PlayCommand::addSwitcherOptions() {
 
 /// Reads the options that CLI11 leaves as text. @throws ToolError for a text that cannot be read
 void PlayCommand::completeOptions() {
+    if (!isStreamRule(m_options.rule))
+        throw ToolError("--rule", "neither adaptive nor hybrid nor a name that ends in .so: " +
+                                      inQuotes(m_options.rule));
     m_options.bufferGoal = inMilliseconds(m_bufferGoal);
     m_options.liveTimeout = inMilliseconds(m_liveTimeout);
     for (const std::string& text : m_limits) {

@@ -158,6 +158,14 @@ public:
     /// track on by a piece. May fetch documents, see FetchDocument. @throws ToolError when the
     /// presentation cannot go on
     virtual NextPiece next(size_t track, size_t stream) = 0;
+    /// The last piece of a track again, from another stream, in place of the one that next() gave;
+    /// next() then goes on behind it. Where what comes is no piece, and after an exception, it can
+    /// be called again. Not to be called before the first piece, or for a part of a segment, see
+    /// isInside(). @throws ToolError, DocumentWanted as next()
+    virtual NextPiece again(size_t track, size_t stream) = 0;
+    /// The bytes of a track's next piece in each stream; empty where they are not known, or not
+    /// without fetching anything.
+    virtual std::vector<uint64_t> nextSizes(size_t) const { return {}; }
 
 protected:
     /// Keeps a warning for takeWarnings(), unless the same text was given before.

@@ -75,6 +75,20 @@ const Outcome* EngineFetcher::outcome(Id id) const {
     return aside.engine->outcome(aside.id);
 }
 
+uint64_t EngineFetcher::received(Id id) const {
+    if (id > 0)
+        return m_downloader.received(id);
+    const Aside& aside = m_asides.at(id);
+    return aside.engine->received(aside.id);
+}
+
+uint64_t EngineFetcher::expected(Id id) const {
+    if (id > 0)
+        return m_downloader.expected(id);
+    const Aside& aside = m_asides.at(id);
+    return aside.engine->expected(aside.id);
+}
+
 /// It may have ended while another one was begun, before any wait has seen it.
 void EngineFetcher::forget(Id id) {
     m_names.erase(id);

@@ -22,6 +22,8 @@ public:
     Id begin(const Resource& resource, ByteSink& sink) override;
     Id beginAside(const Resource& resource, ByteSink& sink) override;
     const Outcome* outcome(Id id) const override;
+    uint64_t received(Id id) const override;
+    uint64_t expected(Id id) const override;
     void forget(Id id) override;
     void cancel(Id id) override;
     void hold(bool held) override;

@@ -6,6 +6,7 @@
 #include <hastool/net/ByteRange.h>
 #include <hastool/net/Downloader.h>
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <utility>
@@ -30,6 +31,10 @@ public:
     virtual Id beginAside(const Resource& resource, ByteSink& sink) = 0;
     /// How a transfer ended; null while it has not.
     virtual const Outcome* outcome(Id id) const = 0;
+    /// The bytes of a transfer so far.
+    virtual uint64_t received(Id id) const = 0;
+    /// How many there will be; 0 where that is not known (yet).
+    virtual uint64_t expected(Id id) const = 0;
     /// Forgets a transfer that has ended.
     virtual void forget(Id id) = 0;
     /// Ends a transfer that has not ended; its outcome comes as that of any other.

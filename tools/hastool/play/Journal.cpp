@@ -101,6 +101,12 @@ void Journal::transferred(const Outcome& outcome) {
     m_summary.retries += static_cast<uint64_t>(outcome.retries);
 }
 
+void Journal::gaveUp(const std::string& what, uint64_t bytes) {
+    ++m_summary.givenUp;
+    m_summary.wasted += bytes;
+    event("give-up", what);
+}
+
 void Journal::taken(uint64_t bytes) {
     ++m_summary.segments;
     m_summary.bytes += bytes;

@@ -45,6 +45,8 @@ public:
     /// A segment of the main track is there; its resolution is known, or is not.
     void shown(const TraceRow& row);
     void transferred(const Outcome& outcome);
+    /// A transfer of a piece was given up for a lower stream. @param bytes  that it had brought
+    void gaveUp(const std::string& what, uint64_t bytes);
     void taken(uint64_t bytes);
     /// Counts media of the main track for the mean bitrate.
     void chosen(double seconds, int bitrate);

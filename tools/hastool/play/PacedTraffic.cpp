@@ -37,6 +37,11 @@ void PacedTraffic::waited() {
     m_last.reset();
 }
 
+PacedTraffic::Flow PacedTraffic::flow() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_flow;
+}
+
 void PacedTraffic::flush() {
     const std::lock_guard<std::mutex> lock(m_mutex);
     handOn();
@@ -47,8 +52,11 @@ void PacedTraffic::take() {
     if (!m_last)
         return;
     const unsigned int start = m_count > 0 ? std::max(m_last->start, m_end) : m_last->start;
-    if (m_last->end > start)
+    if (m_last->end > start) {
         m_busy += m_last->end - start;
+        m_flow.time += std::chrono::milliseconds(m_last->end - start);
+    }
+    m_flow.bytes += m_last->count;
     m_end = m_count > 0 ? std::max(m_end, m_last->end) : m_last->end;
     m_count += m_last->count;
     m_last.reset();

@@ -3,6 +3,8 @@
 
 #include <Hasnet/IDownloadEvent.h>
 
+#include <chrono>
+#include <cstdint>
 #include <mutex>
 #include <optional>
 
@@ -29,6 +31,12 @@ public:
     void end();
     /// The bytes that were told of last had been waited for.
     void waited();
+    /// What came of such transfers, and how long it flowed, all together.
+    struct Flow {
+        uint64_t bytes = 0;
+        std::chrono::milliseconds time{0};
+    };
+    Flow flow();
     /// Hands on what was gathered; to be called before the checker is polled.
     void flush();
 
@@ -49,6 +57,7 @@ private:
     unsigned int m_busy = 0;     ///< milliseconds in which bytes flowed
     unsigned int m_end = 0;      ///< of the last of them
     unsigned int m_count = 0;    ///< these bytes
+    Flow m_flow;
 };
 
 } // namespace hastool

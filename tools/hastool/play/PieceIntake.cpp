@@ -55,7 +55,7 @@ ArrivedPiece PieceIntake::arrive(PlayTrack& track, const PieceOrder& order, cons
     track.failuresInARow = 0;
     track.bytes += media.size();
     track.mediaSeconds += order.piece.seconds;
-    buffered(track, order, outcome.bytes);
+    buffered(track, order, outcome);
     ArrivedPiece arrived{order.piece, std::move(media), track.initBytes,
                          rowOf(track, order, outcome), position};
     track.change = "";
@@ -89,8 +89,9 @@ void PieceIntake::takeEvents(const PlayTrack& track, const ArrivedPiece& arrived
         m_events.reach(piece.start, piece.seconds, arrived.position);
 }
 
-void PieceIntake::buffered(PlayTrack& track, const PieceOrder& order, uint64_t bytes) {
+void PieceIntake::buffered(PlayTrack& track, const PieceOrder& order, const Outcome& outcome) {
     const MediaPiece& piece = order.piece;
+    const uint64_t bytes = outcome.bytes;
     track.seconds += piece.seconds;
     m_journal.taken(bytes);
     m_buffer.add(inMilliseconds(piece.seconds) - order.counted,
@@ -99,7 +100,7 @@ void PieceIntake::buffered(PlayTrack& track, const PieceOrder& order, uint64_t b
     if (track.number != 0)
         return;
     m_journal.chosen(piece.seconds, track.bitrate());
-    m_adaptation.taken(m_buffer);
+    m_adaptation.taken(piece, outcome, m_buffer);
 }
 
 void PieceIntake::skip(PlayTrack& track, const PieceOrder& order, const Outcome& outcome) {

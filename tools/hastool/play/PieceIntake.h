@@ -54,7 +54,7 @@ public:
 private:
     void protect(const MediaPiece& piece, const MediaPart& part, std::string& bytes);
     void takeEvents(const PlayTrack& track, const ArrivedPiece& arrived);
-    void buffered(PlayTrack& track, const PieceOrder& order, uint64_t bytes);
+    void buffered(PlayTrack& track, const PieceOrder& order, const Outcome& outcome);
     TraceRow rowOf(const PlayTrack& track, const PieceOrder& order, const Outcome& outcome);
 
     const bool m_isFast;

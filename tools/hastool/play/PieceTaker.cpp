@@ -25,6 +25,8 @@ TraceRow orderRow(const PieceOrder& order, const Outcome& outcome) {
     row.retries = outcome.retries;
     row.url = outcome.url;
     row.attempts = outcome.attempts;
+    row.givenUp = order.givenUp;
+    row.wasted = order.wasted;
     return row;
 }
 

@@ -20,6 +20,9 @@ struct PieceOrder {
     double begun = 0;                     ///< seconds since the play began
     std::chrono::milliseconds counted{0}; ///< media of it that the buffer has already
     uint64_t countedBytes = 0;
+    size_t streamBefore = 0; ///< of the track, when the piece was asked for
+    int givenUp = 0;         ///< transfers of it that were given up for a lower stream
+    uint64_t wasted = 0;     ///< bytes that these had brought
 };
 
 /// A piece that has come, with all that its digestion needs: its track may be on its way to another

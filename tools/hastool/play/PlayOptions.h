@@ -18,14 +18,15 @@ namespace hastool {
 struct PlayOptions {
     std::string url;
     EngineOptions engine;
-    bool fast = false;          ///< play as quickly as media comes in
-    std::string output;         ///< the media file to write; empty to write none
-    RenditionChoice renditions; ///< which are played
-    std::string trace;          ///< the trace to write; empty to write none
-    double duration = 0;        ///< stop after so many seconds of media; 0 for all
-    uint64_t maxSegments = 0;   ///< stop after so many segments; 0 for all
-    int startBitrate = 0;       ///< begin with the best stream up to this; 0 for the lowest
-    int audioBitrate = 0;       ///< play the best audio stream up to this; 0 for the lowest
+    bool fast = false;             ///< play as quickly as media comes in
+    std::string output;            ///< the media file to write; empty to write none
+    RenditionChoice renditions;    ///< which are played
+    std::string trace;             ///< the trace to write; empty to write none
+    double duration = 0;           ///< stop after so many seconds of media; 0 for all
+    uint64_t maxSegments = 0;      ///< stop after so many segments; 0 for all
+    std::string rule = "adaptive"; ///< what chooses the streams, see makeStreamRule()
+    int startBitrate = 0;          ///< begin with the best stream up to this; 0 for the lowest
+    int audioBitrate = 0;          ///< play the best audio stream up to this; 0 for the lowest
     std::vector<std::pair<int, int>> limits;       ///< allowed bitrates, inclusive
     std::vector<hascommon::bitrateParam_t> groups; ///< see IBitrateSwitcher
     int marginKbps = 0;     ///< bandwidth kept free; 0 for the switcher's default

@@ -46,6 +46,7 @@ Player::Player(PlayOptions options, PlayObserver& observer, const PlayWorld& wor
     , m_clock(world.clock)
     , m_mainWriter(std::make_unique<MediaWriter>(m_options.output))
     , m_journal(m_options, observer, m_clock)
+    , m_adaptation(m_options.rule, m_clock)
     , m_fetcher(world.connect(m_options.engine, m_adaptation.traffic()))
     , m_keys([this](const std::string& url, std::string& bytes) {
         return m_desk.bytes(url, kMaxKeyBytes, bytes);
@@ -248,6 +249,7 @@ void Player::settle() {
 void Player::holdTransfers() {
     const bool isFull = !m_options.fast && m_buffer.level() >= m_options.bufferGoal;
     m_fetcher->hold((isFull || m_viewer.isPaused()) && !isInterrupted());
+    m_adaptation.hold(m_fetcher->isHeld());
 }
 
 bool Player::isStalled() const {

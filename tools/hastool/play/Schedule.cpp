@@ -11,7 +11,8 @@ Schedule::Schedule(const PlayOptions& options, const TrackFeed::Parts& parts,
     : m_options(options)
     , m_clock(parts.clock)
     , m_journal(parts.journal)
-    , m_buffer(parts.buffer) {
+    , m_buffer(parts.buffer)
+    , m_adaptation(parts.adaptation) {
     for (PlayTrack& track : tracks)
         m_feeds.emplace_back(parts, track);
 }
@@ -67,7 +68,7 @@ TrackFeed* Schedule::pick() {
     TrackFeed* best = nullptr;
     for (TrackFeed& feed : m_feeds) {
         const PlayTrack& track = feed.track();
-        if (!feed.isIdle() || !mayAsk(track) || isAhead(track) || (isFull(track) && isBusy()))
+        if (!feed.isIdle() || !mayAsk(track) || isAhead(track) || waitsForRoom(track))
             continue;
         if (best == nullptr || track.seconds < best->track().seconds)
             best = &feed;
@@ -99,6 +100,12 @@ bool Schedule::isFull(const PlayTrack& track) const {
 bool Schedule::isBusy() const {
     return std::any_of(m_feeds.begin(), m_feeds.end(),
                        [](const TrackFeed& feed) { return !feed.isIdle(); });
+}
+
+/// A fast play drains its buffer only as media comes, so that waiting would never end.
+bool Schedule::waitsForRoom(const PlayTrack& track) const {
+    const bool isHeldFirst = !m_adaptation.choosesWhenFull() && !m_options.fast;
+    return isFull(track) && (isHeldFirst || isBusy());
 }
 
 bool Schedule::isAhead(const PlayTrack& track) const {

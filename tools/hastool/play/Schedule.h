@@ -10,7 +10,8 @@ namespace hastool {
 
 /// Fetches all tracks at the same time, each with one transfer at most, until they have ended or
 /// enough was fetched. A track whose buffer is full begins a piece, whose transfer is then held,
-/// only when every other track is full too and nothing is under way.
+/// only when every other track is full too and nothing is under way; where the rule does not choose
+/// when the buffer is full, it begins none.
 class Schedule {
 public:
     /// All are borrowed.
@@ -30,6 +31,7 @@ private:
     bool isFull(const PlayTrack& track) const;
     bool isAhead(const PlayTrack& track) const;
     bool isBusy() const;
+    bool waitsForRoom(const PlayTrack& track) const;
     uint64_t begun() const;
     TrackFeed* findReady();
     TrackFeed* pick();
@@ -38,6 +40,7 @@ private:
     const Clock& m_clock;
     const Journal& m_journal;
     const PlaybackBuffer& m_buffer;
+    const Adaptation& m_adaptation;
     std::deque<TrackFeed> m_feeds; ///< a deque, as transfers write into feeds, which must not move
 };
 

@@ -64,6 +64,10 @@ std::string toText(const Summary& s) {
     text += line("switches      %d up, %d down\n", s.switchesUp, s.switchesDown);
     text +=
         line("stalls        %d, %.1f s; %.1f s to start\n", s.stalls, s.stallTime, s.startupTime);
+    if (s.givenUp > 0)
+        text += line("given up      %llu transfer%s, %.2f MB wasted\n",
+                     static_cast<unsigned long long>(s.givenUp), s.givenUp == 1 ? "" : "s",
+                     static_cast<double>(s.wasted) / 1e6);
     if (s.liveDistance > 0)
         text += line("live edge     %.1f s behind on average\n", s.liveDistance);
     text += line("downloads     %llu, %llu %s\n", static_cast<unsigned long long>(s.downloads),
@@ -101,6 +105,8 @@ nlohmann::ordered_json toJson(const Summary& s) {
         {"stall_s", rounded(s.stallTime)},
         {"live_distance_s", s.liveDistance > 0 ? nlohmann::ordered_json(rounded(s.liveDistance))
                                                : nlohmann::ordered_json()},
+        {"given_up", s.givenUp},
+        {"wasted_bytes", s.wasted},
         {"downloads", s.downloads},
         {"retries", s.retries},
         {"bandwidth_bps", measured(s.bandwidth)},

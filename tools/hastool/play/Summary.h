@@ -28,6 +28,8 @@ struct Summary {
     int switchesDown = 0;
     int stalls = 0;
     double stallTime = 0;
+    uint64_t givenUp = 0; ///< transfers that were given up for a lower stream
+    uint64_t wasted = 0;  ///< bytes that these had brought
     uint64_t downloads = 0;
     uint64_t retries = 0;
     double liveDistance = 0; ///< mean distance to the live edge; 0 where it was never measured

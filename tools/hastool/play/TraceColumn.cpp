@@ -91,6 +91,10 @@ const std::vector<TraceColumn> kPlayColumns = {
      "of the rendition, as in `1280x720`; empty where it is not known", "picture", 8, "resolution"},
     {"live_distance", Unit::Seconds, [](Row row) { return Value(row.liveDistance); },
      "of what is played, behind the live edge; 0 in a recording", "behind live", 16, "", true},
+    {"given_up", Unit::None, [](Row row) { return Value(row.givenUp); },
+     "how many of its transfers were given up for a lower stream"},
+    {"wasted_bytes", Unit::None, [](Row row) { return Value(row.wasted); },
+     "what these had brought"},
 };
 
 } // namespace

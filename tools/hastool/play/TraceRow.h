@@ -37,6 +37,8 @@ struct TraceRow {
     static constexpr int kNotAsked = -2;
     int retries = 0;         ///< of this segment
     bool skipped = false;    ///< it could not be had
+    int givenUp = 0;         ///< transfers of it that were given up for a lower stream
+    uint64_t wasted = 0;     ///< bytes that these had brought
     double liveDistance = 0; ///< of what is played then, seconds; 0 where there is no live edge
     std::string url;         ///< after all redirects
     std::vector<Attempt> attempts; ///< of its media

@@ -4,6 +4,7 @@
 #include <hastool/base/Quantities.h>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace hastool {
@@ -22,8 +23,12 @@ bool TrackFeed::isReady() const {
 }
 
 void TrackFeed::ask() {
-    m_order = {};
-    choose();
+    if (!m_isAgain) {
+        m_order = {};
+        m_order.streamBefore = m_track.stream;
+        m_isSettled = false;
+        choose();
+    }
     m_stage = Stage::Asking;
     proceed();
     digest();
@@ -64,6 +69,8 @@ void TrackFeed::go() {
         fetchInit();
     if (m_stage == Stage::Media)
         fetchMedia();
+    if (m_stage == Stage::Asking) // the media was given up
+        go();
 }
 
 /// Asks the switcher, but not before the first segment: until then nothing has been measured.
@@ -71,10 +78,19 @@ void TrackFeed::choose() {
     if (m_track.number != 0 || m_parts.journal.segments() == 0 ||
         m_parts.presentation.isInside(m_track.number))
         return;
-    m_order.choice = m_parts.adaptation.choose(m_track, m_parts.buffer);
+    m_order.choice = m_parts.adaptation.choose(m_track, nextSegment(), m_parts.buffer);
     const auto stream = m_order.choice.stream;
     if (stream && *stream != m_track.stream && !m_track.isBroken[*stream])
         changeTo(*stream);
+}
+
+/// Its length is that of the last one, as long as no manifest was asked.
+StreamRule::NextSegment TrackFeed::nextSegment() const {
+    StreamRule::NextSegment next;
+    next.duration = StreamRule::Time(std::llround(m_lastSeconds * 1e6));
+    next.bytes = m_parts.presentation.nextSizes(m_track.number);
+    next.index = m_pieces;
+    return next;
 }
 
 void TrackFeed::changeTo(size_t stream) {
@@ -98,7 +114,9 @@ void TrackFeed::askPresentation() {
 /// Asks the presentation. A stream whose manifest cannot be had is left for another.
 std::optional<NextPiece> TrackFeed::nextPiece() {
     try {
-        NextPiece next = m_parts.presentation.next(m_track.number, m_track.stream);
+        Presentation& presentation = m_parts.presentation;
+        NextPiece next = m_isAgain ? presentation.again(m_track.number, m_track.stream)
+                                   : presentation.next(m_track.number, m_track.stream);
         m_parts.journal.troubles(m_parts.presentation.takeWarnings());
         m_parts.events.announce(m_parts.presentation.takeEvents());
         m_track.lastGoodStream = m_track.stream;
@@ -124,6 +142,11 @@ void TrackFeed::leaveStream(const ToolError& error) {
 }
 
 void TrackFeed::take(NextPiece next) {
+    const bool isNone = next.kind == NextPiece::Kind::End || next.piece.missing;
+    if (m_isAgain && isNone && !m_isSettled) {
+        goBack();
+        return;
+    }
     if (next.kind == NextPiece::Kind::End) {
         m_track.ended = true;
         m_parts.intake.end(m_track);
@@ -133,21 +156,25 @@ void TrackFeed::take(NextPiece next) {
         m_track.askAt = m_parts.clock.steady() + std::min(next.wait, kAskAgain);
         return;
     }
+    const bool isReached = std::exchange(m_isAgain, false);
     m_order.piece = std::move(next.piece);
     m_order.begun = m_parts.journal.seconds();
     if (m_order.piece.lost > 0 || m_order.piece.missing)
         digest(); // The rows of pieces keep their order.
     m_parts.intake.lose(m_order.piece.lost);
-    if (m_track.number == 0) {
-        tell([this, piece = m_order.piece, position = m_track.seconds](Journal& journal) {
-            journal.reached(piece);
-            m_parts.events.reach(piece.start, piece.seconds, position);
-        });
-    }
+    if (m_track.number == 0 && !isReached)
+        reach();
     if (m_order.piece.missing)
         m_parts.intake.skip(m_track, m_order, {});
     else
         m_stage = Stage::Init;
+}
+
+void TrackFeed::reach() {
+    tell([this, piece = m_order.piece, position = m_track.seconds](Journal& journal) {
+        journal.reached(piece);
+        m_parts.events.reach(piece.start, piece.seconds, position);
+    });
 }
 
 void TrackFeed::fetchInit() {
@@ -176,25 +203,79 @@ void TrackFeed::fetchMedia() {
     if (!outcome)
         return;
     m_stage = Stage::Idle;
+    m_instead.reset(); // it came before it could be given up
+    m_lastSeconds = m_order.piece.seconds;
+    ++m_pieces;
     m_arrived = m_parts.intake.arrive(m_track, m_order, *outcome, std::move(media));
+}
+
+/// Not what comes as it is made: a lower stream's would come no sooner. Not a part of a segment
+/// either: the parts of another stream need not begin where this one's do.
+bool TrackFeed::mayGiveUp() const {
+    return m_track.number == 0 && m_stage == Stage::Media && m_part.hasBegun() && !m_isSettled &&
+           !m_instead && !m_slot.hasEnded() && m_order.piece.growsFor <= 0 &&
+           !m_parts.presentation.isInside(m_track.number);
+}
+
+void TrackFeed::watchPace() {
+    if (!mayGiveUp())
+        return;
+    const auto instead =
+        m_parts.adaptation.progress(m_track, m_slot.received(), m_slot.expected(), m_parts.buffer);
+    if (!instead || *instead == m_track.stream || m_track.isBroken[*instead])
+        return;
+    m_instead = instead;
+    m_slot.cancel();
+}
+
+/// Asks for the same piece of a lower stream.
+void TrackFeed::giveUp(const Outcome& outcome) {
+    const int from = m_track.bitrate();
+    ++m_order.givenUp;
+    m_order.wasted += outcome.bytes;
+    changeAgain(*std::exchange(m_instead, std::nullopt));
+    m_parts.journal.gaveUp("gave up segment " + std::to_string(m_order.piece.index) + " of " +
+                               rateText(from) + " after " + std::to_string(outcome.bytes) +
+                               " bytes for " + rateText(m_track.bitrate()),
+                           outcome.bytes);
+    m_isAgain = true;
+    m_stage = Stage::Asking;
+}
+
+/// The lower stream does not have the piece, so the stream that was left has to do.
+void TrackFeed::goBack() {
+    m_isSettled = true;
+    changeAgain(m_leftStream);
+}
+
+/// Nobody has seen the stream that is left: the piece's record tells the change from the one
+/// before.
+void TrackFeed::changeAgain(size_t stream) {
+    m_leftStream = m_track.stream;
+    changeTo(stream);
+    if (stream == m_order.streamBefore)
+        m_track.change = "";
+    else
+        m_track.change = stream > m_order.streamBefore ? "up" : "down";
 }
 
 void TrackFeed::watchChunks() {
     m_part.watch(readInitTracks(m_track.initBytes), m_parts.adaptation.traffic());
-    m_isGivenUp = false;
+    m_isCut = false;
     m_deadline = m_parts.clock.steady() + m_parts.liveTimeout +
                  std::chrono::milliseconds(static_cast<long long>(m_order.piece.growsFor * 1000));
 }
 
 void TrackFeed::progress() {
+    watchPace();
     const ChunkSink* const chunks = m_part.chunks();
     if (chunks == nullptr)
         return;
     const ChunkSink::Arrived arrived = chunks->arrived();
     m_parts.intake.count(m_track, m_order, arrived.seconds, arrived.bytes);
-    if (m_isGivenUp || m_parts.clock.steady() < m_deadline)
+    if (m_isCut || m_parts.clock.steady() < m_deadline)
         return;
-    m_isGivenUp = true;
+    m_isCut = true;
     m_slot.cancel();
 }
 
@@ -203,7 +284,7 @@ void TrackFeed::progress() {
 void TrackFeed::takeCut(const Outcome& outcome, std::string& media) {
     MediaPiece& piece = m_order.piece;
     const double kept = static_cast<double>(m_order.counted.count()) / 1000;
-    const std::string why = m_isGivenUp ? "it does not end" : outcome.failure;
+    const std::string why = m_isCut ? "it does not end" : outcome.failure;
     if (!isInterrupted())
         m_parts.journal.trouble(piece.media.resource.url + ": " + why + "; cut after " +
                                 secondsText(kept));
@@ -222,6 +303,8 @@ std::optional<Outcome> TrackFeed::fetchPart(const MediaPart& part, size_t limit,
     try {
         if (!m_part.hasBegun()) {
             m_part.begin(part, m_order.piece.index, limit);
+            if (m_track.number == 0 && m_stage == Stage::Media)
+                m_parts.adaptation.begun(m_track, m_order.piece, m_parts.buffer);
             return std::nullopt;
         }
         progress();
@@ -229,6 +312,10 @@ std::optional<Outcome> TrackFeed::fetchPart(const MediaPart& part, size_t limit,
         if (outcome.ok)
             return outcome;
         m_stage = Stage::Idle;
+        if (m_instead && !isInterrupted()) {
+            giveUp(outcome);
+            return std::nullopt;
+        }
         if (m_order.counted.count() > 0)
             takeCut(outcome, bytes);
         else if (!isInterrupted())

@@ -21,6 +21,9 @@ namespace hastool {
 /// where it is encrypted: one transfer after the other. It never waits: proceed() goes on when a
 /// transfer has ended.
 ///
+/// The transfer of a main track's piece may be given up on the way, when the adaptation wants the
+/// same piece of a lower stream: what has come of it is thrown away.
+///
 /// A piece that has come is kept until the request for the next one is on its way, and is digested
 /// then, at the latest by digest().
 class TrackFeed {
@@ -59,8 +62,8 @@ public:
     /// Writes the piece that has come, if there is one that is not written yet. @throws ToolError
     /// when the play cannot go on
     void digest();
-    /// Takes in what has come of a piece that is still being made, and gives one up that does not
-    /// end.
+    /// Takes in what has come of a piece that is still being made, and cuts one off that does not
+    /// end. Asks whether a transfer is to be given up.
     void progress();
     /// Does all that needs no waiting. @throws ToolError when the play cannot go on
     void proceed();
@@ -73,13 +76,20 @@ private:
     void go();
     void tell(const News& news);
     void choose();
+    StreamRule::NextSegment nextSegment() const;
     void changeTo(size_t stream);
     void askPresentation();
     std::optional<NextPiece> nextPiece();
     void leaveStream(const ToolError& error);
     void take(NextPiece next);
+    void reach();
     void fetchInit();
     void fetchMedia();
+    bool mayGiveUp() const;
+    void watchPace();
+    void giveUp(const Outcome& outcome);
+    void goBack();
+    void changeAgain(size_t stream);
     void watchChunks();
     void takeCut(const Outcome& outcome, std::string& media);
     std::optional<Outcome> fetchPart(const MediaPart& part, size_t limit, std::string& bytes);
@@ -93,8 +103,14 @@ private:
     PieceOrder m_order;
     std::optional<ArrivedPiece> m_arrived; ///< and not digested yet
     std::vector<News> m_news;              ///< to be told after it
+    double m_lastSeconds = 0;              ///< length of the last piece
+    uint64_t m_pieces = 0;                 ///< that have come
     Clock::TimePoint m_deadline;           ///< of a growing piece
-    bool m_isGivenUp = false;              ///< it did not end in time
+    bool m_isCut = false;                  ///< it did not end in time
+    std::optional<size_t> m_instead;       ///< the stream that the transfer is being given up for
+    bool m_isAgain = false;   ///< the piece is to be asked for again, of another stream
+    size_t m_leftStream = 0;  ///< before that
+    bool m_isSettled = false; ///< the piece is not given up (again)
 };
 
 } // namespace hastool

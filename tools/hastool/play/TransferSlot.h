@@ -4,6 +4,7 @@
 #include "Fetcher.h"
 #include "Journal.h"
 
+#include <cstdint>
 #include <optional>
 
 namespace hastool {
@@ -23,6 +24,9 @@ public:
     }
     /// Whether there is a transfer, and it has ended.
     bool hasEnded() const { return m_id && m_fetcher.outcome(*m_id) != nullptr; }
+    /// The bytes of the transfer so far, and how many there will be; 0 where that is not known.
+    uint64_t received() const { return m_id ? m_fetcher.received(*m_id) : 0; }
+    uint64_t expected() const { return m_id ? m_fetcher.expected(*m_id) : 0; }
     /// Ends the transfer early, if there is one; it is taken as any other.
     void cancel() {
         if (m_id)

@@ -57,6 +57,13 @@ const Outcome* VirtualLine::outcome(Id id) const {
     return outcome ? &*outcome : nullptr;
 }
 
+/// The head of an answer comes with its first byte.
+uint64_t VirtualLine::expected(Id id) const {
+    const Transfer& transfer = m_transfers.at(id);
+    const bool isKnown = transfer.firstByte <= m_clock.steady() && transfer.answer.failure.empty();
+    return isKnown && transfer.answer.bytesPerSecond <= 0 ? transfer.size : 0;
+}
+
 void VirtualLine::hold(bool held) {
     if (m_held && !held)
         m_resumed = m_clock.steady();

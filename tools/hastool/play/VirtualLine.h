@@ -46,6 +46,8 @@ public:
     Id begin(const Resource& resource, ByteSink& sink) override;
     Id beginAside(const Resource& resource, ByteSink& sink) override;
     const Outcome* outcome(Id id) const override;
+    uint64_t received(Id id) const override { return m_transfers.at(id).delivered; }
+    uint64_t expected(Id id) const override;
     void forget(Id id) override { m_transfers.erase(id); }
     void cancel(Id id) override;
     void hold(bool held) override;

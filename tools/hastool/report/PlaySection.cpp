@@ -83,6 +83,10 @@ ordered_json segmentData(const TraceRow& row) {
         if (*column.key != '\0')
             data[column.key] = jsonOf(column.value(row));
     }
+    if (row.givenUp > 0) { // of most segments nothing is
+        data["givenUp"] = row.givenUp;
+        data["wasted"] = row.wasted;
+    }
     data["url"] = withoutSecrets(row.url);
     data["attempts"] = attemptsData(row.attempts);
     return data;
@@ -101,10 +105,14 @@ std::vector<TraceColumn> shownColumns() {
 }
 
 std::string noteOf(const TraceRow& row) {
-    std::string change = row.change;
-    if (!row.skipped)
-        return change;
-    return change.empty() ? "skipped" : change + ", skipped";
+    std::string note = row.change;
+    const auto add = [&](const std::string& text) { note += (note.empty() ? "" : ", ") + text; };
+    if (row.givenUp > 0)
+        add("given up " + (row.givenUp == 1 ? "once" : std::to_string(row.givenUp) + " times") +
+            ", " + sizeText(static_cast<double>(row.wasted)) + " wasted");
+    if (row.skipped)
+        add("skipped");
+    return note;
 }
 
 ordered_json headings(const std::vector<TraceColumn>& columns) {
@@ -171,6 +179,10 @@ std::vector<std::pair<std::string, std::string>> playFigures(const Summary& s) {
         {"Measured last", s.bandwidth == 0 ? "not measured" : rateText(s.bandwidth)},
         {"Pictures", resolutions(s)},
     };
+    if (s.givenUp > 0)
+        figures.emplace_back("Given up", std::to_string(s.givenUp) +
+                                             (s.givenUp == 1 ? " transfer, " : " transfers, ") +
+                                             sizeText(static_cast<double>(s.wasted)) + " wasted");
     if (s.liveDistance > 0)
         figures.emplace_back("Live edge", secondsText(s.liveDistance) + " behind on average");
     return figures;

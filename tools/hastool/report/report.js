@@ -38,6 +38,7 @@
     down: (x, y) => `M${short(x)} ${short(y + 6)}l5.5 -9h-11z`,
     redirect: (x, y) => `M${short(x)} ${short(y - 4)}l4 4l-4 4l-4 -4z`,
     skipped: (x, y) => `M${short(x - 4)} ${short(y - 4)}l8 8m0 -8l-8 8`,
+    'given-up': (x, y) => `M${short(x - 4)} ${short(y - 3)}h8l-4 7z`,
     retry: (x, y) => `M${short(x - 3.5)} ${short(y)}a3.5 3.5 0 1 0 7 0a3.5 3.5 0 1 0 -7 0`,
   };
 
@@ -200,8 +201,9 @@
     part('body', begin + waited, length - waited);
     drawHeld(bar, axis, segment, holds, y, height);
     let x = Math.max(begin + length, end) + 8;
-    for (const name of ['retry', 'redirect', 'skipped']) {
-      const isSo = {retry: segment.retries > 0, redirect: segment.redirects > 0, skipped: segment.skipped}[name];
+    for (const name of ['retry', 'redirect', 'given-up', 'skipped']) {
+      const isSo = {retry: segment.retries > 0, redirect: segment.redirects > 0, 'given-up': segment.givenUp > 0,
+        skipped: segment.skipped}[name];
       if (!isSo) continue;
       add(bar, 'path', {class: name, d: marks[name](x, y + height / 2)});
       x += 11;
@@ -290,6 +292,7 @@
     ];
     if (segment.retries) lines.push('retries ' + segment.retries);
     if (segment.redirects) lines.push('redirects ' + segment.redirects);
+    if (segment.givenUp) lines.push('given up of a higher stream ' + segment.givenUp + ', ' + size(segment.wasted) + ' wasted');
     if (segment.skipped) lines.push('skipped');
     if (segment.url) lines.push(segment.url);
     lines.push(...segment.attempts.map(attemptText));
@@ -431,7 +434,8 @@
     downloads: {
       draw: drawDownloads,
       legend: [['box', 'wait', 'to the first byte'], ['box', 'body', 'the rest, or all attempts'], ['mark', 'retry', 'retried'],
-        ['mark', 'redirect', 'redirected'], ['mark', 'skipped', 'skipped'], ['box', 'hold', 'held by the player']],
+        ['mark', 'redirect', 'redirected'], ['mark', 'given-up', 'given up'],
+        ['mark', 'skipped', 'skipped'], ['box', 'hold', 'held by the player']],
     },
   };
 

@@ -49,6 +49,17 @@ TEST(Summary, SaysWhatWasNotMeasured) {
     EXPECT_TRUE(hastool::toJson(it)["bandwidth_bps"].is_null());
 }
 
+TEST(Summary, TellsOfTransfersThatWereGivenUp) {
+    hastool::Summary it = summary();
+    EXPECT_EQ(hastool::toJson(it)["given_up"], 0);
+    it.givenUp = 1;
+    it.wasted = 530000;
+    EXPECT_NE(hastool::toText(it).find("\ngiven up      1 transfer, 0.53 MB wasted\n"),
+              std::string::npos);
+    EXPECT_EQ(hastool::toJson(it)["given_up"], 1);
+    EXPECT_EQ(hastool::toJson(it)["wasted_bytes"], 530000);
+}
+
 TEST(Summary, CountsOneAsOne) {
     hastool::Summary it = summary();
     it.retries = 1;

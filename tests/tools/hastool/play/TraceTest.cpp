@@ -50,9 +50,10 @@ TEST(Trace, WritesCsvRowByRow) {
         readFile(dir.file("t.csv.part")),
         "time_s,track,index,stream,bitrate_bps,bytes,duration_s,download_s,first_byte_s,redirects,"
         "bandwidth_bps,mean_bps,buffer_s,switch,stalls,stall_s,choice,choice_mean_bps,"
-        "choice_first_bps,choice_buffer_ms,retries,skipped,resolution,live_distance_s\n"
+        "choice_first_bps,choice_buffer_ms,retries,skipped,resolution,live_distance_s,"
+        "given_up,wasted_bytes\n"
         "1.500,audio,7,1,800000,200000,2.000,0.250,0.004,3,4000000,3000000,5.500,up,1,0.750,1,"
-        "2500000,7000000,4200,2,0,640x360,0.000\n");
+        "2500000,7000000,4200,2,0,640x360,0.000,0,0\n");
 }
 
 TEST(Trace, WritesAJsonListOfTheSameNames) {
@@ -68,7 +69,7 @@ TEST(Trace, WritesAJsonListOfTheSameNames) {
     }
     const auto list = nlohmann::json::parse(readFile(dir.file("t.json")));
     ASSERT_EQ(list.size(), 2U);
-    EXPECT_EQ(list[0].size(), 24U);
+    EXPECT_EQ(list[0].size(), 26U);
     EXPECT_EQ(list[0]["track"], "audio");
     EXPECT_EQ(list[0]["choice"], 1);
     EXPECT_EQ(list[0]["choice_buffer_ms"], 4200);

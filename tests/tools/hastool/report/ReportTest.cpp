@@ -135,6 +135,24 @@ TEST(Report, NotesSwitchesAndSkippedSegments) {
     EXPECT_EQ(count(page, "<td>skipped</td></tr>"), 1);
 }
 
+TEST(Report, TellsOfTransfersThatWereGivenUp) {
+    ReportedPlay play = reportedPlay();
+    EXPECT_FALSE(has(pageOf({play}), "<dt>Given up</dt>"));
+    hastool::TraceRow row = test::traceRow(12, 4, 0);
+    row.change = "down";
+    row.givenUp = 2;
+    row.wasted = 1500000;
+    play.record.onSegment(row);
+    play.summary.givenUp = 2;
+    play.summary.wasted = 1500000;
+    const std::string page = pageOf({play});
+    EXPECT_TRUE(has(page, "<dt>Given up</dt><dd>2 transfers, 1.50 MB wasted</dd>"));
+    EXPECT_EQ(count(page, "<td>down, given up 2 times, 1.50 MB wasted</td></tr>"), 1);
+    EXPECT_EQ(dataIn(page)["segments"].back()["givenUp"], 2);
+    EXPECT_EQ(dataIn(page)["segments"].back()["wasted"], 1500000);
+    EXPECT_EQ(dataIn(page)["segments"][0].count("givenUp"), 0U);
+}
+
 TEST(Report, ListsWhatThePlayerWasToldWithItsTime) {
     const std::string page = pageOf({reportedPlay()});
     EXPECT_TRUE(has(page, "<tr><td class=\"number\">0.800</td><td>bitrate</td><td>up from 300 "

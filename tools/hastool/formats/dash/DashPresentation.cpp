@@ -102,6 +102,7 @@ void DashPresentation::addTrack(const DashPeriod& period, TrackKind kind) {
     m_tracks.push_back(std::move(track));
     m_kinds.push_back(kind);
     m_readings.emplace_back(LiveWait(m_liveTimeout, m_loader.clock()));
+    m_before.push_back({m_readings.back(), 0});
 }
 
 NextPiece DashPresentation::next(size_t track, size_t stream) {
@@ -114,6 +115,44 @@ NextPiece DashPresentation::next(size_t track, size_t stream) {
     if (!manifest().isDynamic || m_timeline.isOver(manifest().periods.back(), reading.time()))
         return {};
     return wait(reading);
+}
+
+NextPiece DashPresentation::again(size_t track, size_t stream) {
+    DashReading& reading = m_readings.at(track);
+    const uint64_t told = m_before[track].lost;
+    DashReading behind = std::exchange(reading, m_before[track].reading);
+    reading.findIn(manifest().periods); // which may be others by now
+    try {
+        NextPiece result = next(track, stream);
+        result.piece.lost -= std::min(result.piece.lost, told);
+        if (result.kind == NextPiece::Kind::Piece)
+            m_before[track].lost = told;
+        return result;
+    } catch (...) {
+        reading = std::move(behind);
+        reading.findIn(manifest().periods);
+        throw;
+    }
+}
+
+std::vector<uint64_t> DashPresentation::nextSizes(size_t track) const {
+    const DashReading& reading = m_readings.at(track);
+    if (!reading.isJoined() || reading.period() >= manifest().periods.size())
+        return {};
+    const DashPeriod& period = manifest().periods[reading.period()];
+    std::vector<uint64_t> sizes;
+    for (size_t i = 0; i < m_tracks[track].streams.size(); ++i) {
+        const DashRepresentation* const chosen = choose(period, track, i);
+        const DashSegmentList* const list = chosen ? m_timeline.known(*chosen) : nullptr;
+        if (list == nullptr)
+            return {};
+        const auto segment = reading.next(period, reading.period(), *chosen, *list,
+                                          m_timeline.window(period, *chosen));
+        if (!segment || !segment->range || !segment->range->length)
+            return {};
+        sizes.push_back(*segment->range->length);
+    }
+    return sizes;
 }
 
 /// Asks again soon even where no new manifest is due: segments that the manifest does not list one
@@ -219,6 +258,7 @@ NextPiece DashPresentation::advance(size_t track, const DashFound& found) {
         result.piece.lost = reading.lostBefore(found, period);
     result.piece.growsFor = m_timeline.growsFor(*found.representation, found.segment);
     result.piece.discontinuity = reading.isBreak(found);
+    m_before[track] = {reading, result.piece.lost};
     reading.moveBehind(found, period);
     reading.wait.end();
     return result;

@@ -31,10 +31,18 @@ public:
     const std::vector<TrackInfo>& tracks() const override { return m_tracks; }
     bool isLive() const override { return manifest().isDynamic; }
     NextPiece next(size_t track, size_t stream) override;
+    NextPiece again(size_t track, size_t stream) override;
+    std::vector<uint64_t> nextSizes(size_t track) const override;
     std::optional<double> liveEdge() const override;
     bool isLowLatency() const override { return m_isLowLatency; }
 
 private:
+    /// Where a track was before its last piece.
+    struct Before {
+        DashReading reading;
+        uint64_t lost = 0; ///< pieces before that one, which have been told of
+    };
+
     const DashManifest& manifest() const { return m_loader.manifest(); }
     void tellProblems();
     void announceEvents();
@@ -60,6 +68,7 @@ private:
     std::vector<TrackInfo> m_tracks;
     std::vector<TrackKind> m_kinds; ///< of the tracks
     std::vector<DashReading> m_readings;
+    std::vector<Before> m_before;     ///< of the tracks
     std::optional<double> m_joinTime; ///< where all tracks begin; nothing until it is known
 };
 

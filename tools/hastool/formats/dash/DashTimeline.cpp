@@ -71,6 +71,11 @@ const DashSegmentList& DashTimeline::segments(const DashPeriod& period,
         .first->second;
 }
 
+const DashSegmentList* DashTimeline::known(const DashRepresentation& representation) const {
+    const auto found = m_lists.find(&representation);
+    return found != m_lists.end() ? &found->second : nullptr;
+}
+
 const SegmentIndex* DashTimeline::index(const DashRepresentation& representation) {
     const auto resource = DashUrls(representation, m_loader.url()).index();
     if (!resource)

@@ -50,6 +50,9 @@ public:
     const DashSegmentList& segments(const DashPeriod& period,
                                     const DashRepresentation& representation);
 
+    /// The same where it is known without fetching anything; else null.
+    const DashSegmentList* known(const DashRepresentation& representation) const;
+
 private:
     const SegmentIndex* index(const DashRepresentation& representation);
 

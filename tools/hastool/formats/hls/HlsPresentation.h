@@ -30,6 +30,12 @@ public:
     NextPiece next(size_t track, size_t stream) override {
         return m_readers.at(track).next(stream);
     }
+    NextPiece again(size_t track, size_t stream) override {
+        return m_readers.at(track).again(stream);
+    }
+    std::vector<uint64_t> nextSizes(size_t track) const override {
+        return m_readers.at(track).nextSizes();
+    }
 
 private:
     std::vector<TrackInfo> m_tracks;

@@ -126,7 +126,45 @@ NextPiece HlsTrack::next(size_t stream) {
     return result;
 }
 
+NextPiece HlsTrack::again(size_t stream) {
+    const double behind = std::exchange(m_time, m_lastTime);
+    const uint64_t following = std::exchange(m_sequence, m_lastSequence);
+    try {
+        return next(stream);
+    } catch (...) {
+        m_time = behind;
+        m_sequence = following;
+        throw;
+    }
+}
+
+std::vector<uint64_t> HlsTrack::nextSizes() const {
+    std::vector<uint64_t> sizes;
+    for (size_t i = 0; i < m_renditions.size(); ++i) {
+        const HlsSegment* const segment = peek(i);
+        if (segment == nullptr || !segment->range || !segment->range->length)
+            return {};
+        sizes.push_back(*segment->range->length);
+    }
+    return sizes;
+}
+
+/// The segment that would be next in a stream; null where that is not known, or it comes by parts.
+const HlsSegment* HlsTrack::peek(size_t stream) const {
+    const Rendition& rendition = m_renditions[stream];
+    const HlsPlaylist& playlist = rendition.playlist;
+    if (!m_joined || !rendition.loaded || m_part > 0)
+        return nullptr;
+    const bool isByTime = m_fromBegin && stream != m_current;
+    const uint64_t sequence = isByTime ? placeAt(playlist, m_time).sequence : m_sequence;
+    const uint64_t index = sequence - playlist.mediaSequence;
+    const bool isListed = sequence >= playlist.mediaSequence && index < playlist.segments.size();
+    return isListed ? &playlist.segments[static_cast<size_t>(index)] : nullptr;
+}
+
 void HlsTrack::advance(const Found& found) {
+    m_lastTime = m_time;
+    m_lastSequence = found.segment->sequence;
     m_time += found.part != nullptr ? found.part->seconds : found.segment->seconds;
     m_sequence = found.segment->sequence;
     if (found.part != nullptr)

@@ -54,6 +54,9 @@ public:
     /// The next piece of a stream. @throws ToolError when the track cannot go on
     NextPiece next(size_t stream);
     /// See Presentation.
+    NextPiece again(size_t stream);
+    std::vector<uint64_t> nextSizes() const;
+    /// See Presentation.
     std::optional<double> liveEdge() const;
     bool isLowLatency() const;
     bool isInside() const { return m_part > 0; }
@@ -88,6 +91,7 @@ private:
     };
     Found find(const Rendition& rendition, uint64_t& lost);
     Found findPart(const Rendition& rendition, const HlsSegment& segment);
+    const HlsSegment* peek(size_t stream) const;
     void leaveSegment();
     void advance(const Found& found);
     NextPiece nothingNew(const Rendition& rendition);
@@ -113,7 +117,9 @@ private:
     bool m_fromBegin = false; ///< the presentation was complete when it was joined
     double m_time = 0;        ///< media seconds before the next piece
     uint64_t m_sequence = 0;  ///< number of the next piece's segment
-    size_t m_part = 0;        ///< how many parts of that segment were handed out
+    double m_lastTime = 0;    ///< both of the last segment that was handed out whole
+    uint64_t m_lastSequence = 0;
+    size_t m_part = 0; ///< how many parts of that segment were handed out
     LiveWait m_wait;
 };
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace hastool {
 namespace {
@@ -98,7 +99,7 @@ void SmoothPresentation::addTrack(const char* type, const char* option, const st
             track.streams.push_back({it.bitrate, labelOf(it)});
     }
     m_tracks.push_back(std::move(track));
-    m_readings.push_back({LiveWait(m_liveTimeout, m_clock), type, wanted, 0, false});
+    m_readings.push_back({LiveWait(m_liveTimeout, m_clock), type, wanted, 0, 0, false});
 }
 
 std::vector<const SmoothStream*> SmoothPresentation::streamsOf(const std::string& type) const {
@@ -149,8 +150,20 @@ NextPiece SmoothPresentation::next(size_t track, size_t stream) {
     const double behind = result.piece.start - reading.time;
     if (m_manifest->isLive && behind > length / 2)
         result.piece.lost = static_cast<uint64_t>(std::llround(behind / length));
+    reading.last = result.piece.start;
     reading.time = result.piece.start + length;
     return result;
+}
+
+NextPiece SmoothPresentation::again(size_t track, size_t stream) {
+    Reading& reading = m_readings.at(track);
+    const double behind = std::exchange(reading.time, reading.last);
+    try {
+        return next(track, stream);
+    } catch (...) {
+        reading.time = behind;
+        throw;
+    }
 }
 
 SmoothPresentation::Clock::time_point

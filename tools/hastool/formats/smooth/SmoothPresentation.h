@@ -30,6 +30,7 @@ public:
     const std::vector<TrackInfo>& tracks() const override { return m_tracks; }
     bool isLive() const override { return m_manifest->isLive; }
     NextPiece next(size_t track, size_t stream) override;
+    NextPiece again(size_t track, size_t stream) override;
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -40,6 +41,7 @@ private:
         std::string type;
         std::string wanted; ///< language or name; empty for the first of the type
         double time = 0;    ///< seconds before the next piece
+        double last = 0;    ///< when the last one begins
         bool joined = false;
     };
 
