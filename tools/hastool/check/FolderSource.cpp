@@ -89,12 +89,18 @@ CheckSource::Fetched FolderSource::fetch(const Resource& resource) {
     return result;
 }
 
-/// @throws ToolError
-void FolderSource::read(const Resource& resource, Fetched& result) const {
-    const fs::path path = pathOf(m_folder, resource.url);
+std::optional<std::string> FolderSource::fileOf(const std::string& url) const {
+    if (!isLocal(url))
+        return std::nullopt;
+    const fs::path path = pathOf(m_folder, url);
     if (leadsOut(path, m_folder))
         throw ToolError("it lies outside the folder that is checked");
-    const BlockSource file = fileBlocks(path.string());
+    return path.string();
+}
+
+/// @throws ToolError
+void FolderSource::read(const Resource& resource, Fetched& result) const {
+    const BlockSource file = fileBlocks(fileOf(resource.url).value_or(std::string()));
     const uint64_t first = resource.range ? resource.range->first : 0;
     if (first > file.size || (resource.range && first == file.size))
         throw ToolError("its range begins behind its end, at " + std::to_string(file.size));

@@ -3,6 +3,7 @@
 
 #include "CheckSource.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,10 @@ public:
     void expect(const std::vector<Resource>& resources) override;
     Fetched fetch(const Resource& resource) override;
     std::string troubleNow() const override { return m_remote.troubleNow(); }
+
+    /// The file that a URL stands for; nothing where a real server has it. @throws ToolError for
+    /// one outside of the folder
+    std::optional<std::string> fileOf(const std::string& url) const;
 
 private:
     void read(const Resource& resource, Fetched& result) const;
