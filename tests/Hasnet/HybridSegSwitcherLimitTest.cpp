@@ -120,6 +120,17 @@ TEST_F(HybridLimitTest, APrematureChangeMakesTheWaitLonger) {
     EXPECT_EQ(wishAfter(20), 3);
 }
 
+TEST_F(HybridLimitTest, LeavingAGroupThatNobodyWaitedForIsNotPremature) {
+    setGroups({1, 2, 2, 2}, {1, 1, 1, 1});
+    settle(20000000);
+    switcher.SetSwitchParam(10, 0);
+    switcher.SetAudioBitrate(2000000000);
+    EXPECT_EQ(switcher.ProcessAdaptiveSeg(3, 0), 0);
+    switcher.SetAudioBitrate(0);
+    EXPECT_EQ(wishAfter(1), kStay);
+    EXPECT_EQ(wishAfter(10), 3);
+}
+
 TEST_F(HybridLimitTest, GivingUpLeavesAGroupToo) {
     setGroups({1, 2, 2, 2}, {1, 1, 1, 1});
     settle(20000000);

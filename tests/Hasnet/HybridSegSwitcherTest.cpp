@@ -207,8 +207,8 @@ TEST_F(HybridChoiceTest, LearnsTheDurationBeforePlayingBegins) {
         buffer += 1000;
         switcher.SegmentDone(1500000, 0, buffer, now);
     }
-    // Had the buffer been taken to drain, a segment would seem to last 4 s and this one to fit.
-    switcher.SetNextSizes({1, 1, 1, 1000000});
+    // Had the buffer been taken to drain, a segment would seem to last 2 s and this one to fit.
+    switcher.SetNextSizes({1, 1, 1, 700000});
     EXPECT_LT(played(0, 10000), kTop);
 }
 

@@ -23,10 +23,13 @@ TEST_F(HybridTransferTest, GoesOnWhereTheRestComesWithinTheBuffer) {
 }
 
 TEST_F(HybridTransferTest, NeverGivesUpInTheFirstMoments) {
-    switcher.SegmentBegun(kTop, kTopBytes, 2000, now);
-    for (long long ms = 0; ms <= 100; ms += 10)
-        EXPECT_EQ(switcher.SegmentProgress(100, 2000, now + ms), kStay);
-    EXPECT_EQ(switcher.SegmentProgress(100, 2000, now - 5000), kStay);
+    constexpr unsigned long long kBytesPerMs = 60; // The top stream would take 25 s.
+    constexpr unsigned int kBuffer = 20000;
+    switcher.SegmentBegun(kTop, kTopBytes, kBuffer, now);
+    EXPECT_EQ(switcher.SegmentProgress(100, kBuffer, now - 5000), kStay);
+    for (unsigned int ms = 10; ms <= 100; ms += 10)
+        EXPECT_EQ(switcher.SegmentProgress(kBytesPerMs * ms, kBuffer, now + ms), kStay);
+    EXPECT_GE(switcher.SegmentProgress(kBytesPerMs * 3000, kBuffer - 3000, now + 3000), 0);
 }
 
 TEST_F(HybridTransferTest, NeverGivesUpWhileNothingComes) {
@@ -76,14 +79,17 @@ TEST_F(HybridTransferTest, SwitchedOffItNeverGivesUp) {
 }
 
 TEST_F(HybridTransferTest, OneOfNoStreamIsNeverGivenUp) {
+    const auto crawlOf = [this](int index) {
+        switcher.SegmentBegun(index, kTopBytes, 7000, now);
+        return switcher.SegmentProgress(300000, 5000, now + 2000);
+    };
     for (const int index :
-         {std::numeric_limits<int>::min(), -1, 4, std::numeric_limits<int>::max()}) {
-        switcher.SegmentBegun(index, kTopBytes, 5000, now);
-        EXPECT_EQ(switcher.SegmentProgress(1000, 100, now + 3000), kStay);
-    }
-    switcher.SegmentBegun(kTop, kTopBytes, 5000, now);
+         {std::numeric_limits<int>::min(), -1, 4, std::numeric_limits<int>::max()})
+        EXPECT_EQ(crawlOf(index), kStay);
+    ASSERT_GE(crawlOf(kTop), 0);
+    switcher.SegmentBegun(kTop, kTopBytes, 7000, now);
     switcher.ResetData({300000, 800000, 1500000, 3000000}, false);
-    EXPECT_EQ(switcher.SegmentProgress(1000, 1000, now + 3000), kStay);
+    EXPECT_EQ(switcher.SegmentProgress(300000, 5000, now + 2000), kStay);
 }
 
 TEST_F(HybridTransferTest, GoesByTheSizesOfTheSegmentThatIsFetched) {
