@@ -15,6 +15,13 @@
 
 namespace test {
 
+/// A line on which a transfer cannot be cancelled any more: it has ended, but nobody has seen that.
+class LateLine : public hastool::VirtualLine {
+public:
+    using VirtualLine::VirtualLine;
+    void cancel(Id) override {}
+};
+
 /// Serves an HLS presentation from memory over a virtual line, plays it and keeps what its observer
 /// is told.
 class VirtualPlay : public hastool::PlayObserver {
@@ -70,10 +77,11 @@ public:
     /// Plays to the end. @return the error; empty without one
     std::string play() {
         const hastool::PlayWorld world{
-            clock, [this](const auto&, auto& traffic) {
-                return std::make_unique<hastool::VirtualLine>(
-                    line, [this](const hastool::Resource& it) { return answer(it.url); }, clock,
-                    traffic);
+            clock, [this](const auto&, auto& traffic) -> std::unique_ptr<hastool::Fetcher> {
+                const auto origin = [this](const hastool::Resource& it) { return answer(it.url); };
+                if (isLate)
+                    return std::make_unique<LateLine>(line, origin, clock, traffic);
+                return std::make_unique<hastool::VirtualLine>(line, origin, clock, traffic);
             }};
         m_begun = clock.steady();
         hastool::Player player(options, *this, world);
@@ -119,6 +127,7 @@ public:
 
     hastool::VirtualClock clock;
     hastool::VirtualLine::Options line;
+    bool isLate = false; ///< see LateLine
     hastool::PlayOptions options;
     std::map<std::string, std::string> texts;
     /// Asked before the presentation's own files; may answer nothing.
