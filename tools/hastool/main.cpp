@@ -11,6 +11,7 @@
 #include <hastool/commands/InfoCommand.h>
 #include <hastool/commands/PlayCommand.h>
 #include <hastool/commands/ServeCommand.h>
+#include <hastool/commands/SimulateCommand.h>
 #include <hastool/commands/SpsCommand.h>
 #include <hastool/commands/TsCommand.h>
 #include <hastool/commands/XPathCommand.h>
@@ -71,6 +72,7 @@ int run(int argc, char** argv) {
     hastool::DemoCommand demo(app);
     hastool::PlayCommand play(app);
     hastool::ServeCommand serve(app);
+    hastool::SimulateCommand simulate(app);
     hastool::InfoCommand info(app);
     hastool::CheckCommand check(app);
     hastool::GetCommand get(app);
@@ -93,7 +95,8 @@ int run(int argc, char** argv) {
         hastool::print(out.str());
         return status == 0 ? hastool::kDone : hastool::kWrongUsage;
     }
-    return runChosen(demo, play, serve, info, check, get, decrypt, cenc, boxes, ts, sps, xpath);
+    return runChosen(demo, play, serve, simulate, info, check, get, decrypt, cenc, boxes, ts, sps,
+                     xpath);
 }
 
 } // namespace

@@ -20,7 +20,7 @@ protected:
             fs::create_directories(project.path() / folder);
         for (const char* folder :
              {"base", "net", "formats/hls", "formats/dash", "formats/smooth", "media", "info",
-              "check", "play", "origin", "report", "ui", "demo", "commands"})
+              "check", "play", "origin", "simulate", "report", "ui", "demo", "commands"})
             fs::create_directories(project.path() / "tools/hastool" / folder);
         fs::copy(SOURCE_DIR "/scripts/check-limits.sh", project.path() / "scripts");
     }

@@ -12,5 +12,8 @@ extern const char kReportJs[];   ///< draws the charts of plays
 extern const char kCheckHtml[];  ///< the page of a check
 extern const char kCheckCss[];   ///< its styles beside the report's
 extern const char kCheckJs[];    ///< draws its charts
+extern const char kStudyHtml[];  ///< the page of a study
+extern const char kStudyCss[];   ///< its styles beside the report's
+extern const char kStudyJs[];    ///< draws its charts
 
 } // namespace hastool
