@@ -91,6 +91,15 @@ TEST_P(PlayTraceTest, SegmentsWithoutBytesTellNothing) {
     EXPECT_EQ(read({row(0, 0, 1, 100000), skipped}), (List{"1 s 800000 +0"}));
 }
 
+TEST_P(PlayTraceTest, WhatWasGivenUpCameBeforeTheDownloadThatFollowed) {
+    TraceRow lower = row(5, 0.5, 6, 50000);
+    lower.givenUp = 1;
+    lower.wasted = 35000;
+    EXPECT_EQ(read({row(0, 0, 1, 100000), lower}),
+              (List{"1 s 800000 +0", "0.5 s 800000 +500", "3.5 s 80000 +500", "0.5 s 80000 +500",
+                    "0.5 s 800000 +500"}));
+}
+
 TEST_P(PlayTraceTest, ABodyThatCameAtOnceTookAMillisecond) {
     EXPECT_EQ(read({row(0, 0.5, 0.5, 1000)}),
               (List{"0.499 s 8000000 +499", "0.001 s 8000000 +499"}));

@@ -221,7 +221,7 @@ TEST(Qoe, FollowsItsFormulas) {
     hastool::SimulatedRun run;
     run.figures.stallTime = 0.5;
     run.figures.startup = 0.25;
-    for (const size_t stream : {0, 1, 1, 0}) {
+    for (const size_t stream : {0U, 1U, 1U, 0U}) {
         run.segments.emplace_back();
         run.segments.back().stream = stream;
     }
