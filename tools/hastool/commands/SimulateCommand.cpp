@@ -29,6 +29,7 @@ constexpr std::chrono::minutes kTotalTime{10}; // unless --max-time says otherwi
 constexpr uint64_t kMaxParts = 1000000;
 constexpr double kMaxKbps = std::numeric_limits<int>::max() / 1000;
 constexpr double kMaxUpTimer = 86400;
+constexpr double kMaxRuleValue = 1e9;
 
 constexpr char kExamples[] = R"(Examples:
   hastool simulate --trace traces/3G --movie film.json
@@ -179,8 +180,8 @@ void SimulateCommand::set(const std::string& text) {
         simulation.marginKbps = static_cast<int>(valueOf(name, value, kMaxKbps));
     else if (name == "up-timer")
         simulation.upTimer = static_cast<int>(valueOf(name, value, kMaxUpTimer));
-    else if (name == "damping")
-        m_options.values[name] = valueOf(name, value, 1);
+    else if (isRuleValue(name))
+        m_options.values[name] = valueOf(name, value, kMaxRuleValue);
     else
         throw ToolError("--set", "not a name and a value that it takes: " + inQuotes(text));
 }

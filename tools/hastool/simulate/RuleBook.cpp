@@ -16,6 +16,7 @@ namespace hastool {
 namespace {
 
 constexpr std::string_view kFixed = "fixed=";
+constexpr char kDamping[] = "damping";
 constexpr uint64_t kMostStreams = 10000;
 
 /// The stream of "fixed=3".
@@ -30,8 +31,12 @@ std::optional<int> fixedStream(const std::string& name) {
 
 } // namespace
 
+bool isRuleValue(const std::string& name) {
+    return name == kDamping;
+}
+
 std::unique_ptr<StreamRule> makeRule(const std::string& name, const RuleValues& values) {
-    const auto damping = values.find("damping");
+    const auto damping = values.find(kDamping);
     const bool isDamped = damping != values.end() && damping->second > 0;
     if (isStreamRule(name))
         return makeStreamRule(name);
