@@ -1,5 +1,5 @@
 /// @file
-/// The choice of the next stream by throughput and buffer together.
+/// The choice of the next stream by what it is worth and what it costs.
 #pragma once
 
 #include <Hascommon/Export.h>
@@ -19,41 +19,46 @@ namespace detail {
 class HybridRule;
 } // namespace detail
 
-/// Chooses by throughput and buffer together, any number of steps at a time, and gives up transfers
-/// that would outlast the buffer.
+/// Chooses what is worth most beyond what it costs, any number of steps at a time, and gives up
+/// transfers that are no longer worth their time.
 ///
-/// **The choice.** Each segment tells a throughput: its bytes over the time since SegmentBegun(),
-/// in which the latency counts. Two exponential means of these, of which one forgets within seconds
-/// and the other is slow, make the estimate, so that one odd segment does not turn it. How much of
-/// it may be spent is a matter of the buffer: a part while little is buffered, more than all of it
-/// near the goal. Of the streams that fit the highest is taken, the lowest where none does. A
-/// stream needs the size of its next segment where that is known, else its bitrate; besides the
-/// audio and the margin of SetSwitchParam(). The present stream may need a little more than another
-/// one, so that an estimate beside a limit does not make the picture flap.
+/// **The choice.** A segment is worth its duration times the logarithm of its bitrate, as a viewer
+/// sees twice the bitrate as one step, wherever it begins. It costs the time on the line, at a
+/// price that falls as the buffer fills up to its goal, and much more for each second by which it
+/// would outlast the buffer. The stream with the most left over is taken. Of the size of the next
+/// segment, where that is known, less than half counts and the bitrate for the rest, so that odd
+/// segments do not make the picture flap; staying is worth a little too.
 ///
-/// **Giving up.** When what is left of a transfer outlasts the buffer at the pace that it has had,
-/// and a lower stream's version would come within the buffer and clearly sooner than the rest, the
-/// transfer is given up for the highest one of these. Never in the first moments, nor while nothing
-/// comes at all. What the transfer had shows in the estimate.
+/// **The line.** Each segment tells a throughput: its bytes over the time since SegmentBegun(), in
+/// which the latency counts. The estimate is made of two exponential means of these, one that
+/// forgets within seconds and a slow one; a segment has a least weight, so that the short ones of a
+/// fast line are not forgotten in favour of a single long one. The audio and the margin of
+/// SetSwitchParam() are taken off it.
+///
+/// **Giving up.** The same sum decides whether a transfer goes on: what is left of it against the
+/// whole segment of each lower stream, at the pace that it has had. It has to be clearly better.
+/// Never in the first moments, nor while nothing comes at all. What the transfer had shows in the
+/// estimate.
 ///
 /// **Limits.** What they forbid is never chosen. There is no way up into another class; into a
 /// higher group of the class there is one when the stream has been wished for during the up timer,
 /// on the clock of the calls that carry a time. It may grow as IBitrateSwitcher says. Downwards all
 /// ways are open. A present index that is no stream has no limits.
 ///
-/// **What is known elsewhere, and what differs.** FESTIVE (J. Jiang, V. Sekar, H. Zhang, "Improving
-/// Fairness, Efficiency, and Stability in HTTP-based Adaptive Video Streaming with FESTIVE", CoNEXT
-/// 2012) chooses by a mean of throughput and climbs step by step; here two means with different
-/// memories do the damping, and steps are not limited. The buffer-based approach (T.-Y. Huang et
-/// al., "A Buffer-Based Approach to Rate Adaptation", SIGCOMM 2014) maps the buffer to a bitrate,
-/// and BOLA (K. Spiteri, R. Urgaonkar, R. Sitaraman, "BOLA: Near-Optimal Bitrate Adaptation for
-/// Online Videos", INFOCOM 2016) to the stream of the best utility for it; here the buffer is
-/// mapped to the part of the throughput that may be spent. DYNAMIC (K. Spiteri, R. Sitaraman, D.
-/// Sparacio, "From Theory to Practice: Improving Bitrate Adaptation in the DASH Reference Player",
-/// MMSys 2018) changes between a rule of the throughput and BOLA as the buffer grows; here one rule
-/// goes over smoothly. Model-predictive control (X. Yin et al., "A Control-Theoretic Approach for
-/// Dynamic Adaptive Video Streaming over HTTP", SIGCOMM 2015) plans several segments ahead with
-/// their sizes; here the size of the next one is looked at, and nothing is planned.
+/// **What is known elsewhere, and what differs.** BOLA (K. Spiteri, R. Urgaonkar, R. Sitaraman,
+/// "BOLA: Near-Optimal Bitrate Adaptation for Online Videos", INFOCOM 2016) also weighs logarithmic
+/// utility against the buffer, and gives transfers up by the same measure; it knows no throughput,
+/// so each buffer has its stream, whereas here the buffer sets a price for the line's time and the
+/// throughput says how much of it a stream takes. The buffer-based approach (T.-Y. Huang et al., "A
+/// Buffer-Based Approach to Rate Adaptation", SIGCOMM 2014) maps the buffer to a bitrate. DYNAMIC
+/// (K. Spiteri, R. Sitaraman, D. Sparacio, "From Theory to Practice: Improving Bitrate Adaptation
+/// in the DASH Reference Player", MMSys 2018) changes between a rule of the throughput and BOLA;
+/// here one sum holds for all buffers. FESTIVE (J. Jiang, V. Sekar, H. Zhang, "Improving Fairness,
+/// Efficiency, and Stability in HTTP-based Adaptive Video Streaming with FESTIVE", CoNEXT 2012)
+/// climbs step by step; here two means with different memories do the damping. Model-predictive
+/// control (X. Yin et al., "A Control-Theoretic Approach for Dynamic Adaptive Video Streaming over
+/// HTTP", SIGCOMM 2015) plans several segments ahead for such a sum; here the price of the line's
+/// time stands for the segments to come, and only the next one is looked at.
 ///
 /// **Threads.** All operations may be called from any thread; they exclude each other, but for the
 /// setters and getters of IBitrateSwitcher that keep one number. Such a setter takes effect with
@@ -76,9 +81,7 @@ public:
     /// @param upIgnoresLevel  of no effect: there is no level, as the buffer is part of each call
     void ResetData(const std::vector<int>& streamBitrates, bool upIgnoresLevel) override;
     /// Negative numbers count as 0.
-    /// @param marginKbps  what every stream needs beside its bitrate; for 0 nothing, as the
-    /// estimate
-    ///                    is not spent entirely anyway
+    /// @param marginKbps  taken off the estimate; a tenth of that is left at least
     void SetSwitchParam(int upTimer, int marginKbps) override;
     /// Before a segment has been measured: by the checker's mean, else by its newest sample, and
     /// without either it stays.
@@ -119,8 +122,9 @@ public:
     void SetBufferGoal(unsigned int ms);
 
     /// @param ms  media in a segment; for 0, and until set, it is learnt from what segments add to
-    ///            the buffer, where the middle one of the last five counts. What SegmentProgress()
-    ///            tells of the buffer makes that precise, also where playing has not begun.
+    ///            the buffer, where the middle one of the last five counts; 4,000 before the first.
+    ///            What SegmentProgress() tells of the buffer makes that precise, also where playing
+    ///            has not begun.
     void SetSegmentDuration(unsigned int ms);
 
     /// Tells how large the next segment is in each stream.
@@ -148,7 +152,7 @@ public:
     /// @}
 
 private:
-    /// Bits per second that every stream needs beside its own: the audio and the margin.
+    /// Bits per second of the line that the streams do not have: the audio and the margin.
     double extra() const;
     /// Until the rule has measured something; 0 where the checker has nothing either.
     double checkerBandwidth() HAS_REQUIRES(m_mutex);

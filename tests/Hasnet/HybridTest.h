@@ -5,6 +5,7 @@
 #include <Hasnet/SwitcherTest.h>
 
 #include <cstdint>
+#include <vector>
 
 namespace test {
 
@@ -60,6 +61,8 @@ protected:
         return switcher.SegmentProgress(300000, bufferMs, now);
     }
     static constexpr unsigned long long kTopBytes = 1500000;
+    /// Of a segment of 4 s in each stream.
+    const std::vector<unsigned long long> kSizes = {150000, 400000, 750000, kTopBytes};
 
     FixedChecker checker;
     HybridSegSwitcher switcher;

@@ -4,34 +4,47 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace hascommon::detail {
 namespace {
 
 // What the rule was tuned by.
 
-/// Half-lives of the two means of throughput, seconds of download time.
-constexpr double kFastHalfLife = 4;
-constexpr double kSlowHalfLife = 20;
+/// Half-lives of the two means of throughput, seconds of download time, and the part of the fast
+/// one in the estimate.
+constexpr double kFastHalfLife = 2.4;
+constexpr double kSlowHalfLife = 22;
+constexpr double kFastPart = .8;
 /// A segment counts for at least so many seconds of download time.
-constexpr double kLeastWeight = 3;
+constexpr double kLeastWeight = 3.3;
 /// With the default goal.
 constexpr unsigned int kDefaultGoalMs = 25000;
-/// How much of the estimate may be spent at a buffer; straight between the points.
+/// What a second of the line is worth at a buffer: as much as a second of media gains by a bitrate
+/// that is e times as high, for a price of 1. Straight between the points.
 struct CurvePoint {
     double bufferMs;
-    double factor;
+    double price;
 };
-constexpr std::array<CurvePoint, 6> kCurve = {
-    {{0, .35}, {3000, .60}, {6000, .80}, {10000, .95}, {15000, 1.15}, {22000, 1.75}}};
-/// The present stream may need so much more than another one.
-constexpr double kStaying = 1.05;
+constexpr std::array<CurvePoint, 5> kCurve = {
+    {{0, 3.2}, {3000, 1.35}, {6000, 1.1}, {15000, 1.1}, {22000, .7}}};
+/// What a second of standing still costs.
+constexpr double kStallPrice = 5;
+/// How much of the next segment's size counts; the rest is the bitrate, so that single large and
+/// small segments do not make the picture flap.
+constexpr double kSizePart = .4;
+/// What staying is worth, a second of media.
+constexpr double kStaying = .06;
+/// What giving up has to gain, a second of media.
+constexpr double kWorthwhile = .18;
+/// What is left of a transfer is surer than what is to be asked for anew: its time costs less.
+constexpr double kUnderWay = .8;
 /// No transfer is given up earlier.
 constexpr double kEarliestGivingUpMs = 400;
-/// What is fetched instead comes within this part of the buffer,
-constexpr double kSafeBuffer = .65;
-/// and within this part of the time that going on would take.
-constexpr double kWorthwhile = .8;
+/// Where no duration of segments is known yet.
+constexpr double kUsualDurationMs = 4000;
+/// Audio and margin leave this part of the estimate at least.
+constexpr double kLeastPart = .1;
 
 constexpr double kBitsPerByte = 8;
 constexpr double kMsPerSecond = 1000;
@@ -119,74 +132,87 @@ void HybridRule::Measure(std::uint64_t bytes, double ms) {
 }
 
 double HybridRule::Estimate() const {
-    return (m_fast.Value() + m_slow.Value()) / 2;
+    return kFastPart * m_fast.Value() + (1 - kFastPart) * m_slow.Value();
 }
 
-double HybridRule::Factor(unsigned int bufferMs) const {
+double HybridRule::Price(unsigned int bufferMs) const {
     const double at = static_cast<double>(bufferMs) * kDefaultGoalMs / m_bufferGoal;
     const auto above = std::find_if(kCurve.begin(), kCurve.end(),
                                     [at](const CurvePoint& point) { return point.bufferMs > at; });
     if (above == kCurve.end())
-        return kCurve.back().factor;
+        return kCurve.back().price;
     const CurvePoint& below = *(above - 1); // The first point is at 0.
     const double part = (at - below.bufferMs) / (above->bufferMs - below.bufferMs);
-    return below.factor + part * (above->factor - below.factor);
+    return below.price + part * (above->price - below.price);
 }
 
 double HybridRule::Duration() const {
-    return m_setDuration != 0 ? m_setDuration : static_cast<double>(m_learntDuration.Median());
+    const double known =
+        m_setDuration != 0 ? m_setDuration : static_cast<double>(m_learntDuration.Median());
+    return known > 0 ? known : kUsualDurationMs;
 }
 
-double HybridRule::Need(int index) const {
-    const double duration = Duration();
+double HybridRule::NextBits(int index) const {
+    const double seconds = Duration() / kMsPerSecond;
+    const double usual = m_streams.BitrateOf(index) * seconds;
     const auto at = static_cast<std::size_t>(index);
-    if (duration > 0 && at < m_nextSizes.size() && m_nextSizes[at] != 0) {
-        const double bits = static_cast<double>(m_nextSizes[at]) * kBitsPerByte;
-        return bits * kMsPerSecond / duration + m_extra;
-    }
-    return m_streams.BitrateOf(index) + m_extra;
+    const bool isKnown = at < m_nextSizes.size() && m_nextSizes[at] != 0;
+    const double exact = isKnown ? static_cast<double>(m_nextSizes[at]) * kBitsPerByte : usual;
+    return kSizePart * exact + (1 - kSizePart) * usual;
 }
 
-bool HybridRule::MayEnter(int current, int target, bool& isWaiting) {
-    switch (target <= current ? StreamTable::WayUp::free : m_streams.WayUpFrom(current, target)) {
-    case StreamTable::WayUp::free:
+double HybridRule::Worth(int index) const {
+    return m_streams.UtilityOf(index) * Duration() / kMsPerSecond;
+}
+
+double HybridRule::Cost(double ms, unsigned int bufferMs, double price) const {
+    const double stall = std::max(ms - bufferMs, 0.0);
+    return (price * ms + kStallPrice * stall) / kMsPerSecond;
+}
+
+int HybridRule::Best(int current, double bitsPerMs, unsigned int bufferMs, Ways ways) const {
+    const double price = Price(bufferMs);
+    int best = StreamTable::kNone;
+    double most = 0;
+    for (int index = 0; index < m_streams.Size(); ++index) {
+        if (!m_streams.IsAllowed(index) || !IsOpen(current, index, ways))
+            continue;
+        const double ms = m_latency + NextBits(index) / bitsPerMs;
+        const double staying = index == current ? kStaying * Duration() / kMsPerSecond : 0;
+        const double gain = Worth(index) + staying - Cost(ms, bufferMs, price);
+        if (best == StreamTable::kNone || gain > most) {
+            best = index;
+            most = gain;
+        }
+    }
+    return best;
+}
+
+bool HybridRule::IsOpen(int current, int target, Ways ways) const {
+    if (target <= current)
         return true;
-    case StreamTable::WayUp::closed:
-        return false;
-    case StreamTable::WayUp::waiting:
-        break;
-    }
-    isWaiting = !m_upTimer.MayEnter(m_now);
-    return !isWaiting;
+    const StreamTable::WayUp way = m_streams.WayUpFrom(current, target);
+    return way == StreamTable::WayUp::free ||
+           (way == StreamTable::WayUp::waiting && ways == Ways::waitingToo);
 }
 
-int HybridRule::HighestThatFits(int current, double budget, bool& isWaiting) {
-    for (int index = m_streams.Size() - 1; index >= 0; --index) {
-        const double most = index == current ? budget * kStaying : budget;
-        if (m_streams.IsAllowed(index) && Need(index) <= most &&
-            MayEnter(current, index, isWaiting))
-            return index;
-    }
-    return StreamTable::kNone;
-}
-
-int HybridRule::LastResort(int current, bool& isWaiting) {
-    const int lowest = m_streams.Lowest();
-    const bool isOpen = lowest != StreamTable::kNone && MayEnter(current, lowest, isWaiting);
-    return isOpen ? lowest : current;
+bool HybridRule::MustWait(int current, int target) {
+    const bool asksTimer = target > current && m_streams.IsIndex(target) &&
+                           m_streams.WayUpFrom(current, target) == StreamTable::WayUp::waiting;
+    if (!asksTimer)
+        m_upTimer.Stop();
+    return asksTimer && !m_upTimer.MayEnter(m_now);
 }
 
 int HybridRule::Choose(int current, unsigned int bufferMs, double foreign) {
     const double estimate = HasMeasured() ? Estimate() : foreign;
     if (estimate <= 0)
         return kStay;
-    bool isWaiting = false;
-    int next = HighestThatFits(current, estimate * Factor(bufferMs), isWaiting);
-    if (next == StreamTable::kNone)
-        next = LastResort(current, isWaiting);
-    if (!isWaiting)
-        m_upTimer.Stop();
-    if (next == current)
+    const double rate = std::max(estimate - m_extra, estimate * kLeastPart) / kMsPerSecond;
+    int next = Best(current, rate, bufferMs, Ways::waitingToo);
+    if (MustWait(current, next))
+        next = Best(current, rate, bufferMs, Ways::freeOnly);
+    if (next == StreamTable::kNone || next == current)
         return kStay;
     NoteChange(current, next);
     return next;
@@ -248,18 +274,22 @@ int HybridRule::Instead(std::uint64_t received, double elapsedMs, unsigned int b
         return kStay; // Nothing comes of any stream, or it is not known of which this is.
     const double have = static_cast<double>(received) * kBitsPerByte;
     const double bitsPerMs = have / elapsedMs;
-    const double restMs = (TransferBits() - have) / bitsPerMs;
-    if (restMs <= bufferMs)
-        return kStay;
-    for (int index = m_transfer.index - 1; index >= 0; --index) {
-        if (!m_streams.IsAllowed(index))
-            continue;
+    const double price = Price(bufferMs) * kUnderWay;
+    const double restMs = std::max(TransferBits() - have, 0.0) / bitsPerMs;
+    const double needed = kWorthwhile * Duration() / kMsPerSecond;
+    double most = Worth(m_transfer.index) - Cost(restMs, bufferMs, price) + needed;
+    int best = kStay;
+    for (int index = 0; index < m_transfer.index; ++index) {
         const double bits = BitsInstead(index);
-        const double ms = m_latency + bits / bitsPerMs;
-        if (bits > 0 && ms <= kSafeBuffer * bufferMs && ms < kWorthwhile * restMs)
-            return index;
+        if (!m_streams.IsAllowed(index) || bits <= 0)
+            continue;
+        const double gain = Worth(index) - Cost(m_latency + bits / bitsPerMs, bufferMs, price);
+        if (gain > most) {
+            best = index;
+            most = gain;
+        }
     }
-    return kStay;
+    return best;
 }
 
 } // namespace hascommon::detail

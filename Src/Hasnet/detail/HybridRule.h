@@ -11,7 +11,8 @@
 
 namespace hascommon::detail {
 
-/// Estimates the throughput, weighs it with the buffer, chooses, and gives transfers up.
+/// Estimates the throughput, and weighs what a segment is worth against what it costs: for the
+/// choice, and to give transfers up.
 class HybridRule {
 public:
     static constexpr int kStay = -1;
@@ -33,7 +34,7 @@ public:
     void SetBufferGoal(unsigned int ms);
     void SetSegmentDuration(unsigned int ms) { m_setDuration = ms; }
     void SetNextSizes(const std::vector<unsigned long long>& bytes);
-    /// Bits per second that each stream needs beside its own.
+    /// Bits per second of the line that the streams do not have.
     void SetExtra(double bitsPerSecond) { m_extra = bitsPerSecond; }
 
     void Begin(int index, std::uint64_t bytes, const Moment& moment);
@@ -62,19 +63,26 @@ private:
 
     void Measure(std::uint64_t bytes, double ms);
     double Estimate() const;
-    double Factor(unsigned int bufferMs) const;
-    /// Milliseconds of media in a segment; 0 where not known.
+    /// What a second of the line is worth; less, the more is buffered.
+    double Price(unsigned int bufferMs) const;
+    /// Milliseconds of media in a segment, a usual duration where not known.
     double Duration() const;
-    /// Bits per second that the next segment of a stream needs.
-    double Need(int index) const;
+    /// Bits of the next segment of a stream, as they count in the choice.
+    double NextBits(int index) const;
+    /// What a segment of a stream is worth: its seconds times the logarithm of the bitrate.
+    double Worth(int index) const;
+    /// What so much time of the line costs, and standing still where it outlasts the buffer.
+    double Cost(double ms, unsigned int bufferMs, double price) const;
     /// The bits of a stream's version of the segment that is being fetched; 0 where not known.
     double BitsInstead(int index) const;
-    /// Whether the limits let the stream be entered; `isWaiting` is set where the up timer does not
-    /// yet.
-    bool MayEnter(int current, int target, bool& isWaiting);
-    int HighestThatFits(int current, double budget, bool& isWaiting);
-    /// Where no stream fits.
-    int LastResort(int current, bool& isWaiting);
+    enum class Ways { freeOnly, waitingToo };
+    /// Whether there is a way from the present stream to another one.
+    bool IsOpen(int current, int target, Ways ways) const;
+    /// Whether the up timer lets the wish for a stream wait.
+    bool MustWait(int current, int target);
+    /// The stream that is worth most beyond what it costs, at a pace of the line; kNone where none
+    /// is allowed.
+    int Best(int current, double bitsPerMs, unsigned int bufferMs, Ways ways) const;
     /// The bits of what is being fetched; 0 where not known.
     double TransferBits() const;
     /// The stream to fetch instead of one of which so much has come in that time.

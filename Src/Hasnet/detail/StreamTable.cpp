@@ -3,6 +3,7 @@
 #include <Hasnet/detail/BitrateLimits.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace hascommon::detail {
 
@@ -11,6 +12,7 @@ void StreamTable::SetBitrates(const std::vector<int>& bitrates) {
     std::transform(bitrates.begin(), bitrates.end(), m_streams.begin(), [](int bitrate) {
         Stream stream;
         stream.bitrate = bitrate;
+        stream.utility = std::log(std::max(bitrate, 1));
         return stream;
     });
     Refresh();

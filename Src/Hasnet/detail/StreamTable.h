@@ -30,6 +30,8 @@ public:
     bool IsIndex(int index) const { return index >= 0 && index < Size(); }
     /// Bits per second, of an index of the table.
     int BitrateOf(int index) const { return At(index).bitrate; }
+    /// The natural logarithm of its bitrate.
+    double UtilityOf(int index) const { return At(index).utility; }
     /// Whether the limits allow the stream of an index of the table.
     bool IsAllowed(int index) const { return At(index).isAllowed; }
     /// The stream of the smallest bitrate that is allowed, kNone where none is.
@@ -46,6 +48,7 @@ public:
 private:
     struct Stream {
         int bitrate = 0;
+        double utility = 0;
         bool isAllowed = true;
         bool hasParam = false;
         bitrateParam_t param{};
