@@ -64,12 +64,15 @@ public:
     /// Whether it is to choose while the buffer is full: the segment is asked for then, and its
     /// transfer held. Else the choice comes when there is room.
     virtual bool choosesWhenFull() const { return false; }
-    /// How long the rule wants to wait before the segment that was chosen is asked for.
+    /// How long the rule wants to wait before it asks for the segment that it chose last, by
+    /// choose() or progress().
     virtual Time pause() const { return Time(0); }
     /// A transfer begins. @param bytes  of the segment; 0 where they are not known
     virtual void begun(int stream, uint64_t bytes, const Moment& moment) = 0;
     /// @param received  bytes of the segment so far
-    /// @return kStay to go on, else the stream that the segment is to be fetched of instead
+    /// @return kStay to go on, else the stream that the segment is to be fetched of instead, from
+    /// its
+    ///         begin
     virtual int progress(uint64_t received, const Moment& moment) = 0;
     /// The segment is in the buffer, which the moment counts in.
     virtual void done(const Arrived& arrived, const Moment& moment) = 0;

@@ -20,7 +20,6 @@ void BolaERule::configure(const Setting& setting) {
     m_isSteady = false;
     m_imagined = 0;
     m_last = 0;
-    m_isGivenUp = false;
     m_safeSize = SafeSize();
 }
 
@@ -112,13 +111,6 @@ void BolaERule::begun(int stream, uint64_t bytes, const Moment& moment) {
     PublishedRule::begun(stream, bytes, moment);
     m_begun = seconds(moment.now);
     m_fetched = stream;
-    if (!m_isGivenUp)
-        return;
-    m_isGivenUp = false;
-    m_last = stream;
-    // Something went wrong: the imagined part goes down to what is safe.
-    const double level = stream > 0 ? leastLevel(stream) : kLeastBuffer;
-    m_imagined = std::min(m_imagined, std::max(level - seconds(moment.buffer), 0.0));
 }
 
 void BolaERule::done(const Arrived& arrived, const Moment& moment) {
@@ -136,26 +128,37 @@ void BolaERule::held(Time time) {
     m_imagined += seconds(time);
 }
 
-int BolaERule::watch(const Underway& transfer) {
+bool BolaERule::watch(const Underway& transfer) {
     if (transfer.received <= 0 || transfer.time <= transfer.latency)
-        return kStay;
+        return false;
     // Another request costs a latency, in which this transfer would have gone on.
     const double level = std::max(transfer.level + m_imagined - transfer.latency, 0.0);
     const double rate = transfer.received / (transfer.time - transfer.latency);
     const double left = transfer.bits - transfer.received - transfer.latency * rate;
     if (left <= 0)
-        return kStay;
-    double most = weigh(transfer.stream, level, left);
+        return false;
+    const int stream = heavierThan(level, left, transfer);
+    if (stream == kStay)
+        return false;
+    // Something went wrong: the imagined part goes down to what is safe.
+    const double safe = stream > 0 ? leastLevel(stream) : kLeastBuffer;
+    m_imagined = std::min(m_imagined, std::max(safe - transfer.level, 0.0));
+    return true;
+}
+
+/// The lower stream that weighs most, where one weighs more than the rest of a transfer and is less
+/// to fetch.
+int BolaERule::heavierThan(double level, double left, const Underway& transfer) const {
+    double weight = weigh(transfer.stream, level, left);
     int best = kStay;
     for (int stream = 0; stream < transfer.stream; ++stream) {
         const double bits = transfer.bits * bitrate(stream) / bitrate(transfer.stream);
-        const double weight = weigh(stream, level, bits);
-        if (bits >= left || weight <= most)
+        const double other = weigh(stream, level, bits);
+        if (bits >= left || other <= weight)
             continue;
-        most = weight;
+        weight = other;
         best = stream;
     }
-    m_isGivenUp = best != kStay;
     return best;
 }
 

@@ -20,7 +20,7 @@ public:
 
     void configure(const Setting& setting) override;
     Choice decide(const Question& question) override;
-    int watch(const Underway& transfer) override;
+    bool watch(const Underway& transfer) override;
     void begun(int stream, uint64_t bytes, const Moment& moment) override;
     void done(const Arrived& arrived, const Moment& moment) override;
     void held(Time time) override;
@@ -35,6 +35,7 @@ private:
     Choice begin(double level);
     double spend(int stream, double level);
     void lower(Choice& choice, double level);
+    int heavierThan(double level, double left, const Underway& transfer) const;
 
     const bool m_isDamped;
     std::vector<double> m_utilities;
@@ -43,9 +44,8 @@ private:
     bool m_isSteady = false;
     double m_imagined = 0; ///< seconds of buffer
     int m_last = 0;
-    int m_fetched = 0;        ///< the stream under way
-    double m_begun = 0;       ///< when it was asked for
-    bool m_isGivenUp = false; ///< and begins again
+    int m_fetched = 0;  ///< the stream under way
+    double m_begun = 0; ///< when it was asked for
     SafeSize m_safeSize;
 };
 

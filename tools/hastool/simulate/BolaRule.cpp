@@ -60,24 +60,30 @@ PublishedRule::Choice BolaRule::limit(int stream, double level) const {
     return {borne, isHighest ? 0 : std::max(level - most, 0.0)};
 }
 
-int BolaRule::watch(const Underway& transfer) {
+bool BolaRule::watch(const Underway& transfer) {
     if (transfer.received <= 0)
-        return kStay;
+        return false;
     const double left = transfer.bits - transfer.received;
-    double most = weigh(transfer.stream, transfer.level, left);
-    if (most < 0)
-        return kStay;
+    const double weight = weigh(transfer.stream, transfer.level, left);
+    const int stream = weight < 0 ? kStay : heavierThan(weight, left, transfer);
+    if (stream == kStay)
+        return false;
+    m_last = stream;
+    return true;
+}
+
+/// The lower stream that weighs most, where one weighs more than the rest of a transfer and is less
+/// to fetch.
+int BolaRule::heavierThan(double weight, double left, const Underway& transfer) const {
     int best = kStay;
     for (int stream = 0; stream < transfer.stream; ++stream) {
         const double bits = transfer.bits * bitrate(stream) / bitrate(transfer.stream);
-        const double weight = weigh(stream, transfer.level, bits);
-        if (bits >= left || weight <= most)
+        const double other = weigh(stream, transfer.level, bits);
+        if (bits >= left || other <= weight)
             continue;
-        most = weight;
+        weight = other;
         best = stream;
     }
-    if (best != kStay)
-        m_last = best;
     return best;
 }
 

@@ -18,13 +18,14 @@ public:
 
     void configure(const Setting& setting) override;
     Choice decide(const Question& question) override;
-    int watch(const Underway& transfer) override;
+    bool watch(const Underway& transfer) override;
 
 private:
     double utility(int stream) const { return m_utilities[static_cast<size_t>(stream)]; }
     double weigh(int stream, double level, double bits) const;
     int streamForLevel(double level) const;
     Choice limit(int stream, double level) const;
+    int heavierThan(double weight, double left, const Underway& transfer) const;
 
     const bool m_isDamped;
     std::vector<double> m_utilities;

@@ -14,6 +14,7 @@ void DynamicRule::configure(const Setting& setting) {
 }
 
 int DynamicRule::choose(int current, const NextSegment& next, const Moment& moment) {
+    m_next = next;
     const auto streamOf = [&](StreamRule& rule) {
         const int answer = rule.choose(current, next, moment);
         return answer == kStay ? current : answer;
@@ -29,13 +30,17 @@ int DynamicRule::choose(int current, const NextSegment& next, const Moment& mome
 }
 
 void DynamicRule::begun(int stream, uint64_t bytes, const Moment& moment) {
+    m_fetched = stream;
     m_throughput.begun(stream, bytes, moment);
     m_bola.begun(stream, bytes, moment);
 }
 
 /// Transfers are always given up by throughput.
 int DynamicRule::progress(uint64_t received, const Moment& moment) {
-    return m_throughput.progress(received, moment);
+    if (!m_throughput.givesUp(received, moment))
+        return kStay;
+    const int stream = choose(m_fetched, m_next, moment);
+    return stream == kStay ? m_fetched : stream;
 }
 
 void DynamicRule::done(const Arrived& arrived, const Moment& moment) {

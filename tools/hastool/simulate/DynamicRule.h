@@ -23,6 +23,8 @@ public:
 private:
     ThroughputRule m_throughput;
     BolaRule m_bola;
+    NextSegment m_next; ///< that is fetched
+    int m_fetched = 0;  ///< its stream
     bool m_isByBuffer = false;
 };
 

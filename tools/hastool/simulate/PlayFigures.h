@@ -33,10 +33,10 @@ struct PlayFigures {
     double startup = 0;   ///< seconds
     int switches = 0;     ///< as they were played
     double change = 0;    ///< bits per second that the bitrate changes by from segment to segment,
-                       ///< over the whole time
-    int givenUp = 0;     ///< transfers
-    uint64_t bytes = 0;  ///< of the segments played
-    uint64_t wasted = 0; ///< bytes of transfers that were given up
+                          ///< over the whole time
+    int givenUp = 0;      ///< transfers
+    uint64_t bytes = 0;   ///< of the segments played
+    uint64_t wasted = 0;  ///< bytes of transfers that were given up
 };
 
 /// A play, its trace and its rule.

@@ -17,7 +17,8 @@ int PublishedRule::choose(int current, const NextSegment& next, const Moment& mo
         m_segment = seconds(next.duration);
     if (m_bitrates.empty())
         return kStay;
-    const Choice choice = decide({seconds(moment.buffer), next.index, next.left});
+    m_question = {seconds(moment.buffer), next.index, next.left};
+    const Choice choice = decide(m_question);
     m_pause = choice.pause;
     return choice.stream == current ? kStay : choice.stream;
 }
@@ -32,13 +33,22 @@ void PublishedRule::begun(int stream, uint64_t bytes, const Moment& moment) {
     m_underway.bits = static_cast<double>(bytes) * 8;
 }
 
-int PublishedRule::progress(uint64_t received, const Moment& moment) {
+bool PublishedRule::givesUp(uint64_t received, const Moment& moment) {
     m_underway.received = static_cast<double>(received) * 8;
     m_underway.time = seconds(moment.now) - m_requested;
     // The first byte's own time is not told before the end: it is taken to be as before.
     m_underway.latency = std::min(m_estimate.latency(), m_underway.time);
     m_underway.level = seconds(moment.buffer);
-    return m_underway.bits > m_underway.received ? watch(m_underway) : kStay;
+    return m_underway.bits > m_underway.received && watch(m_underway);
+}
+
+int PublishedRule::progress(uint64_t received, const Moment& moment) {
+    if (!givesUp(received, moment))
+        return kStay;
+    m_question.level = seconds(moment.buffer);
+    const Choice choice = decide(m_question);
+    m_pause = choice.pause;
+    return choice.stream;
 }
 
 void PublishedRule::done(const Arrived& arrived, const Moment& moment) {

@@ -18,8 +18,11 @@ public:
     int choose(int current, const NextSegment& next, const Moment& moment) final;
     Time pause() const override;
     void begun(int stream, uint64_t bytes, const Moment& moment) override;
-    int progress(uint64_t received, const Moment& moment) final;
+    /// A segment that is given up is chosen for anew, which may end at the same stream.
+    int progress(uint64_t received, const Moment& moment) override;
     void done(const Arrived& arrived, const Moment& moment) override;
+    /// Whether the rule does not want the transfer to go on.
+    bool givesUp(uint64_t received, const Moment& moment);
 
 protected:
     /// A stream, and how long to wait before it is fetched.
@@ -44,8 +47,8 @@ protected:
     };
 
     virtual Choice decide(const Question& question) = 0;
-    /// @return a lower stream to go on with, or kStay
-    virtual int watch(const Underway& transfer) = 0;
+    /// @return whether the transfer is given up; what follows is then decided anew
+    virtual bool watch(const Underway& transfer) = 0;
 
     int streams() const { return static_cast<int>(m_bitrates.size()); }
     double bitrate(int stream) const { return m_bitrates[static_cast<size_t>(stream)]; }
@@ -62,6 +65,7 @@ private:
     double m_goal = 0;              ///< of the buffer
     double m_segment = 0;           ///< duration of one
     RateEstimate m_estimate;
+    Question m_question; ///< of the segment that is fetched
     Underway m_underway;
     double m_requested = 0; ///< when
     double m_pause = 0;

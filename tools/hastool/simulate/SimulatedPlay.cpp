@@ -71,9 +71,12 @@ private:
     size_t choose(size_t index);
     Transfer transfer(size_t index, size_t stream, bool mayGiveUp);
     std::optional<size_t> look(const Transfer& transfer, uint64_t size, bool mayGiveUp);
+    void waitForRule();
     void passWithoutTransfer(double time);
     StreamRule::Moment moment(double later = 0) const;
     void measure(double from, double to, uint64_t bytes);
+    void poll(double now);
+    long long machineTime(double now) const;
     uint64_t seen(uint64_t bytes) const;
 
     const Movie& m_movie;
@@ -135,6 +138,7 @@ void SimulatedPlay::fetch(size_t index) {
             break;
         }
         m_stream = *came.instead;
+        waitForRule();
         row.wasted += came.received;
         ++row.givenUp;
     }
@@ -163,6 +167,7 @@ void SimulatedPlay::holdFor(const Movie::Segment& segment) {
 void SimulatedPlay::passWithoutTransfer(double time) {
     m_line.wait(time);
     m_view.pass(time);
+    poll(m_view.now());
 }
 
 size_t SimulatedPlay::choose(size_t index) {
@@ -173,10 +178,14 @@ size_t SimulatedPlay::choose(size_t index) {
     next.index = index;
     next.left = m_movie.segments.size() - index;
     const int answer = m_rule.choose(static_cast<int>(m_stream), next, moment());
-    if (const double pause = static_cast<double>(m_rule.pause().count()); pause > 0)
-        passWithoutTransfer(pause);
+    waitForRule();
     const bool isStream = answer >= 0 && static_cast<size_t>(answer) < m_movie.bitrates.size();
     return isStream ? static_cast<size_t>(answer) : m_stream;
+}
+
+void SimulatedPlay::waitForRule() {
+    if (const double time = static_cast<double>(m_rule.pause().count()); time > 0)
+        passWithoutTransfer(time);
 }
 
 /// Fetches a segment, or a part of it. The viewer's time passes at the end.
@@ -224,17 +233,25 @@ StreamRule::Moment SimulatedPlay::moment(double later) const {
 
 /// Tells the checker of bytes, by times since the transfer's begin.
 void SimulatedPlay::measure(double from, double to, uint64_t bytes) {
-    const auto machineTime = [this](double time) {
-        return m_begun + std::llround((m_view.now() + time) / kMillisecond);
-    };
-    m_checker.AddRxTimeInfo(static_cast<unsigned int>(machineTime(from)),
-                            static_cast<unsigned int>(machineTime(to)),
+    m_checker.AddRxTimeInfo(static_cast<unsigned int>(machineTime(m_view.now() + from)),
+                            static_cast<unsigned int>(machineTime(m_view.now() + to)),
                             static_cast<unsigned int>(seen(bytes)));
-    const double now = m_view.now() + to;
-    if (now - m_polled < (m_checker.GetMonitorInterval() + 1) * kMillisecond)
+    poll(m_view.now() + to);
+}
+
+/// Lets the checker measure where that has become due by a time since the begin of play. Where
+/// nothing came in between, one poll is as good as many.
+void SimulatedPlay::poll(double now) {
+    const double interval = (m_checker.GetMonitorInterval() + 1) * kMillisecond;
+    if (now - m_polled < interval)
         return;
-    m_polled = now;
-    m_checker.OnPolling(machineTime(to));
+    m_polled += interval * std::floor((now - m_polled) / interval);
+    m_checker.OnPolling(machineTime(now));
+}
+
+/// What the machine's clock would show at a time since the begin of play, in milliseconds.
+long long SimulatedPlay::machineTime(double now) const {
+    return m_begun + std::llround(now / kMillisecond);
 }
 
 /// What a rule is told of so many bytes.

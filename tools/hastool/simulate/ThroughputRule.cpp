@@ -18,19 +18,17 @@ PublishedRule::Choice ThroughputRule::decide(const Question& question) {
     return {stream, 0};
 }
 
-int ThroughputRule::watch(const Underway& transfer) {
+bool ThroughputRule::watch(const Underway& transfer) {
     const double time = transfer.time - transfer.latency;
     if (transfer.time < kGrace || time <= 0 || transfer.received <= 0)
-        return kStay;
+        return false;
     const double rate = transfer.received / time;
     const double left = transfer.bits - transfer.received;
     if (transfer.time + left / rate <= kPatience * segment())
-        return kStay;
+        return false;
     const int stream = streamForRate(rate * kSafety);
-    if (stream >= transfer.stream)
-        return kStay;
-    const double bits = transfer.bits * bitrate(stream) / bitrate(transfer.stream);
-    return bits < left ? stream : kStay;
+    return stream < transfer.stream &&
+           transfer.bits * bitrate(stream) / bitrate(transfer.stream) < left;
 }
 
 } // namespace hastool

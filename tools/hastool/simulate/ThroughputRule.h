@@ -13,7 +13,7 @@ namespace hastool {
 class ThroughputRule : public PublishedRule {
 public:
     Choice decide(const Question& question) override;
-    int watch(const Underway& transfer) override;
+    bool watch(const Underway& transfer) override;
 
 private:
     SafeSize m_safeSize;
