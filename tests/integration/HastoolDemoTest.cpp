@@ -23,10 +23,11 @@ TEST(HastoolDemo, PlaysAllPresentationsAtOnceAndChecksThem) {
     const Child::Result result =
         runHastool({"demo", "--duration", "8", "--report", page, "--media", PRESENTATIONS});
     EXPECT_EQ(result.status, 0) << result.out << result.err;
-    EXPECT_EQ(test::lines(result.out), 8) << result.out;
+    EXPECT_EQ(test::lines(result.out), 9) << result.out;
     EXPECT_THAT(result.out, EndsWith("report: " + page + "\n"));
     const std::string html = test::readFile(page);
-    for (const char* const name : {"hls", "hls-aes", "dash", "dash-cenc", "dash-muxed", "smooth"}) {
+    for (const char* const name :
+         {"hls", "hls-aes", "dash", "dash-hybrid", "dash-cenc", "dash-muxed", "smooth"}) {
         EXPECT_THAT(result.out, HasSubstr(std::string("\n") + name + " "));
         EXPECT_THAT(html, HasSubstr(std::string(">") + name + "<"));
         EXPECT_THAT(result.err, HasSubstr(std::string(" s  ") + name + ": up from "));

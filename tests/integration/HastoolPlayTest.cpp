@@ -416,3 +416,30 @@ TEST_F(HastoolPlay, EndsWithASummaryWhenInterrupted) {
     EXPECT_NE(result.err.find("hastool: " + master() + ": interrupted\n"), std::string::npos);
     EXPECT_EQ(decodeErrors(file("o.ts")), "");
 }
+
+TEST_F(HastoolPlay, TakesARuleOfOnesOwn) {
+    serve(MediaLadder::Format::TransportStream, 8, kBitrates);
+    const json trace =
+        play({"--fast", "--rule", std::string(TEST_RULES) + "/own_rule.so", master()});
+    ASSERT_EQ(trace.size(), 4U);
+    EXPECT_EQ(trace[0]["stream"], 0);
+    for (size_t i = 1; i < trace.size(); ++i)
+        EXPECT_EQ(trace[i]["stream"], 1) << "it always wants the second one";
+    EXPECT_EQ(m_summary["given_up"], 0);
+}
+
+TEST_F(HastoolPlay, SaysWhatIsWrongWithARule) {
+    const Child::Result unknown = runHastool({"play", "--rule", "other", master()});
+    EXPECT_EQ(unknown.status, 2);
+    EXPECT_EQ(unknown.err,
+              "hastool: --rule: neither adaptive nor hybrid nor a name that ends in .so: "
+              "\"other\"\n");
+    const std::string none = file("none.so");
+    const Child::Result missing = runHastool({"play", "--rule", none, master()});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_EQ(missing.err, "hastool: " + none + ": no such file\n");
+    const std::string empty = std::string(TEST_RULES) + "/empty_rule.so";
+    const Child::Result wrong = runHastool({"play", "--rule", empty, master()});
+    EXPECT_EQ(wrong.status, 1);
+    EXPECT_EQ(wrong.err, "hastool: " + empty + ": it has no function hastool_make_switcher\n");
+}

@@ -100,6 +100,27 @@ INSTANTIATE_TEST_SUITE_P(Presentations, HastoolServed,
                                            Row{"/dash-muxed/manifest.mpd", false, true, 0, 1},
                                            Row{"/smooth/Manifest", true, false, 0, 0}));
 
+/// A presentation, and a segment of its best quality.
+struct StoppedRow {
+    const char* manifest;
+    const char* segment;
+    bool hasAudioTrack;
+    bool isProtected;
+};
+
+std::ostream& operator<<(std::ostream& stream, const StoppedRow& row) {
+    return stream << row.manifest;
+}
+
+class HastoolGivenUp : public HastoolServe, public ::testing::WithParamInterface<StoppedRow> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Presentations, HastoolGivenUp,
+    ::testing::Values(StoppedRow{"/hls-aes/master.m3u8", "/4/12.ts", false, false},
+                      StoppedRow{"/dash-cenc/manifest.mpd", "/v4/12.m4s", true, true},
+                      StoppedRow{"/smooth/Manifest", "(1140000)/Fragments(video=240000000)", true,
+                                 false}));
+
 } // namespace
 
 TEST_P(HastoolServed, PlaysToItsEndWithAllItsFrames) {
@@ -121,6 +142,26 @@ TEST_P(HastoolServed, PlaysToItsEndWithAllItsFrames) {
         // Segments are cut where the picture is, so a switch loses or repeats some audio frames.
         EXPECT_NEAR(static_cast<double>(audio), kAudioFrames, 20);
     }
+}
+
+/// A segment of the best quality stops in its middle, and comes of a lower stream.
+TEST_P(HastoolGivenUp, LosesNoFrame) {
+    const StoppedRow& row = GetParam();
+    const std::string profile = m_dir.write("p.csv", "0,8000\n60,\n");
+    Serve serve({"--root", PRESENTATIONS, "--profile", profile, "--fault",
+                 std::string("path=") + row.segment + ":stall=60"});
+    const std::string trace = m_dir.file("t.json");
+    const json summary = play(serve, row.manifest,
+                              {"--rule", "hybrid", "--start-bitrate", "1300000", "--trace", trace});
+    EXPECT_GE(summary["given_up"], 1);
+    EXPECT_GT(summary["wasted_bytes"], 0);
+    EXPECT_EQ(summary["skipped"], 0);
+    EXPECT_EQ(summary["segments"], row.hasAudioTrack ? 42 : 21);
+    uint64_t wasted = 0;
+    for (const json& it : json::parse(test::readFile(trace)))
+        wasted += it["wasted_bytes"].get<uint64_t>();
+    EXPECT_EQ(summary["wasted_bytes"], wasted);
+    EXPECT_EQ(decodedFrames(out(), row.isProtected).first, kFrames);
 }
 
 TEST_P(HastoolServed, PlaysToItsEndFromNginx) {

@@ -67,6 +67,13 @@ std::string trackText(const std::string& trouble, bool isAudio) {
     return (isAudio ? "audio: " : "") + trouble;
 }
 
+/// "2, 0.31 MB".
+std::string givenUpText(const Summary& summary) {
+    const std::string count = std::to_string(summary.givenUp);
+    return summary.givenUp == 0 ? count
+                                : count + ", " + sizeText(static_cast<double>(summary.wasted));
+}
+
 } // namespace
 
 Demo::Demo(DemoOptions options)
@@ -100,7 +107,7 @@ DemoResult Demo::play(const DemoItem& item, const fs::path& folder, DemoObserver
     result.name = item.name;
     try {
         OriginOptions line;
-        line.root = m_options.media / item.name;
+        line.root = m_options.media / item.folder;
         line.profile = RateProfile::parse(kDemoProfile, "the demo's profile");
         const Origin origin(line);
         PlayOptions options;
@@ -108,6 +115,7 @@ DemoResult Demo::play(const DemoItem& item, const fs::path& folder, DemoObserver
         options.output = (folder / (item.name + ".media")).string();
         options.duration = m_options.duration;
         options.bufferGoal = kBufferGoal;
+        options.rule = item.rule;
         Player player(options, observer);
         try {
             player.play();
@@ -144,7 +152,8 @@ void Demo::check(const DemoItem& item, const DemoObserver& observer, const std::
 }
 
 std::string toText(const std::vector<DemoResult>& results) {
-    std::string text = "presentation  segments  mean bitrate   switches          stalls  checks\n";
+    std::string text =
+        "presentation  segments  mean bitrate   switches          stalls      given up  checks\n";
     std::string failures;
     for (const DemoResult& result : results) {
         const Summary& s = result.summary;
@@ -154,7 +163,7 @@ std::string toText(const std::vector<DemoResult>& results) {
             padded(std::to_string(s.switchesUp) + " up " + std::to_string(s.switchesDown) + " down",
                    15, true) +
             padded(std::to_string(s.stalls) + ", " + secondsText(s.stallTime), 12, true) +
-            (result.failures.empty() ? "  ok\n" : "  failed\n");
+            padded(givenUpText(s), 14, true) + (result.failures.empty() ? "  ok\n" : "  failed\n");
         for (const std::string& failure : result.failures)
             failures.append(result.name).append(": ").append(failure).append("\n");
     }

@@ -4,12 +4,13 @@ namespace hastool {
 
 const std::vector<DemoItem>& demoItems() {
     static const std::vector<DemoItem> items = {
-        {"hls", "master.m3u8", DemoMedia::ClearBytes, "hls"},
-        {"hls-aes", "master.m3u8", DemoMedia::ClearBytes, "hls"},
-        {"dash", "manifest.mpd", DemoMedia::Boxes, "dash"},
-        {"dash-cenc", "manifest.mpd", DemoMedia::PsshInFragments, "dash-cenc"},
-        {"dash-muxed", "manifest.mpd", DemoMedia::PsshInMovie, "dash-muxed"},
-        {"smooth", "Manifest", DemoMedia::Boxes, "smooth"},
+        {"hls", "hls", "master.m3u8", DemoMedia::ClearBytes, "hls"},
+        {"hls-aes", "hls-aes", "master.m3u8", DemoMedia::ClearBytes, "hls"},
+        {"dash", "dash", "manifest.mpd", DemoMedia::Boxes, "dash"},
+        {"dash-hybrid", "dash", "manifest.mpd", DemoMedia::Boxes, "dash", kHybridRule},
+        {"dash-cenc", "dash-cenc", "manifest.mpd", DemoMedia::PsshInFragments, "dash-cenc"},
+        {"dash-muxed", "dash-muxed", "manifest.mpd", DemoMedia::PsshInMovie, "dash-muxed"},
+        {"smooth", "smooth", "Manifest", DemoMedia::Boxes, "smooth"},
     };
     return items;
 }

@@ -1,6 +1,8 @@
 // Which presentations the demo plays, and over which line.
 #pragma once
 
+#include <hastool/play/StreamRules.h>
+
 #include <string>
 #include <vector>
 
@@ -14,15 +16,18 @@ enum class DemoMedia {
     PsshInMovie,     ///< the segments' samples, PSSH data in each movie box
 };
 
-/// One presentation; a folder of its name among the built-in ones.
+/// One play of a presentation.
 struct DemoItem {
     std::string name;
+    std::string folder;   ///< of the presentation, among the built-in ones
     std::string manifest; ///< in its folder
     DemoMedia media;
-    std::string clear; ///< name of the presentation whose segments the output is compared with
+    std::string clear; ///< folder of the presentation whose segments the output is compared with
+    std::string rule = kAdaptiveRule; ///< see makeStreamRule()
 };
 
-/// All presentations of the demo, in the order that they are shown in.
+/// All plays of the demo, one presentation under both rules among them, in the order that they are
+/// shown in.
 const std::vector<DemoItem>& demoItems();
 
 /// How the line behaves while they are played: it rises, collapses, recovers, and once is cut.

@@ -114,7 +114,8 @@ TEST_F(DemoTest, PlaysAllOfItsPresentationsWhereNoneIsNamed) {
     const Demo demo(m_options);
     for (const DemoItem& item : demo.items())
         names.push_back(item.name);
-    EXPECT_THAT(names, ElementsAre("hls", "hls-aes", "dash", "dash-cenc", "dash-muxed", "smooth"));
+    EXPECT_THAT(names, ElementsAre("hls", "hls-aes", "dash", "dash-hybrid", "dash-cenc",
+                                   "dash-muxed", "smooth"));
 }
 
 TEST_F(DemoTest, RefusesANameThatThereIsNot) {
@@ -147,11 +148,14 @@ TEST(DemoTable, HasARowPerPresentationAndSaysWhatFailed) {
     bad.name = "dash-muxed";
     bad.summary.stalls = 2;
     bad.summary.stallTime = 3.25;
+    bad.summary.givenUp = 1;
+    bad.summary.wasted = 25000;
     bad.failures = {"first", "second"};
-    EXPECT_EQ(hastool::toText({good, bad}),
-              "presentation  segments  mean bitrate   switches          stalls  checks\n"
-              "hls                 21    760 kbit/s    5 up 1 down    0, 0.0 s  ok\n"
-              "dash-muxed           0      0 kbit/s    0 up 0 down    2, 3.2 s  failed\n"
-              "dash-muxed: first\n"
-              "dash-muxed: second\n");
+    EXPECT_EQ(
+        hastool::toText({good, bad}),
+        "presentation  segments  mean bitrate   switches          stalls      given up  checks\n"
+        "hls                 21    760 kbit/s    5 up 1 down    0, 0.0 s             0  ok\n"
+        "dash-muxed           0      0 kbit/s    0 up 0 down    2, 3.2 s    1, 25.0 kB  failed\n"
+        "dash-muxed: first\n"
+        "dash-muxed: second\n");
 }
