@@ -11,6 +11,7 @@ namespace {
 constexpr double kSecond = 1e6;
 constexpr double kEnoughToBegin = 2 * kSecond; // as a real play has it
 constexpr double kStallWeight = 5;             // of the score
+constexpr double kRounding = 0.001;            // microseconds: less is no time at all
 
 double lengthOf(const Movie::Segment& segment) {
     return static_cast<double>(segment.duration.count());
@@ -70,7 +71,7 @@ void ViewedPlay::play(double time) {
     }
     if (m_held.empty())
         m_level = 0; // and not what rounding left of it
-    if (time <= 0)
+    if (time <= kRounding)
         return;
     m_isPlaying = false;
     ++m_stalls;

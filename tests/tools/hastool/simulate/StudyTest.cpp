@@ -87,6 +87,18 @@ TEST(Study, EqualSeedsOfNoiseGiveEqualBytes) {
     EXPECT_NE(linesOf(runsOf(lines, options)), one);
 }
 
+TEST(Study, AFastLineHasNoStall) {
+    // Rounding at the end of a play is none.
+    std::vector<NetworkTrace> lines;
+    for (int i = 0; i < 40; ++i)
+        lines.push_back(test::lineOf(std::to_string(i), 7,
+                                     [i](int second) { return 4000 + 7.3 * i + 11.1 * second; }));
+    for (const StudyRun& it : runsOf(lines, optionsWith({"fixed=1", "bola-e"}))) {
+        EXPECT_EQ(it.run.figures.stalls, 0) << it.run.trace << " " << it.run.rule;
+        EXPECT_EQ(it.run.figures.stallTime, 0);
+    }
+}
+
 TEST(Study, EndsWhenItsTakerHasEnough) {
     int taken = 0;
     const hastool::Movie movie = test::syntheticMovie(20);
