@@ -37,7 +37,7 @@ constexpr double kSizePart = .4;
 constexpr double kStaying = .06;
 /// What giving up has to gain, a second of media.
 constexpr double kWorthwhile = .18;
-/// What is left of a transfer is surer than what is to be asked for anew: its time costs less.
+/// Time counts for less than in the choice when a transfer may be given up, as what it had is lost.
 constexpr double kUnderWay = .8;
 /// No transfer is given up earlier.
 constexpr double kEarliestGivingUpMs = 400;

@@ -9,6 +9,8 @@ namespace {
 constexpr double kLeastBuffer = 10;    // seconds, up to which the lowest stream is played
 constexpr double kBufferPerStream = 2; // seconds
 
+constexpr double kJustBelow = 1e-7; // seconds, far above what rounding adds
+
 } // namespace
 
 void BolaERule::configure(const Setting& setting) {
@@ -140,8 +142,9 @@ bool BolaERule::watch(const Underway& transfer) {
     const int stream = heavierThan(level, left, transfer);
     if (stream == kStay)
         return false;
-    // Something went wrong: the imagined part goes down to what is safe.
-    const double safe = stream > 0 ? leastLevel(stream) : kLeastBuffer;
+    // Something went wrong: the imagined part goes down to what is safe. At the level itself two
+    // streams weigh the same; just below it the lower one is taken.
+    const double safe = (stream > 0 ? leastLevel(stream) : kLeastBuffer) - kJustBelow;
     m_imagined = std::min(m_imagined, std::max(safe - transfer.level, 0.0));
     return true;
 }
