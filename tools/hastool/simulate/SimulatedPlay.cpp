@@ -240,13 +240,14 @@ void SimulatedPlay::measure(double from, double to, uint64_t bytes) {
 }
 
 /// Lets the checker measure where that has become due by a time since the begin of play. Where
-/// nothing came in between, one poll is as good as many.
+/// nothing came in between, one poll is as good as many. It is told when the poll was due: with a
+/// later time it would refuse the next one, which is due in less than its interval after that.
 void SimulatedPlay::poll(double now) {
     const double interval = (m_checker.GetMonitorInterval() + 1) * kMillisecond;
     if (now - m_polled < interval)
         return;
     m_polled += interval * std::floor((now - m_polled) / interval);
-    m_checker.OnPolling(machineTime(now));
+    m_checker.OnPolling(machineTime(m_polled));
 }
 
 /// What the machine's clock would show at a time since the begin of play, in milliseconds.

@@ -177,6 +177,24 @@ TEST(SimulatedPlay, EveryRuleGivesTheSameFiguresAgain) {
     }
 }
 
+/// Its mean is there after five polls of a quarter of a second.
+TEST(SimulatedPlay, TheCheckerMissesNoPoll) {
+    class Waiting : public KeptRule {
+    public:
+        using KeptRule::KeptRule;
+        int progress(uint64_t, const Moment& moment) override {
+            if (measured.count() == 0 && setting.checker->GetCurrentAvgBandwidth() > 0)
+                measured = moment.now;
+            return kStay;
+        }
+        Time measured{0};
+    };
+    Waiting rule(5);
+    simulate(test::syntheticMovie(10), evenLine(1000), rule, {});
+    EXPECT_GT(rule.measured.count(), 0);
+    EXPECT_LE(rule.measured, 5 * std::chrono::milliseconds(251) + std::chrono::milliseconds(100));
+}
+
 TEST(SimulatedPlay, AFixedRuleStaysOrTakesTheHighestThatThereIs) {
     const auto movie = test::syntheticMovie(4);
     const auto second = simulate(movie, evenLine(2000), *hastool::makeRule("fixed=1", {}), {});
