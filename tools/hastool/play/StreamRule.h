@@ -71,8 +71,7 @@ public:
     virtual void begun(int stream, uint64_t bytes, const Moment& moment) = 0;
     /// @param received  bytes of the segment so far
     /// @return kStay to go on, else the stream that the segment is to be fetched of instead, from
-    /// its
-    ///         begin
+    ///         its begin
     virtual int progress(uint64_t received, const Moment& moment) = 0;
     /// The segment is in the buffer, which the moment counts in.
     virtual void done(const Arrived& arrived, const Moment& moment) = 0;

@@ -124,8 +124,14 @@ void SimulatedPlay::fetch(size_t index) {
     const Movie::Segment& segment = m_movie.segments[index];
     SimulatedSegment row;
     if (index > 0) {
-        holdFor(segment);
+        // A real play asks such a rule first, and holds the transfer that it has begun.
+        const bool isHeldChosen =
+            m_options.hold == SimulationOptions::Hold::Goal && m_rule.choosesWhenFull();
+        if (!isHeldChosen)
+            holdFor(segment);
         m_stream = choose(index);
+        if (isHeldChosen)
+            holdFor(segment);
     }
     row.begun = m_view.now() / 1e6;
     const double stalled = m_view.stallTime();

@@ -36,8 +36,10 @@ public:
     }
     void done(const Arrived& it, const Moment&) override { arrived.push_back(it); }
     void held(Time time) override { holds.push_back(time); }
+    bool choosesWhenFull() const override { return isAskedWhenFull; }
 
     Setting setting;
+    bool isAskedWhenFull = false;
     int instead = kStay;
     std::vector<NextSegment> questions;
     std::vector<Time> levels;
@@ -91,6 +93,18 @@ TEST(SimulatedPlay, HoldsAtTheGoalAsARealPlayDoes) {
     options.hold = SimulationOptions::Hold::Goal;
     simulate(test::syntheticMovie(30), evenLine(6000), rule, options);
     EXPECT_EQ(rule.levels.back(), std::chrono::seconds(25));
+}
+
+TEST(SimulatedPlay, ARuleThatIsAskedWhenFullIsAskedBeforeTheHoldOfARealPlay) {
+    KeptRule rule(0);
+    rule.isAskedWhenFull = true;
+    SimulationOptions options;
+    options.hold = SimulationOptions::Hold::Goal;
+    simulate(test::syntheticMovie(30), evenLine(6000), rule, options);
+    EXPECT_GT(rule.levels.back(), std::chrono::seconds(25));
+    options.hold = SimulationOptions::Hold::Fit;
+    simulate(test::syntheticMovie(30), evenLine(6000), rule, options);
+    EXPECT_EQ(rule.levels.back(), std::chrono::seconds(22));
 }
 
 TEST(SimulatedPlay, ABufferBelowASegmentHoldsUntilItIsEmpty) {
